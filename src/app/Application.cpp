@@ -1,0 +1,67 @@
+#include "app/Application.h"
+
+#include "app/CommandLine.h"
+#include "app/ListCommand.h"
+#include "model/AppSettings.h"
+#include "model/LibraryStoreContainer.h"
+#include "model/ModelContext.h"
+
+#include <QApplication>
+#include <QMainWindow>
+
+#include <cstdio>
+
+namespace {
+void printText(FILE *stream, const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
+}
+
+int runWindow(int argc, char *argv[])
+{
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Thimblecraft"));
+    LibraryStoreContainer::shared(); // a store that cannot be opened stops here
+    QMainWindow window;
+    window.setWindowTitle(QStringLiteral("Thimblecraft"));
+    window.setMinimumSize(1000, 560);
+    window.resize(1200, 760);
+    window.show();
+    return app.exec();
+}
+} // namespace
+
+int runThimblecraft(int argc, char *argv[])
+{
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    QString error;
+    const auto commandLine = CommandLine::parse(arguments, &error);
+    if (!commandLine) {
+        printText(stderr, QStringLiteral("thimblecraft: %1\n\n%2").arg(error, CommandLine::usage()));
+        return 2;
+    }
+    QCoreApplication::setOrganizationName(QStringLiteral("Thimblecraft"));
+    QCoreApplication::setApplicationName(QStringLiteral("Thimblecraft"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(THIMBLECRAFT_VERSION));
+    if (!commandLine->dataDir.isEmpty())
+        AppSettings::useDataDirectory(commandLine->dataDir);
+
+    switch (commandLine->command) {
+    case CommandLine::Command::help:
+        printText(stdout, CommandLine::usage());
+        return 0;
+    case CommandLine::Command::version:
+        printText(stdout, QStringLiteral("Thimblecraft %1\n").arg(QStringLiteral(THIMBLECRAFT_VERSION)));
+        return 0;
+    case CommandLine::Command::list: {
+        QCoreApplication app(argc, argv);
+        return runListCommand(LibraryStoreContainer::shared(), *commandLine);
+    }
+    case CommandLine::Command::window:
+        break;
+    }
+    return runWindow(argc, argv);
+}

@@ -1,0 +1,67 @@
+#include "app/CommandLine.h"
+
+QString CommandLine::usage()
+{
+    return QStringLiteral(
+        "Usage: thimblecraft [OPTIONS] [thimblecraft://URL]\n"
+        "       thimblecraft list [--section S] [--search TEXT] [--json] [OPTIONS]\n"
+        "\n"
+        "Commands:\n"
+        "  (none)            open the library window\n"
+        "  list              print the library's shortcuts, one name per line\n"
+        "\n"
+        "Options:\n"
+        "  --data-dir DIR    keep the library store and settings in DIR\n"
+        "  --json            (list) print JSON instead of names\n"
+        "  --section S       (list) one section: all, favorites, recent, unfiled, untagged,\n"
+        "                    missing, folder:UUID, tag:UUID, smart:UUID, native:NAME\n"
+        "  --search TEXT     (list) narrow the section by search text\n"
+        "  --help            show this help\n"
+        "  --version         show the version\n");
+}
+
+std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QString *error)
+{
+    CommandLine cl;
+    auto fail = [&](const QString &message) -> std::optional<CommandLine> {
+        *error = message;
+        return std::nullopt;
+    };
+    int i = 1;
+    if (i < arguments.size() && arguments[i] == QLatin1String("list")) {
+        cl.command = Command::list;
+        ++i;
+    }
+    for (; i < arguments.size(); ++i) {
+        const QString &a = arguments[i];
+        auto value = [&](QString &out) -> bool {
+            if (i + 1 >= arguments.size())
+                return false;
+            out = arguments[++i];
+            return true;
+        };
+        if (a == QLatin1String("--help") || a == QLatin1String("-h")) {
+            cl.command = Command::help;
+        } else if (a == QLatin1String("--version")) {
+            cl.command = Command::version;
+        } else if (a == QLatin1String("--data-dir")) {
+            if (!value(cl.dataDir) || cl.dataDir.isEmpty())
+                return fail(QStringLiteral("--data-dir needs a directory"));
+        } else if (a == QLatin1String("--json") && cl.command == Command::list) {
+            cl.json = true;
+        } else if (a == QLatin1String("--section") && cl.command == Command::list) {
+            if (!value(cl.section))
+                return fail(QStringLiteral("--section needs a section"));
+        } else if (a == QLatin1String("--search") && cl.command == Command::list) {
+            if (!value(cl.search))
+                return fail(QStringLiteral("--search needs a text"));
+        } else if (a.startsWith(QLatin1String("-"))) {
+            return fail(QStringLiteral("unknown option %1").arg(a));
+        } else if (cl.command == Command::window && a.startsWith(QLatin1String("thimblecraft:"))) {
+            cl.positional.append(a);
+        } else {
+            return fail(QStringLiteral("unexpected argument %1").arg(a));
+        }
+    }
+    return cl;
+}

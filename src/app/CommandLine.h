@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+// What the command line asks for. Parsing never exits; errors come back as text (exit 2).
+struct CommandLine {
+    enum class Command { window, list, help, version };
+    Command command = Command::window;
+    QString dataDir;
+    bool json = false;
+    QString section;
+    QString search;
+    QStringList positional; // e.g. an incoming thimblecraft:// URL
+
+    static std::optional<CommandLine> parse(const QStringList &arguments, QString *error);
+    static QString usage();
+};

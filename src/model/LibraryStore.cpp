@@ -1,0 +1,485 @@
+#include "model/LibraryStore.h"
+
+#include "model/ModelContext.h"
+
+#include <QFileInfo>
+#include <QHash>
+#include <QTimeZone>
+
+#include <sqlite3.h>
+
+namespace {
+
+const char *const kMigrations[] = {
+    // 1: the four record types, tag memberships and icon bytes.
+    R"sql(
+CREATE TABLE shortcut_items (
+  id INTEGER PRIMARY KEY,
+  identifier TEXT NOT NULL, name TEXT NOT NULL, subtitle TEXT NOT NULL,
+  native_folder_name TEXT NOT NULL, color_hex TEXT NOT NULL,
+  icon_top_hex TEXT NOT NULL, icon_bottom_hex TEXT NOT NULL, library_order INTEGER NOT NULL,
+  app_bundle_id TEXT NOT NULL, icon_app_bundle_id TEXT NOT NULL,
+  accepts_input INTEGER NOT NULL, action_count INTEGER NOT NULL,
+  native_created_at REAL, native_modified_at REAL,
+  first_seen_at REAL NOT NULL, last_changed_at REAL NOT NULL, last_seen_at REAL NOT NULL,
+  is_missing INTEGER NOT NULL, is_favorite INTEGER NOT NULL, last_run_at REAL,
+  run_count INTEGER NOT NULL, notes TEXT NOT NULL, folder_id INTEGER,
+  has_icon INTEGER NOT NULL
+);
+CREATE TABLE shortcut_icons (item_id INTEGER PRIMARY KEY, data BLOB NOT NULL);
+CREATE TABLE library_folders (
+  id INTEGER PRIMARY KEY, uuid TEXT NOT NULL, name TEXT NOT NULL, symbol_name TEXT NOT NULL,
+  color_hex TEXT NOT NULL, sort_order INTEGER NOT NULL, created_at REAL NOT NULL,
+  parent_id INTEGER
+);
+CREATE TABLE tags (
+  id INTEGER PRIMARY KEY, uuid TEXT NOT NULL, name TEXT NOT NULL, color_hex TEXT NOT NULL,
+  sort_order INTEGER NOT NULL, created_at REAL NOT NULL, parent_id INTEGER
+);
+CREATE TABLE smart_lists (
+  id INTEGER PRIMARY KEY, uuid TEXT NOT NULL, name TEXT NOT NULL, symbol_name TEXT NOT NULL,
+  color_hex TEXT NOT NULL, sort_order INTEGER NOT NULL, created_at REAL NOT NULL,
+  rules_data BLOB NOT NULL
+);
+CREATE TABLE shortcut_tags (
+  item_id INTEGER NOT NULL, tag_id INTEGER NOT NULL, PRIMARY KEY (item_id, tag_id)
+) WITHOUT ROWID;
+CREATE TABLE store_metadata (key TEXT PRIMARY KEY, value TEXT NOT NULL);
+INSERT INTO store_metadata VALUES ('name', 'Thimblecraft'), ('schemaVersion', '1.0.0');
+)sql",
+};
+
+const QString kItemColumns = QStringLiteral(
+    "identifier, name, subtitle, native_folder_name, color_hex, icon_top_hex, icon_bottom_hex, "
+    "library_order, app_bundle_id, icon_app_bundle_id, accepts_input, action_count, "
+    "native_created_at, native_modified_at, first_seen_at, last_changed_at, last_seen_at, "
+    "is_missing, is_favorite, last_run_at, run_count, notes, folder_id, has_icon, id");
+
+double toSeconds(const QDateTime &d)
+{
+    return d.toMSecsSinceEpoch() / 1000.0;
+}
+
+QDateTime fromSeconds(double s)
+{
+    return QDateTime::fromMSecsSinceEpoch(qRound64(s * 1000.0), Qt::UTC);
+}
+
+void bindDate(SqliteStatement &st, int i, const std::optional<QDateTime> &d)
+{
+    if (d)
+        st.bind(i, toSeconds(*d));
+    else
+        st.bindNull(i);
+}
+
+std::optional<QDateTime> optionalDate(const SqliteStatement &st, int i)
+{
+    if (st.isNull(i))
+        return std::nullopt;
+    return fromSeconds(st.real(i));
+}
+
+void bindParent(SqliteStatement &st, int i, const Record *parent)
+{
+    if (parent)
+        st.bind(i, parent->persistentId());
+    else
+        st.bindNull(i);
+}
+
+} // namespace
+
+std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *error)
+{
+    auto fail = [&](const QString &message) -> std::unique_ptr<LibraryStore> {
+        if (error)
+            *error = message;
+        return nullptr;
+    };
+    std::unique_ptr<LibraryStore> store(new LibraryStore);
+    store->m_path = path;
+    const bool exists = QFileInfo::exists(path);
+    if (exists && !QFileInfo(path).isFile())
+        return fail(QStringLiteral("%1 is not a file").arg(path));
+    if (!store->m_db.open(path, exists ? SqliteDatabase::Mode::readWrite
+                                       : SqliteDatabase::Mode::readWriteCreate))
+        return fail(store->m_db.lastError());
+
+    // Reading the header first: a foreign or damaged file fails here, before anything is written.
+    const auto version = store->m_db.scalar(QStringLiteral("PRAGMA user_version"));
+    const auto tableCount = store->m_db.scalar(QStringLiteral("SELECT count(*) FROM sqlite_master"));
+    if (!version || !tableCount)
+        return fail(store->m_db.lastError());
+    const int current = version->toInt();
+    if (current > schemaVersion)
+        return fail(QStringLiteral("the library was written by a newer version of Thimblecraft "
+                                   "(schema %1; this version reads up to %2)")
+                        .arg(current)
+                        .arg(schemaVersion));
+    if (current == 0 && tableCount->toInt() > 0)
+        return fail(QStringLiteral("%1 is an SQLite database but not a Thimblecraft library").arg(path));
+
+    if (!store->m_db.exec(QStringLiteral("PRAGMA journal_mode=WAL")) ||
+        !store->m_db.exec(QStringLiteral("PRAGMA synchronous=NORMAL")) ||
+        !store->m_db.exec(QStringLiteral("PRAGMA foreign_keys=OFF")))
+        return fail(store->m_db.lastError());
+    sqlite3_busy_timeout(store->m_db.handle(), 2000);
+    if (current < schemaVersion && !store->migrate(current, error))
+        return nullptr;
+    return store;
+}
+
+bool LibraryStore::migrate(int fromVersion, QString *error)
+{
+    SqliteTransaction tx(m_db);
+    for (int v = fromVersion; v < schemaVersion; ++v) {
+        if (!m_db.exec(QString::fromUtf8(kMigrations[v]))) {
+            if (error)
+                *error = m_db.lastError();
+            return false;
+        }
+    }
+    if (!m_db.exec(QStringLiteral("PRAGMA user_version=%1").arg(schemaVersion)) || !tx.commit()) {
+        if (error)
+            *error = m_db.lastError();
+        return false;
+    }
+    return true;
+}
+
+bool LibraryStore::load(ModelContext &ctx, QString *error)
+{
+    auto fail = [&]() {
+        if (error)
+            *error = m_db.lastError();
+        return false;
+    };
+    QHash<qint64, LibraryFolder *> folders;
+    QList<std::pair<qint64, qint64>> folderParents;
+    {
+        SqliteStatement st = m_db.prepare(QStringLiteral(
+            "SELECT id, uuid, name, symbol_name, color_hex, sort_order, created_at, parent_id "
+            "FROM library_folders ORDER BY id"));
+        if (!st.isValid())
+            return fail();
+        while (st.step() == SqliteStatement::Step::row) {
+            auto *f = new LibraryFolder(st.text(2));
+            f->m_uuid = st.text(1);
+            f->m_symbolName = st.text(3);
+            f->m_colorHex = st.text(4);
+            f->m_sortOrder = st.int64(5);
+            f->m_createdAt = fromSeconds(st.real(6));
+            f->m_id = st.int64(0);
+            folders.insert(f->m_id, f);
+            if (!st.isNull(7))
+                folderParents.append({f->m_id, st.int64(7)});
+            ctx.adopt(f, true);
+        }
+    }
+    // Relationships are wired directly: loading must not mark records as changed.
+    for (const auto &[childId, parentId] : folderParents)
+        if (LibraryFolder *parent = folders.value(parentId)) {
+            LibraryFolder *child = folders.value(childId);
+            child->m_parent = parent;
+            parent->m_children.append(child); // ids ascend, so creation order holds
+        }
+
+    QHash<qint64, Tag *> tags;
+    QList<std::pair<qint64, qint64>> tagParents;
+    {
+        SqliteStatement st = m_db.prepare(QStringLiteral(
+            "SELECT id, uuid, name, color_hex, sort_order, created_at, parent_id FROM tags ORDER BY id"));
+        if (!st.isValid())
+            return fail();
+        while (st.step() == SqliteStatement::Step::row) {
+            auto *t = new Tag(st.text(2), st.text(3));
+            t->m_uuid = st.text(1);
+            t->m_sortOrder = st.int64(4);
+            t->m_createdAt = fromSeconds(st.real(5));
+            t->m_id = st.int64(0);
+            tags.insert(t->m_id, t);
+            if (!st.isNull(6))
+                tagParents.append({t->m_id, st.int64(6)});
+            ctx.adopt(t, true);
+        }
+    }
+    for (const auto &[childId, parentId] : tagParents)
+        if (Tag *parent = tags.value(parentId)) {
+            Tag *child = tags.value(childId);
+            child->m_parent = parent;
+            parent->m_children.append(child);
+        }
+
+    {
+        SqliteStatement st = m_db.prepare(QStringLiteral(
+            "SELECT id, uuid, name, symbol_name, color_hex, sort_order, created_at, rules_data "
+            "FROM smart_lists ORDER BY id"));
+        if (!st.isValid())
+            return fail();
+        while (st.step() == SqliteStatement::Step::row) {
+            auto *s = new SmartList;
+            s->m_id = st.int64(0);
+            s->m_uuid = st.text(1);
+            s->m_name = st.text(2);
+            s->m_symbolName = st.text(3);
+            s->m_colorHex = st.text(4);
+            s->m_sortOrder = st.int64(5);
+            s->m_createdAt = fromSeconds(st.real(6));
+            s->m_rulesData = st.blob(7);
+            ctx.adopt(s, true);
+        }
+    }
+
+    QHash<qint64, ShortcutItem *> items;
+    items.reserve(16384);
+    {
+        SqliteStatement st = m_db.prepare(
+            QStringLiteral("SELECT %1 FROM shortcut_items ORDER BY id").arg(kItemColumns));
+        if (!st.isValid())
+            return fail();
+        while (st.step() == SqliteStatement::Step::row) {
+            auto *i = new ShortcutItem(st.text(0), st.text(1));
+            i->m_subtitle = st.text(2);
+            i->m_nativeFolderName = st.text(3);
+            i->m_colorHex = st.text(4);
+            i->m_iconTopHex = st.text(5);
+            i->m_iconBottomHex = st.text(6);
+            i->m_libraryOrder = st.int64(7);
+            i->m_appBundleID = st.text(8);
+            i->m_iconAppBundleID = st.text(9);
+            i->m_acceptsInput = st.int64(10) != 0;
+            i->m_actionCount = st.int64(11);
+            i->m_nativeCreatedAt = optionalDate(st, 12);
+            i->m_nativeModifiedAt = optionalDate(st, 13);
+            i->m_firstSeenAt = fromSeconds(st.real(14));
+            i->m_lastChangedAt = fromSeconds(st.real(15));
+            i->m_lastSeenAt = fromSeconds(st.real(16));
+            i->m_isMissing = st.int64(17) != 0;
+            i->m_isFavorite = st.int64(18) != 0;
+            i->m_lastRunAt = optionalDate(st, 19);
+            i->m_runCount = st.int64(20);
+            i->m_notes = st.text(21);
+            i->m_hasIcon = st.int64(23) != 0;
+            i->m_iconLoaded = !i->m_hasIcon;
+            i->m_id = st.int64(24);
+            items.insert(i->m_id, i);
+            ctx.adopt(i, true);
+            if (!st.isNull(22))
+                if (LibraryFolder *f = folders.value(st.int64(22))) {
+                    i->m_folder = f;
+                    f->m_shortcuts.append(i); // rows come in id order
+                }
+        }
+    }
+    {
+        SqliteStatement st = m_db.prepare(
+            QStringLiteral("SELECT item_id, tag_id FROM shortcut_tags ORDER BY item_id, tag_id"));
+        if (!st.isValid())
+            return fail();
+        while (st.step() == SqliteStatement::Step::row) {
+            ShortcutItem *i = items.value(st.int64(0));
+            Tag *t = tags.value(st.int64(1));
+            if (i && t) {
+                i->m_tags.append(t);
+                t->m_shortcuts.append(i);
+            }
+        }
+    }
+    return true;
+}
+
+QByteArray LibraryStore::iconData(qint64 itemId)
+{
+    SqliteStatement st = m_db.prepare(QStringLiteral("SELECT data FROM shortcut_icons WHERE item_id = ?"));
+    st.bind(1, itemId);
+    if (st.step() == SqliteStatement::Step::row)
+        return st.blob(0);
+    return {};
+}
+
+bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> &updated,
+                         const QList<Record *> &deleted, QString *error)
+{
+    SqliteTransaction tx(m_db);
+    auto fail = [&]() {
+        if (error)
+            *error = m_db.lastError();
+        return false;
+    };
+    if (!tx.isActive())
+        return fail();
+
+    SqliteStatement upsertItem = m_db.prepare(
+        QStringLiteral("INSERT OR REPLACE INTO shortcut_items (%1) VALUES (%2)")
+            .arg(kItemColumns, QStringLiteral("?,").repeated(24) + QStringLiteral("?")));
+    SqliteStatement upsertFolder = m_db.prepare(QStringLiteral(
+        "INSERT OR REPLACE INTO library_folders (id, uuid, name, symbol_name, color_hex, sort_order, "
+        "created_at, parent_id) VALUES (?,?,?,?,?,?,?,?)"));
+    SqliteStatement upsertTag = m_db.prepare(QStringLiteral(
+        "INSERT OR REPLACE INTO tags (id, uuid, name, color_hex, sort_order, created_at, parent_id) "
+        "VALUES (?,?,?,?,?,?,?)"));
+    SqliteStatement upsertSmart = m_db.prepare(QStringLiteral(
+        "INSERT OR REPLACE INTO smart_lists (id, uuid, name, symbol_name, color_hex, sort_order, "
+        "created_at, rules_data) VALUES (?,?,?,?,?,?,?,?)"));
+    SqliteStatement putIcon =
+        m_db.prepare(QStringLiteral("INSERT OR REPLACE INTO shortcut_icons (item_id, data) VALUES (?,?)"));
+    SqliteStatement dropIcon = m_db.prepare(QStringLiteral("DELETE FROM shortcut_icons WHERE item_id = ?"));
+    SqliteStatement dropItemTags = m_db.prepare(QStringLiteral("DELETE FROM shortcut_tags WHERE item_id = ?"));
+    SqliteStatement dropTagItems = m_db.prepare(QStringLiteral("DELETE FROM shortcut_tags WHERE tag_id = ?"));
+    SqliteStatement putTag =
+        m_db.prepare(QStringLiteral("INSERT OR IGNORE INTO shortcut_tags (item_id, tag_id) VALUES (?,?)"));
+    SqliteStatement dropItem = m_db.prepare(QStringLiteral("DELETE FROM shortcut_items WHERE id = ?"));
+    SqliteStatement dropFolder = m_db.prepare(QStringLiteral("DELETE FROM library_folders WHERE id = ?"));
+    SqliteStatement dropTag = m_db.prepare(QStringLiteral("DELETE FROM tags WHERE id = ?"));
+    SqliteStatement dropSmart = m_db.prepare(QStringLiteral("DELETE FROM smart_lists WHERE id = ?"));
+    for (const SqliteStatement *st :
+         {&upsertItem, &upsertFolder, &upsertTag, &upsertSmart, &putIcon, &dropIcon, &dropItemTags,
+          &dropTagItems, &putTag, &dropItem, &dropFolder, &dropTag, &dropSmart})
+        if (!st->isValid())
+            return fail();
+
+    auto run = [](SqliteStatement &st) {
+        const bool ok = st.step() == SqliteStatement::Step::done;
+        st.reset();
+        return ok;
+    };
+
+    auto writeRecord = [&](Record *r, bool isNew) -> bool {
+        switch (r->kind()) {
+        case Record::Kind::shortcutItem: {
+            auto *i = static_cast<ShortcutItem *>(r);
+            SqliteStatement &st = upsertItem;
+            st.bind(1, i->m_identifier);
+            st.bind(2, i->m_name);
+            st.bind(3, i->m_subtitle);
+            st.bind(4, i->m_nativeFolderName);
+            st.bind(5, i->m_colorHex);
+            st.bind(6, i->m_iconTopHex);
+            st.bind(7, i->m_iconBottomHex);
+            st.bind(8, i->m_libraryOrder);
+            st.bind(9, i->m_appBundleID);
+            st.bind(10, i->m_iconAppBundleID);
+            st.bind(11, i->m_acceptsInput);
+            st.bind(12, i->m_actionCount);
+            bindDate(st, 13, i->m_nativeCreatedAt);
+            bindDate(st, 14, i->m_nativeModifiedAt);
+            st.bind(15, toSeconds(i->m_firstSeenAt));
+            st.bind(16, toSeconds(i->m_lastChangedAt));
+            st.bind(17, toSeconds(i->m_lastSeenAt));
+            st.bind(18, i->m_isMissing);
+            st.bind(19, i->m_isFavorite);
+            bindDate(st, 20, i->m_lastRunAt);
+            st.bind(21, i->m_runCount);
+            st.bind(22, i->m_notes);
+            bindParent(st, 23, i->m_folder);
+            st.bind(24, i->m_hasIcon);
+            st.bind(25, i->persistentId());
+            if (!run(st))
+                return false;
+            if (i->m_iconDirty || isNew) {
+                if (i->m_hasIcon) {
+                    putIcon.bind(1, i->persistentId());
+                    putIcon.bind(2, *i->iconData());
+                    if (!run(putIcon))
+                        return false;
+                } else if (!isNew) {
+                    dropIcon.bind(1, i->persistentId());
+                    if (!run(dropIcon))
+                        return false;
+                }
+            }
+            if (i->m_tagsDirty || isNew) {
+                if (!isNew) {
+                    dropItemTags.bind(1, i->persistentId());
+                    if (!run(dropItemTags))
+                        return false;
+                }
+                for (const Tag *t : i->m_tags) {
+                    putTag.bind(1, i->persistentId());
+                    putTag.bind(2, t->persistentId());
+                    if (!run(putTag))
+                        return false;
+                }
+            }
+            return true;
+        }
+        case Record::Kind::libraryFolder: {
+            auto *f = static_cast<LibraryFolder *>(r);
+            SqliteStatement &st = upsertFolder;
+            st.bind(1, f->persistentId());
+            st.bind(2, f->m_uuid);
+            st.bind(3, f->m_name);
+            st.bind(4, f->m_symbolName);
+            st.bind(5, f->m_colorHex);
+            st.bind(6, f->m_sortOrder);
+            st.bind(7, toSeconds(f->m_createdAt));
+            bindParent(st, 8, f->m_parent);
+            return run(st);
+        }
+        case Record::Kind::tag: {
+            auto *t = static_cast<Tag *>(r);
+            SqliteStatement &st = upsertTag;
+            st.bind(1, t->persistentId());
+            st.bind(2, t->m_uuid);
+            st.bind(3, t->m_name);
+            st.bind(4, t->m_colorHex);
+            st.bind(5, t->m_sortOrder);
+            st.bind(6, toSeconds(t->m_createdAt));
+            bindParent(st, 7, t->m_parent);
+            return run(st);
+        }
+        case Record::Kind::smartList: {
+            auto *s = static_cast<SmartList *>(r);
+            SqliteStatement &st = upsertSmart;
+            st.bind(1, s->persistentId());
+            st.bind(2, s->m_uuid);
+            st.bind(3, s->m_name);
+            st.bind(4, s->m_symbolName);
+            st.bind(5, s->m_colorHex);
+            st.bind(6, s->m_sortOrder);
+            st.bind(7, toSeconds(s->m_createdAt));
+            st.bind(8, s->m_rulesData);
+            return run(st);
+        }
+        }
+        return false;
+    };
+
+    for (Record *r : deleted) {
+        const qint64 id = r->persistentId();
+        bool ok = true;
+        switch (r->kind()) {
+        case Record::Kind::shortcutItem:
+            dropItem.bind(1, id);
+            dropIcon.bind(1, id);
+            dropItemTags.bind(1, id);
+            ok = run(dropItem) && run(dropIcon) && run(dropItemTags);
+            break;
+        case Record::Kind::libraryFolder:
+            dropFolder.bind(1, id);
+            ok = run(dropFolder);
+            break;
+        case Record::Kind::tag:
+            dropTag.bind(1, id);
+            dropTagItems.bind(1, id);
+            ok = run(dropTag) && run(dropTagItems);
+            break;
+        case Record::Kind::smartList:
+            dropSmart.bind(1, id);
+            ok = run(dropSmart);
+            break;
+        }
+        if (!ok)
+            return fail();
+    }
+    for (Record *r : inserted)
+        if (!writeRecord(r, true))
+            return fail();
+    for (Record *r : updated)
+        if (!writeRecord(r, false))
+            return fail();
+    if (!tx.commit())
+        return fail();
+    return true;
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "model/SqliteDatabase.h"
+
+#include <QString>
+
+#include <memory>
+
+class ModelContext;
+class Record;
+class ShortcutItem;
+
+// The on-disk library: one SQLite file (WAL journal) with a table per record type, a table of
+// tag memberships and a separate table for icon bytes.
+class LibraryStore {
+public:
+    static constexpr int schemaVersion = 1;
+    static constexpr const char *schemaVersionText = "1.0.0";
+
+    // Opens or creates the store at path. A file that exists but is not a library of a known
+    // schema is left exactly as it was and an error is returned.
+    static std::unique_ptr<LibraryStore> open(const QString &path, QString *error);
+
+    // Creates the records of the file in the context (which must be empty).
+    bool load(ModelContext &context, QString *error);
+    bool write(const QList<Record *> &inserted, const QList<Record *> &updated,
+               const QList<Record *> &deleted, QString *error);
+    QByteArray iconData(qint64 itemId);
+
+    const QString &path() const { return m_path; }
+    SqliteDatabase &database() { return m_db; }
+
+private:
+    LibraryStore() = default;
+    bool migrate(int fromVersion, QString *error);
+    bool prepareStatements(QString *error);
+
+    QString m_path;
+    SqliteDatabase m_db;
+};

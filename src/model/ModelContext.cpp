@@ -1,0 +1,246 @@
+#include "model/ModelContext.h"
+
+#include "model/LibraryStore.h"
+
+#include <QMetaObject>
+
+bool ModelChanges::touches(Record::Kind kind) const
+{
+    for (const QSet<Record *> *set : {&inserted, &updated, &deleted})
+        for (const Record *r : *set)
+            if (r->kind() == kind)
+                return true;
+    return false;
+}
+
+ModelContext::ModelContext(std::unique_ptr<LibraryStore> store, QObject *parent)
+    : QObject(parent), m_store(std::move(store))
+{
+}
+
+ModelContext::~ModelContext()
+{
+    for (ShortcutItem *r : std::as_const(m_shortcuts))
+        delete r;
+    for (LibraryFolder *r : std::as_const(m_folders))
+        delete r;
+    for (Tag *r : std::as_const(m_tags))
+        delete r;
+    for (SmartList *r : std::as_const(m_smartLists))
+        delete r;
+}
+
+void ModelContext::adopt(Record *record, bool loaded)
+{
+    Q_ASSERT(!record->m_context);
+    const int k = int(record->kind());
+    record->m_context = this;
+    if (loaded)
+        m_nextId[k] = std::max(m_nextId[k], record->m_id + 1);
+    else
+        record->m_id = m_nextId[k]++;
+    switch (record->kind()) {
+    case Record::Kind::shortcutItem:
+        m_shortcuts.append(static_cast<ShortcutItem *>(record));
+        break;
+    case Record::Kind::libraryFolder: {
+        auto *f = static_cast<LibraryFolder *>(record);
+        m_folders.append(f);
+        m_folderByUuid.insert(f->uuid(), f);
+        break;
+    }
+    case Record::Kind::tag: {
+        auto *t = static_cast<Tag *>(record);
+        m_tags.append(t);
+        m_tagByUuid.insert(t->uuid(), t);
+        break;
+    }
+    case Record::Kind::smartList: {
+        auto *s = static_cast<SmartList *>(record);
+        m_smartLists.append(s);
+        m_smartListByUuid.insert(s->uuid(), s);
+        break;
+    }
+    }
+    if (!loaded) {
+        m_insertedSinceSave.insert(record);
+        m_pending.inserted.insert(record);
+        scheduleAnnouncement();
+    }
+}
+
+ShortcutItem *ModelContext::insert(ShortcutItem *item)
+{
+    adopt(item, false);
+    return item;
+}
+
+LibraryFolder *ModelContext::insert(LibraryFolder *folder)
+{
+    adopt(folder, false);
+    return folder;
+}
+
+Tag *ModelContext::insert(Tag *tag)
+{
+    adopt(tag, false);
+    return tag;
+}
+
+SmartList *ModelContext::insert(SmartList *list)
+{
+    adopt(list, false);
+    return list;
+}
+
+void ModelContext::deleteRecord(Record *record)
+{
+    if (!record || record->m_context != this || record->m_deleted)
+        return;
+    // Nullify every relationship first, so both sides stay consistent.
+    switch (record->kind()) {
+    case Record::Kind::shortcutItem: {
+        auto *i = static_cast<ShortcutItem *>(record);
+        i->setFolder(nullptr);
+        i->setTags({});
+        m_shortcuts.removeOne(i);
+        break;
+    }
+    case Record::Kind::libraryFolder: {
+        auto *f = static_cast<LibraryFolder *>(record);
+        for (ShortcutItem *i : QList<ShortcutItem *>(f->shortcuts()))
+            i->setFolder(nullptr);
+        for (LibraryFolder *c : QList<LibraryFolder *>(f->children()))
+            c->setParent(nullptr);
+        f->setParent(nullptr);
+        m_folders.removeOne(f);
+        m_folderByUuid.remove(f->uuid());
+        break;
+    }
+    case Record::Kind::tag: {
+        auto *t = static_cast<Tag *>(record);
+        for (ShortcutItem *i : QList<ShortcutItem *>(t->shortcuts()))
+            i->removeTag(t);
+        for (Tag *c : QList<Tag *>(t->children()))
+            c->setParent(nullptr);
+        t->setParent(nullptr);
+        m_tags.removeOne(t);
+        m_tagByUuid.remove(t->uuid());
+        break;
+    }
+    case Record::Kind::smartList: {
+        auto *s = static_cast<SmartList *>(record);
+        m_smartLists.removeOne(s);
+        m_smartListByUuid.remove(s->uuid());
+        break;
+    }
+    }
+    record->m_deleted = true;
+    m_dirty.remove(record);
+    if (!m_insertedSinceSave.remove(record))
+        m_deletedSinceSave.append(record);
+    m_graveyard.emplace_back(record);
+    m_pending.updated.remove(record);
+    m_pending.inserted.remove(record);
+    m_pending.deleted.insert(record);
+    scheduleAnnouncement();
+}
+
+void ModelContext::recordChanged(Record *record)
+{
+    if (record->m_deleted)
+        return;
+    if (!m_insertedSinceSave.contains(record))
+        m_dirty.insert(record);
+    if (!m_pending.inserted.contains(record))
+        m_pending.updated.insert(record);
+    scheduleAnnouncement();
+}
+
+void ModelContext::uuidChanged(Record *record, const QString &oldUuid)
+{
+    switch (record->kind()) {
+    case Record::Kind::libraryFolder:
+        m_folderByUuid.remove(oldUuid);
+        m_folderByUuid.insert(static_cast<LibraryFolder *>(record)->uuid(),
+                              static_cast<LibraryFolder *>(record));
+        break;
+    case Record::Kind::tag:
+        m_tagByUuid.remove(oldUuid);
+        m_tagByUuid.insert(static_cast<Tag *>(record)->uuid(), static_cast<Tag *>(record));
+        break;
+    case Record::Kind::smartList:
+        m_smartListByUuid.remove(oldUuid);
+        m_smartListByUuid.insert(static_cast<SmartList *>(record)->uuid(),
+                                 static_cast<SmartList *>(record));
+        break;
+    case Record::Kind::shortcutItem:
+        break;
+    }
+}
+
+bool ModelContext::hasChanges() const
+{
+    return !m_insertedSinceSave.isEmpty() || !m_dirty.isEmpty() || !m_deletedSinceSave.isEmpty();
+}
+
+bool ModelContext::save(QString *error)
+{
+    if (!hasChanges())
+        return true;
+    auto byId = [](const Record *a, const Record *b) {
+        if (a->kind() != b->kind())
+            return int(a->kind()) > int(b->kind()); // parents (folders, tags) before items
+        return a->persistentId() < b->persistentId();
+    };
+    QList<Record *> inserted(m_insertedSinceSave.cbegin(), m_insertedSinceSave.cend());
+    QList<Record *> updated(m_dirty.cbegin(), m_dirty.cend());
+    std::sort(inserted.begin(), inserted.end(), byId);
+    std::sort(updated.begin(), updated.end(), byId);
+    if (m_store) {
+        QString message;
+        if (!m_store->write(inserted, updated, m_deletedSinceSave, &message)) {
+            m_lastSaveError = message;
+            if (error)
+                *error = message;
+            return false;
+        }
+    }
+    for (QList<Record *> *list : {&inserted, &updated}) {
+        for (Record *r : *list) {
+            if (r->kind() == Record::Kind::shortcutItem) {
+                auto *i = static_cast<ShortcutItem *>(r);
+                i->m_iconDirty = false;
+                i->m_tagsDirty = false;
+            }
+        }
+    }
+    m_insertedSinceSave.clear();
+    m_dirty.clear();
+    m_deletedSinceSave.clear();
+    m_lastSaveError.clear();
+    return true;
+}
+
+QByteArray ModelContext::loadIconData(const ShortcutItem *item) const
+{
+    return m_store ? m_store->iconData(item->persistentId()) : QByteArray();
+}
+
+void ModelContext::scheduleAnnouncement()
+{
+    if (m_announcementScheduled)
+        return;
+    m_announcementScheduled = true;
+    QMetaObject::invokeMethod(this, &ModelContext::announce, Qt::QueuedConnection);
+}
+
+void ModelContext::announce()
+{
+    m_announcementScheduled = false;
+    if (m_pending.isEmpty())
+        return;
+    ModelChanges changes = std::move(m_pending);
+    m_pending = {};
+    emit changed(changes);
+}

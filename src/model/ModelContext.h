@@ -1,0 +1,95 @@
+#pragma once
+
+#include "model/LibraryFolder.h"
+#include "model/SmartList.h"
+#include "model/ShortcutItem.h"
+#include "model/Tag.h"
+
+#include <QHash>
+#include <QObject>
+#include <QSet>
+
+#include <memory>
+
+#include "model/LibraryStore.h"
+
+// What changed in one turn of the event loop.
+struct ModelChanges {
+    QSet<Record *> inserted;
+    QSet<Record *> updated;
+    QSet<Record *> deleted;
+    bool isEmpty() const { return inserted.isEmpty() && updated.isEmpty() && deleted.isEmpty(); }
+    bool touches(Record::Kind kind) const;
+};
+
+// The store's main context: owns every record, keeps the inverse sides of relationships,
+// applies the nullify delete rules, and writes changes to the store on save().
+// Main thread only.
+class ModelContext : public QObject {
+    Q_OBJECT
+public:
+    // Without a store the context lives in memory only (save() then just clears the changes).
+    explicit ModelContext(std::unique_ptr<LibraryStore> store = nullptr,
+                          QObject *parent = nullptr);
+    ~ModelContext() override;
+
+    // Every record of one type, in creation order.
+    const QList<ShortcutItem *> &shortcuts() const { return m_shortcuts; }
+    const QList<LibraryFolder *> &folders() const { return m_folders; }
+    const QList<Tag *> &tags() const { return m_tags; }
+    const QList<SmartList *> &smartLists() const { return m_smartLists; }
+
+    LibraryFolder *folder(const QString &uuid) const { return m_folderByUuid.value(uuid); }
+    Tag *tag(const QString &uuid) const { return m_tagByUuid.value(uuid); }
+    SmartList *smartList(const QString &uuid) const { return m_smartListByUuid.value(uuid); }
+
+    // Takes ownership; the record becomes persistent at the next save().
+    ShortcutItem *insert(ShortcutItem *item);
+    LibraryFolder *insert(LibraryFolder *folder);
+    Tag *insert(Tag *tag);
+    SmartList *insert(SmartList *list);
+    // Nullifies every relationship of the record and removes it; the object stays valid
+    // (isDeleted() true) until the context is destroyed.
+    void deleteRecord(Record *record);
+
+    bool hasChanges() const;
+    // Writes every inserted, changed and deleted record in one transaction.
+    bool save(QString *error = nullptr);
+    QString lastSaveError() const { return m_lastSaveError; }
+
+    LibraryStore *store() const { return m_store.get(); }
+    QByteArray loadIconData(const ShortcutItem *item) const;
+
+    // Called by records; public for the record classes only.
+    void recordChanged(Record *record);
+    void uuidChanged(Record *record, const QString &oldUuid);
+
+signals:
+    // Coalesced: at most one per turn of the event loop.
+    void changed(const ModelChanges &changes);
+
+private:
+    friend class LibraryStore;
+    void adopt(Record *record, bool loaded);
+    void scheduleAnnouncement();
+    void announce();
+
+    std::unique_ptr<LibraryStore> m_store;
+    qint64 m_nextId[4] = {1, 1, 1, 1};
+    QList<ShortcutItem *> m_shortcuts;
+    QList<LibraryFolder *> m_folders;
+    QList<Tag *> m_tags;
+    QList<SmartList *> m_smartLists;
+    QHash<QString, LibraryFolder *> m_folderByUuid;
+    QHash<QString, Tag *> m_tagByUuid;
+    QHash<QString, SmartList *> m_smartListByUuid;
+
+    QSet<Record *> m_insertedSinceSave;
+    QSet<Record *> m_dirty;
+    QList<Record *> m_deletedSinceSave;
+    std::vector<std::unique_ptr<Record>> m_graveyard;
+
+    ModelChanges m_pending;
+    bool m_announcementScheduled = false;
+    QString m_lastSaveError;
+};
