@@ -27,3 +27,26 @@ function(thimblecraft_test name)
     TIMEOUT ${ARG_TIMEOUT}
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_QUICK_BACKEND=software;THIMBLECRAFT_BINARY_DIR=${CMAKE_BINARY_DIR}")
 endfunction()
+
+# thimblecraft_tests_in_folder(LIBS <deps...>): every tst_*.cpp of the calling folder becomes
+# one test executable named after its file (tst_store.cpp -> tst_store).
+function(thimblecraft_tests_in_folder)
+  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
+  file(GLOB tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tst_*.cpp)
+  foreach(file ${tests})
+    get_filename_component(name ${file} NAME_WE)
+    thimblecraft_test(${name} SOURCES ${file} LIBS ${ARG_LIBS})
+  endforeach()
+endfunction()
+
+# thimblecraft_benchmarks_in_folder(LIBS <deps...>): every bench_*.cpp becomes an executable.
+function(thimblecraft_benchmarks_in_folder)
+  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
+  file(GLOB benches CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/bench_*.cpp)
+  foreach(file ${benches})
+    get_filename_component(name ${file} NAME_WE)
+    add_executable(${name} ${file})
+    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/src ${CMAKE_SOURCE_DIR}/bench)
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+  endforeach()
+endfunction()
