@@ -8,7 +8,6 @@
 
 #include <QApplication>
 #include <QMainWindow>
-
 #include <cstdio>
 
 namespace {
@@ -40,7 +39,8 @@ int runThimblecraft(int argc, char *argv[])
     QString error;
     const auto commandLine = CommandLine::parse(arguments, &error);
     if (!commandLine) {
-        printText(stderr, QStringLiteral("thimblecraft: %1\n\n%2").arg(error, CommandLine::usage()));
+        printText(stderr,
+                  QStringLiteral("thimblecraft: %1\n\n%2").arg(error, CommandLine::usage()));
         return 2;
     }
     QCoreApplication::setOrganizationName(QStringLiteral("Thimblecraft"));
@@ -54,7 +54,8 @@ int runThimblecraft(int argc, char *argv[])
         printText(stdout, CommandLine::usage());
         return 0;
     case CommandLine::Command::version:
-        printText(stdout, QStringLiteral("Thimblecraft %1\n").arg(QStringLiteral(THIMBLECRAFT_VERSION)));
+        printText(stdout,
+                  QStringLiteral("Thimblecraft %1\n").arg(QStringLiteral(THIMBLECRAFT_VERSION)));
         return 0;
     case CommandLine::Command::list: {
         QCoreApplication app(argc, argv);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QDateTime>
-
 #include <functional>
 
 // The program's notion of "now", replaceable so that tests can pin time.

@@ -62,11 +62,12 @@ void LibraryFolder::setParent(LibraryFolder *parent)
 QList<LibraryFolder *> LibraryFolder::sortedChildren() const
 {
     QList<LibraryFolder *> sorted = m_children;
-    std::stable_sort(sorted.begin(), sorted.end(), [](const LibraryFolder *a, const LibraryFolder *b) {
-        if (a->sortOrder() != b->sortOrder())
-            return a->sortOrder() < b->sortOrder();
-        return naturalCompare(a->name(), b->name()) < 0;
-    });
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const LibraryFolder *a, const LibraryFolder *b) {
+                         if (a->sortOrder() != b->sortOrder())
+                             return a->sortOrder() < b->sortOrder();
+                         return naturalCompare(a->name(), b->name()) < 0;
+                     });
     return sorted;
 }
 

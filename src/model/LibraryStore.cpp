@@ -5,7 +5,6 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QTimeZone>
-
 #include <sqlite3.h>
 
 namespace {
@@ -108,7 +107,8 @@ std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *e
 
     // Reading the header first: a foreign or damaged file fails here, before anything is written.
     const auto version = store->m_db.scalar(QStringLiteral("PRAGMA user_version"));
-    const auto tableCount = store->m_db.scalar(QStringLiteral("SELECT count(*) FROM sqlite_master"));
+    const auto tableCount =
+        store->m_db.scalar(QStringLiteral("SELECT count(*) FROM sqlite_master"));
     if (!version || !tableCount)
         return fail(store->m_db.lastError());
     const int current = version->toInt();
@@ -118,7 +118,8 @@ std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *e
                         .arg(current)
                         .arg(schemaVersion));
     if (current == 0 && tableCount->toInt() > 0)
-        return fail(QStringLiteral("%1 is an SQLite database but not a Thimblecraft library").arg(path));
+        return fail(
+            QStringLiteral("%1 is an SQLite database but not a Thimblecraft library").arg(path));
 
     if (!store->m_db.exec(QStringLiteral("PRAGMA journal_mode=WAL")) ||
         !store->m_db.exec(QStringLiteral("PRAGMA synchronous=NORMAL")) ||
@@ -188,8 +189,9 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
     QHash<qint64, Tag *> tags;
     QList<std::pair<qint64, qint64>> tagParents;
     {
-        SqliteStatement st = m_db.prepare(QStringLiteral(
-            "SELECT id, uuid, name, color_hex, sort_order, created_at, parent_id FROM tags ORDER BY id"));
+        SqliteStatement st =
+            m_db.prepare(QStringLiteral("SELECT id, uuid, name, color_hex, sort_order, created_at, "
+                                        "parent_id FROM tags ORDER BY id"));
         if (!st.isValid())
             return fail();
         while (st.step() == SqliteStatement::Step::row) {
@@ -291,7 +293,8 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
 
 QByteArray LibraryStore::iconData(qint64 itemId)
 {
-    SqliteStatement st = m_db.prepare(QStringLiteral("SELECT data FROM shortcut_icons WHERE item_id = ?"));
+    SqliteStatement st =
+        m_db.prepare(QStringLiteral("SELECT data FROM shortcut_icons WHERE item_id = ?"));
     st.bind(1, itemId);
     if (st.step() == SqliteStatement::Step::row)
         return st.blob(0);
@@ -313,26 +316,34 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
     SqliteStatement upsertItem = m_db.prepare(
         QStringLiteral("INSERT OR REPLACE INTO shortcut_items (%1) VALUES (%2)")
             .arg(kItemColumns, QStringLiteral("?,").repeated(24) + QStringLiteral("?")));
-    SqliteStatement upsertFolder = m_db.prepare(QStringLiteral(
-        "INSERT OR REPLACE INTO library_folders (id, uuid, name, symbol_name, color_hex, sort_order, "
-        "created_at, parent_id) VALUES (?,?,?,?,?,?,?,?)"));
-    SqliteStatement upsertTag = m_db.prepare(QStringLiteral(
-        "INSERT OR REPLACE INTO tags (id, uuid, name, color_hex, sort_order, created_at, parent_id) "
-        "VALUES (?,?,?,?,?,?,?)"));
+    SqliteStatement upsertFolder =
+        m_db.prepare(QStringLiteral("INSERT OR REPLACE INTO library_folders (id, uuid, name, "
+                                    "symbol_name, color_hex, sort_order, "
+                                    "created_at, parent_id) VALUES (?,?,?,?,?,?,?,?)"));
+    SqliteStatement upsertTag =
+        m_db.prepare(QStringLiteral("INSERT OR REPLACE INTO tags (id, uuid, name, color_hex, "
+                                    "sort_order, created_at, parent_id) "
+                                    "VALUES (?,?,?,?,?,?,?)"));
     SqliteStatement upsertSmart = m_db.prepare(QStringLiteral(
         "INSERT OR REPLACE INTO smart_lists (id, uuid, name, symbol_name, color_hex, sort_order, "
         "created_at, rules_data) VALUES (?,?,?,?,?,?,?,?)"));
-    SqliteStatement putIcon =
-        m_db.prepare(QStringLiteral("INSERT OR REPLACE INTO shortcut_icons (item_id, data) VALUES (?,?)"));
-    SqliteStatement dropIcon = m_db.prepare(QStringLiteral("DELETE FROM shortcut_icons WHERE item_id = ?"));
-    SqliteStatement dropItemTags = m_db.prepare(QStringLiteral("DELETE FROM shortcut_tags WHERE item_id = ?"));
-    SqliteStatement dropTagItems = m_db.prepare(QStringLiteral("DELETE FROM shortcut_tags WHERE tag_id = ?"));
-    SqliteStatement putTag =
-        m_db.prepare(QStringLiteral("INSERT OR IGNORE INTO shortcut_tags (item_id, tag_id) VALUES (?,?)"));
-    SqliteStatement dropItem = m_db.prepare(QStringLiteral("DELETE FROM shortcut_items WHERE id = ?"));
-    SqliteStatement dropFolder = m_db.prepare(QStringLiteral("DELETE FROM library_folders WHERE id = ?"));
+    SqliteStatement putIcon = m_db.prepare(
+        QStringLiteral("INSERT OR REPLACE INTO shortcut_icons (item_id, data) VALUES (?,?)"));
+    SqliteStatement dropIcon =
+        m_db.prepare(QStringLiteral("DELETE FROM shortcut_icons WHERE item_id = ?"));
+    SqliteStatement dropItemTags =
+        m_db.prepare(QStringLiteral("DELETE FROM shortcut_tags WHERE item_id = ?"));
+    SqliteStatement dropTagItems =
+        m_db.prepare(QStringLiteral("DELETE FROM shortcut_tags WHERE tag_id = ?"));
+    SqliteStatement putTag = m_db.prepare(
+        QStringLiteral("INSERT OR IGNORE INTO shortcut_tags (item_id, tag_id) VALUES (?,?)"));
+    SqliteStatement dropItem =
+        m_db.prepare(QStringLiteral("DELETE FROM shortcut_items WHERE id = ?"));
+    SqliteStatement dropFolder =
+        m_db.prepare(QStringLiteral("DELETE FROM library_folders WHERE id = ?"));
     SqliteStatement dropTag = m_db.prepare(QStringLiteral("DELETE FROM tags WHERE id = ?"));
-    SqliteStatement dropSmart = m_db.prepare(QStringLiteral("DELETE FROM smart_lists WHERE id = ?"));
+    SqliteStatement dropSmart =
+        m_db.prepare(QStringLiteral("DELETE FROM smart_lists WHERE id = ?"));
     for (const SqliteStatement *st :
          {&upsertItem, &upsertFolder, &upsertTag, &upsertSmart, &putIcon, &dropIcon, &dropItemTags,
           &dropTagItems, &putTag, &dropItem, &dropFolder, &dropTag, &dropSmart})

@@ -3,7 +3,6 @@
 #include "model/SqliteDatabase.h"
 
 #include <QString>
-
 #include <memory>
 
 class ModelContext;

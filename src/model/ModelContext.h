@@ -1,17 +1,15 @@
 #pragma once
 
 #include "model/LibraryFolder.h"
-#include "model/SmartList.h"
+#include "model/LibraryStore.h"
 #include "model/ShortcutItem.h"
+#include "model/SmartList.h"
 #include "model/Tag.h"
 
 #include <QHash>
 #include <QObject>
 #include <QSet>
-
 #include <memory>
-
-#include "model/LibraryStore.h"
 
 // What changed in one turn of the event loop.
 struct ModelChanges {
@@ -29,8 +27,7 @@ class ModelContext : public QObject {
     Q_OBJECT
 public:
     // Without a store the context lives in memory only (save() then just clears the changes).
-    explicit ModelContext(std::unique_ptr<LibraryStore> store = nullptr,
-                          QObject *parent = nullptr);
+    explicit ModelContext(std::unique_ptr<LibraryStore> store = nullptr, QObject *parent = nullptr);
     ~ModelContext() override;
 
     // Every record of one type, in creation order.

@@ -2,7 +2,6 @@
 
 #include <QList>
 #include <QtGlobal>
-
 #include <algorithm>
 #include <limits>
 

@@ -139,8 +139,8 @@ bool SqliteDatabase::open(const QString &path, Mode mode)
     const int rc = sqlite3_open_v2(path.toUtf8().constData(), &m_db, flags, nullptr);
     if (rc != SQLITE_OK) {
         m_lastErrorCode = rc;
-        m_lastError = m_db ? QString::fromUtf8(sqlite3_errmsg(m_db))
-                           : QString::fromUtf8(sqlite3_errstr(rc));
+        m_lastError =
+            m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : QString::fromUtf8(sqlite3_errstr(rc));
         close();
         return false;
     }
@@ -182,7 +182,8 @@ bool SqliteDatabase::exec(const QString &sql)
 SqliteStatement SqliteDatabase::prepare(const QString &sql)
 {
     sqlite3_stmt *stmt = nullptr;
-    if (!m_db || sqlite3_prepare_v2(m_db, sql.toUtf8().constData(), -1, &stmt, nullptr) != SQLITE_OK) {
+    if (!m_db ||
+        sqlite3_prepare_v2(m_db, sql.toUtf8().constData(), -1, &stmt, nullptr) != SQLITE_OK) {
         captureError();
         return {};
     }

@@ -11,8 +11,7 @@ constexpr int maxTreeSteps = 64;
 }
 
 Tag::Tag(const QString &name, const QString &colorHex, Tag *parent)
-    : m_uuid(newIdentifierString()), m_name(name), m_colorHex(colorHex),
-      m_createdAt(Clock::now())
+    : m_uuid(newIdentifierString()), m_name(name), m_colorHex(colorHex), m_createdAt(Clock::now())
 {
     setParent(parent);
 }

@@ -3,7 +3,6 @@
 #include <QImage>
 #include <QString>
 #include <QUrl>
-
 #include <memory>
 
 // The platform's workspace services: opening URLs and files, and finding installed apps' icons.

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "model/SmartRule.h"
+
+#include <QList>
+#include <QString>
+
+class ShortcutItem;
+
+// Sort keys of the collection and of smart lists.
+enum class ShortcutSort { libraryOrder, name, dateAdded, modified, lastRun, actionCount, runCount };
+
+QString storedName(ShortcutSort value);
+QString title(ShortcutSort value);
+
+// A stable sort by the key's comparator; descending is the exact mirror of ascending, so tied
+// items come out in reverse input order.
+QList<ShortcutItem *> sorted(const QList<ShortcutItem *> &items, ShortcutSort by, bool ascending);

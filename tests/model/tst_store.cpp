@@ -1,0 +1,257 @@
+#include "model/LibraryStore.h"
+#include "model/LibraryStoreContainer.h"
+#include "model/ModelContext.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+class StoreTest : public QObject {
+    Q_OBJECT
+private slots:
+    void everyFieldAndRelationshipSurvivesReopen();
+    void iconBytesAreReadOnFirstUse();
+    void changesAndDeletesSurviveReopen();
+    void schemaVersionAndJournalAreRecorded();
+    void failedSaveWritesNothing();
+    void newerSchemaIsRefusedUntouched();
+
+private:
+    static std::unique_ptr<ModelContext> open(const QTemporaryDir &dir)
+    {
+        QString error;
+        auto ctx = LibraryStoreContainer::open(dir.path(), &error);
+        if (!ctx)
+            qWarning() << "open failed:" << error;
+        return ctx;
+    }
+};
+
+static QDateTime at(const char *iso)
+{
+    return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODateWithMs);
+}
+
+void StoreTest::everyFieldAndRelationshipSurvivesReopen()
+{
+    QTemporaryDir dir;
+    QString folderUuid, childUuid, tagUuid, subTagUuid, smartUuid;
+    {
+        auto ctx = open(dir);
+        QVERIFY(ctx);
+        auto *folder = ctx->insert(new LibraryFolder("Home"));
+        folder->setSymbolName("house");
+        folder->setColorHex("#FF9500");
+        folder->setSortOrder(3);
+        auto *child = ctx->insert(new LibraryFolder("Lights", folder));
+        auto *tag = ctx->insert(new Tag("Work", "#007AFF"));
+        tag->setSortOrder(-2);
+        auto *subTag = ctx->insert(new Tag("Meetings", "#34C759", tag));
+        folderUuid = folder->uuid();
+        childUuid = child->uuid();
+        tagUuid = tag->uuid();
+        subTagUuid = subTag->uuid();
+
+        auto *item = ctx->insert(new ShortcutItem("5A1B-ID", "Morning Routine ☀️"));
+        item->setSubtitle("3 actions");
+        item->setNativeFolderName("Starter Shortcuts");
+        item->setColorHex("#FF3B30");
+        item->setIconData(QByteArray("\x89PNG\0bytes", 10));
+        item->setIconTopHex("#FF0000");
+        item->setIconBottomHex("#FF8000");
+        item->setLibraryOrder(42);
+        item->setAppBundleID("com.apple.Notes");
+        item->setIconAppBundleID("com.apple.Notes");
+        item->setAcceptsInput(true);
+        item->setActionCount(7);
+        item->setNativeCreatedAt(at("2023-05-06T07:08:09.123Z"));
+        item->setNativeModifiedAt(at("2024-01-02T03:04:05.006Z"));
+        item->setFirstSeenAt(at("2024-02-01T00:00:00.000Z"));
+        item->setLastChangedAt(at("2024-02-02T00:00:00.500Z"));
+        item->setLastSeenAt(at("2024-02-03T00:00:00.000Z"));
+        item->setIsMissing(true);
+        item->setIsFavorite(true);
+        item->setLastRunAt(at("2024-02-04T12:00:00.000Z"));
+        item->setRunCount(12);
+        item->setNotes("Line one\nLine two — with “quotes”");
+        item->setFolder(child);
+        item->addTag(tag);
+        item->addTag(subTag);
+
+        auto *bare = ctx->insert(new ShortcutItem("name:Bare", "Bare"));
+        bare->setIconData(QByteArray()); // present but empty differs from absent
+        QVERIFY(ctx->save());
+    }
+    auto ctx = open(dir);
+    QVERIFY(ctx);
+    QCOMPARE(ctx->shortcuts().size(), 2);
+    QCOMPARE(ctx->folders().size(), 2);
+    QCOMPARE(ctx->tags().size(), 2);
+    const ShortcutItem *item = ctx->shortcuts().at(0);
+    QCOMPARE(item->identifier(), "5A1B-ID");
+    QCOMPARE(item->name(), "Morning Routine ☀️");
+    QCOMPARE(item->subtitle(), "3 actions");
+    QCOMPARE(item->nativeFolderName(), "Starter Shortcuts");
+    QCOMPARE(item->colorHex(), "#FF3B30");
+    QCOMPARE(item->iconData(), std::optional<QByteArray>(QByteArray("\x89PNG\0bytes", 10)));
+    QCOMPARE(item->iconTopHex(), "#FF0000");
+    QCOMPARE(item->iconBottomHex(), "#FF8000");
+    QCOMPARE(item->libraryOrder(), 42);
+    QCOMPARE(item->appBundleID(), "com.apple.Notes");
+    QCOMPARE(item->iconAppBundleID(), "com.apple.Notes");
+    QCOMPARE(item->acceptsInput(), true);
+    QCOMPARE(item->actionCount(), 7);
+    QCOMPARE(item->nativeCreatedAt(), at("2023-05-06T07:08:09.123Z"));
+    QCOMPARE(item->nativeModifiedAt(), at("2024-01-02T03:04:05.006Z"));
+    QCOMPARE(item->firstSeenAt(), at("2024-02-01T00:00:00.000Z"));
+    QCOMPARE(item->lastChangedAt(), at("2024-02-02T00:00:00.500Z"));
+    QCOMPARE(item->lastSeenAt(), at("2024-02-03T00:00:00.000Z"));
+    QCOMPARE(item->isMissing(), true);
+    QCOMPARE(item->isFavorite(), true);
+    QCOMPARE(item->lastRunAt(), at("2024-02-04T12:00:00.000Z"));
+    QCOMPARE(item->runCount(), 12);
+    QCOMPARE(item->notes(), "Line one\nLine two — with “quotes”");
+
+    LibraryFolder *folder = ctx->folder(folderUuid);
+    LibraryFolder *child = ctx->folder(childUuid);
+    QVERIFY(folder && child);
+    QCOMPARE(folder->name(), "Home");
+    QCOMPARE(folder->symbolName(), "house");
+    QCOMPARE(folder->colorHex(), "#FF9500");
+    QCOMPARE(folder->sortOrder(), 3);
+    QCOMPARE(child->symbolName(), "folder");
+    QCOMPARE(child->parent(), folder);
+    QCOMPARE(folder->children(), QList<LibraryFolder *>{child});
+    QCOMPARE(item->folder(), child);
+    QCOMPARE(child->shortcuts(), QList<ShortcutItem *>{const_cast<ShortcutItem *>(item)});
+
+    Tag *tag = ctx->tag(tagUuid);
+    Tag *subTag = ctx->tag(subTagUuid);
+    QVERIFY(tag && subTag);
+    QCOMPARE(tag->colorHex(), "#007AFF");
+    QCOMPARE(tag->sortOrder(), -2);
+    QCOMPARE(subTag->parent(), tag);
+    QCOMPARE(item->tags(), (QList<Tag *>{tag, subTag}));
+    QCOMPARE(subTag->shortcuts().size(), 1);
+
+    const ShortcutItem *bare = ctx->shortcuts().at(1);
+    QCOMPARE(bare->iconData(), std::optional<QByteArray>(QByteArray()));
+    QCOMPARE(bare->nativeCreatedAt(), std::nullopt);
+    QCOMPARE(bare->lastRunAt(), std::nullopt);
+    QCOMPARE(bare->folder(), nullptr);
+    QVERIFY(!ctx->hasChanges()); // loading is not a change
+}
+
+void StoreTest::iconBytesAreReadOnFirstUse()
+{
+    QTemporaryDir dir;
+    {
+        auto ctx = open(dir);
+        auto *item = ctx->insert(new ShortcutItem("ID", "With icon"));
+        item->setIconData(QByteArray(2048, 'x'));
+        ctx->insert(new ShortcutItem("ID2", "Without icon"));
+        QVERIFY(ctx->save());
+    }
+    auto ctx = open(dir);
+    ShortcutItem *item = ctx->shortcuts().at(0);
+    QVERIFY(item->hasIconData());
+    QVERIFY(!ctx->shortcuts().at(1)->hasIconData());
+    QCOMPARE(ctx->shortcuts().at(1)->iconData(), std::nullopt);
+    // The bytes live in their own table, not in the item's row.
+    SqliteDatabase &db = ctx->store()->database();
+    QCOMPARE(db.scalar("SELECT length(data) FROM shortcut_icons")->toInt(), 2048);
+    QCOMPARE(item->iconData()->size(), 2048);
+    item->setIconData(std::nullopt);
+    QVERIFY(ctx->save());
+    QCOMPARE(db.scalar("SELECT count(*) FROM shortcut_icons")->toInt(), 0);
+}
+
+void StoreTest::changesAndDeletesSurviveReopen()
+{
+    QTemporaryDir dir;
+    {
+        auto ctx = open(dir);
+        auto *folder = ctx->insert(new LibraryFolder("Doomed"));
+        auto *kept = ctx->insert(new LibraryFolder("Kept", folder));
+        auto *tag = ctx->insert(new Tag("Doomed tag", ""));
+        auto *item = ctx->insert(new ShortcutItem("ID", "Item"));
+        auto *gone = ctx->insert(new ShortcutItem("ID2", "Gone"));
+        item->setFolder(folder);
+        item->addTag(tag);
+        gone->addTag(tag);
+        QVERIFY(ctx->save());
+        ctx->deleteRecord(folder);
+        ctx->deleteRecord(tag);
+        ctx->deleteRecord(gone);
+        item->setName("Renamed");
+        kept->setName("Kept at top");
+        QVERIFY(ctx->save());
+    }
+    auto ctx = open(dir);
+    QCOMPARE(ctx->shortcuts().size(), 1);
+    QCOMPARE(ctx->shortcuts().at(0)->name(), "Renamed");
+    QCOMPARE(ctx->shortcuts().at(0)->folder(), nullptr);
+    QVERIFY(ctx->shortcuts().at(0)->tags().isEmpty());
+    QVERIFY(ctx->tags().isEmpty());
+    QCOMPARE(ctx->folders().size(), 1);
+    QCOMPARE(ctx->folders().at(0)->name(), "Kept at top");
+    QCOMPARE(ctx->folders().at(0)->parent(), nullptr);
+    QCOMPARE(ctx->store()->database().scalar("SELECT count(*) FROM shortcut_tags")->toInt(), 0);
+
+    // Ids are never reused after a delete and reopen.
+    auto *fresh = ctx->insert(new ShortcutItem("ID3", "Fresh"));
+    QVERIFY(fresh->persistentId() > ctx->shortcuts().at(0)->persistentId());
+}
+
+void StoreTest::schemaVersionAndJournalAreRecorded()
+{
+    QTemporaryDir dir;
+    auto ctx = open(dir);
+    SqliteDatabase &db = ctx->store()->database();
+    QCOMPARE(db.scalar("PRAGMA user_version")->toInt(), LibraryStore::schemaVersion);
+    QCOMPARE(db.scalar("SELECT value FROM store_metadata WHERE key = 'schemaVersion'")->toString(),
+             "1.0.0");
+    QCOMPARE(db.scalar("PRAGMA journal_mode")->toString(), "wal");
+    QCOMPARE(LibraryStoreContainer::storePath(dir.path()), dir.filePath("Thimblecraft.store"));
+}
+
+void StoreTest::failedSaveWritesNothing()
+{
+    QTemporaryDir dir;
+    auto ctx = open(dir);
+    auto *item = ctx->insert(new ShortcutItem("ID", "Before"));
+    QVERIFY(ctx->save());
+    // Break the icon table behind the context's back so the icon write fails mid-save.
+    QVERIFY(ctx->store()->database().exec("DROP TABLE shortcut_icons"));
+    item->setName("After");
+    ctx->insert(new ShortcutItem("ID2", "New"))->setIconData(QByteArray("x"));
+    QString error;
+    QVERIFY(!ctx->save(&error));
+    QVERIFY(!error.isEmpty());
+    QVERIFY(ctx->hasChanges()); // nothing is forgotten: a later save can still write it
+    SqliteDatabase &db = ctx->store()->database();
+    QCOMPARE(db.scalar("SELECT name FROM shortcut_items")->toString(), "Before");
+    QCOMPARE(db.scalar("SELECT count(*) FROM shortcut_items")->toInt(), 1);
+}
+
+void StoreTest::newerSchemaIsRefusedUntouched()
+{
+    QTemporaryDir dir;
+    {
+        auto ctx = open(dir);
+        ctx->insert(new ShortcutItem("ID", "Item"));
+        QVERIFY(ctx->save());
+        QVERIFY(ctx->store()->database().exec("PRAGMA user_version=2"));
+    }
+    QFile file(LibraryStoreContainer::storePath(dir.path()));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray before = file.readAll();
+    file.close();
+    QString error;
+    QVERIFY(!LibraryStoreContainer::open(dir.path(), &error));
+    QVERIFY2(error.contains("newer version"), qPrintable(error));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), before);
+}
+
+QTEST_GUILESS_MAIN(StoreTest)
+#include "tst_store.moc"
