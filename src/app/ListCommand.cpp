@@ -1,16 +1,35 @@
 #include "app/ListCommand.h"
 
 #include "app/CommandLine.h"
+#include "model/LibraryQuery.h"
+#include "model/LibrarySection.h"
 #include "model/ModelContext.h"
 #include "model/ShortcutItemJson.h"
 
 #include <QJsonDocument>
-
 #include <cstdio>
 
 int runListCommand(ModelContext &context, const CommandLine &commandLine)
 {
-    const QList<ShortcutItem *> &items = context.shortcuts();
+    QList<ShortcutItem *> items;
+    if (commandLine.section.isNull()) {
+        // The whole library, missing shortcuts included, in creation order.
+        items = LibraryQuery::searchFiltered(context.shortcuts(), commandLine.search);
+    } else {
+        const auto section = LibrarySection::fromText(commandLine.section);
+        if (!section) {
+            const QByteArray message =
+                QStringLiteral("thimblecraft: unknown section \"%1\"; use all, favorites, recent, "
+                               "unfiled, untagged, missing, folder:UUID, tag:UUID, smart:UUID or "
+                               "native:NAME\n")
+                    .arg(commandLine.section)
+                    .toUtf8();
+            std::fwrite(message.constData(), 1, size_t(message.size()), stderr);
+            return 2;
+        }
+        items = LibraryQuery::visibleItems(context, *section, commandLine.search);
+    }
+
     QByteArray out;
     if (commandLine.json) {
         out = QJsonDocument(shortcutItemsJson(items)).toJson(QJsonDocument::Indented);

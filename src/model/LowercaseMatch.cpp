@@ -4,8 +4,8 @@ namespace {
 bool isAscii(QStringView text)
 {
     char16_t any = 0;
-    for (const char16_t c : text)
-        any |= c;
+    for (const QChar c : text)
+        any |= c.unicode();
     return any < 0x80;
 }
 
@@ -62,7 +62,8 @@ bool LowercaseMatch::equals(QStringView value, QStringView needle)
 {
     if (!isAscii(value))
         return lowered(value) == needle;
-    return value.size() == needle.size() && asciiMatchAt(value.utf16(), needle.utf16(), value.size());
+    return value.size() == needle.size() &&
+           asciiMatchAt(value.utf16(), needle.utf16(), value.size());
 }
 
 bool LowercaseMatch::beginsWith(QStringView value, QStringView needle)

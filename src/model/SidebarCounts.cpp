@@ -1,0 +1,134 @@
+#include "model/SidebarCounts.h"
+
+#include "model/ModelContext.h"
+#include "model/NaturalOrder.h"
+#include "model/RuleMatcher.h"
+#include "model/SmartRuleSet.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+constexpr int maxAncestorSteps = 64;
+
+// Counts, for folders or tags, how many distinct items reach each record through one of their
+// own records and its ancestors (the same 64-step bound as pathFromRoot).
+template<typename Node> class TreeTally {
+public:
+    explicit TreeTally(const QList<Node *> &nodes)
+    {
+        m_index.reserve(nodes.size());
+        for (Node *node : nodes)
+            m_index.insert(node, int(m_index.size()));
+        m_counts.assign(size_t(m_index.size()), 0);
+        m_lastItem.assign(size_t(m_index.size()), -1);
+    }
+
+    void add(const Node *node, int item)
+    {
+        for (int step = 0; node && step <= maxAncestorSteps; ++step, node = node->parent()) {
+            const int i = m_index.value(node, -1);
+            if (i < 0 || m_lastItem[size_t(i)] == item)
+                continue;
+            m_lastItem[size_t(i)] = item;
+            ++m_counts[size_t(i)];
+        }
+    }
+
+    void store(const QList<Node *> &nodes, QHash<QString, qsizetype> &into) const
+    {
+        into.reserve(nodes.size());
+        for (const Node *node : nodes)
+            if (!into.contains(node->uuid())) // the first record with a uuid wins, as in sections
+                into.insert(node->uuid(), m_counts[size_t(m_index.value(node))]);
+    }
+
+private:
+    QHash<const Node *, int> m_index;
+    std::vector<qsizetype> m_counts;
+    std::vector<int> m_lastItem;
+};
+} // namespace
+
+SidebarCounts SidebarCounts::of(const ModelContext &context)
+{
+    SidebarCounts counts;
+    TreeTally<LibraryFolder> folderTally(context.folders());
+    TreeTally<Tag> tagTally(context.tags());
+    QHash<QString, qsizetype> natives;
+
+    const QList<ShortcutItem *> &items = context.shortcuts();
+    for (int n = 0; n < items.size(); ++n) {
+        const ShortcutItem &item = *items[n];
+        if (item.isMissing()) {
+            ++counts.missing;
+            continue;
+        }
+        ++counts.all;
+        counts.favorites += item.isFavorite();
+        counts.recent += item.lastRunAt().has_value();
+        if (item.folder())
+            folderTally.add(item.folder(), n);
+        else
+            ++counts.unfiled;
+        if (item.tags().isEmpty())
+            ++counts.untagged;
+        for (const Tag *tag : item.tags())
+            tagTally.add(tag, n);
+        if (!item.nativeFolderName().isEmpty())
+            ++natives[item.nativeFolderName()];
+    }
+    folderTally.store(context.folders(), counts.folders);
+    tagTally.store(context.tags(), counts.tags);
+
+    for (const SmartList *list : context.smartLists()) {
+        if (counts.smartLists.contains(list->uuid()))
+            continue;
+        const RuleSetMatcher matcher(list->ruleSet());
+        qsizetype selected = 0;
+        for (const ShortcutItem *item : items)
+            selected += matcher.selects(*item);
+        counts.smartLists.insert(list->uuid(), selected);
+    }
+
+    counts.nativeFolders.reserve(natives.size());
+    for (auto it = natives.cbegin(); it != natives.cend(); ++it)
+        counts.nativeFolders.append({it.key(), it.value()});
+    std::sort(counts.nativeFolders.begin(), counts.nativeFolders.end(),
+              [](const auto &a, const auto &b) {
+                  const int c = naturalCompare(a.first, b.first);
+                  return c != 0 ? c < 0 : a.first < b.first;
+              });
+    return counts;
+}
+
+qsizetype SidebarCounts::count(const LibrarySection &section) const
+{
+    using Case = LibrarySection::Case;
+    switch (section.kind) {
+    case Case::all:
+        return all;
+    case Case::favorites:
+        return favorites;
+    case Case::recent:
+        return recent;
+    case Case::unfiled:
+        return unfiled;
+    case Case::untagged:
+        return untagged;
+    case Case::missing:
+        return missing;
+    case Case::folder:
+        return folders.value(section.value);
+    case Case::tag:
+        return tags.value(section.value);
+    case Case::smartList:
+        return smartLists.value(section.value);
+    case Case::nativeFolder:
+        for (const auto &[name, n] : nativeFolders)
+            if (name == section.value)
+                return n;
+        return 0;
+    }
+    return 0;
+}
