@@ -87,6 +87,33 @@ void bindParent(SqliteStatement &st, int i, const Record *parent)
         st.bindNull(i);
 }
 
+// What is wrong with the tables of a file that claims to be a library, or "" when load() and
+// write() find every table and column they use.
+QString schemaProblem(SqliteDatabase &db)
+{
+    const QString queries[] = {
+        QStringLiteral("SELECT %1 FROM shortcut_items").arg(kItemColumns),
+        QStringLiteral("SELECT item_id, data FROM shortcut_icons"),
+        QStringLiteral("SELECT id, uuid, name, symbol_name, color_hex, sort_order, created_at, "
+                       "parent_id FROM library_folders"),
+        QStringLiteral(
+            "SELECT id, uuid, name, color_hex, sort_order, created_at, parent_id FROM tags"),
+        QStringLiteral("SELECT id, uuid, name, symbol_name, color_hex, sort_order, created_at, "
+                       "rules_data FROM smart_lists"),
+        QStringLiteral("SELECT item_id, tag_id FROM shortcut_tags"),
+    };
+    for (const QString &q : queries)
+        if (!db.prepare(q + QStringLiteral(" LIMIT 0")).isValid())
+            return db.lastError();
+    const auto name =
+        db.scalar(QStringLiteral("SELECT value FROM store_metadata WHERE key = 'name'"));
+    if (!name)
+        return db.lastError();
+    if (name->toString() != QLatin1String("Thimblecraft"))
+        return QStringLiteral("it belongs to another program");
+    return {};
+}
+
 } // namespace
 
 std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *error)
@@ -121,7 +148,19 @@ std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *e
         return fail(
             QStringLiteral("%1 is an SQLite database but not a Thimblecraft library").arg(path));
 
-    if (!store->m_db.exec(QStringLiteral("PRAGMA journal_mode=WAL")) ||
+    if (current > 0) {
+        const QString problem = schemaProblem(store->m_db);
+        if (!problem.isEmpty())
+            return fail(
+                QStringLiteral("%1 is not a usable Thimblecraft library: %2").arg(path, problem));
+    }
+    // A new file switches to WAL at once; an existing one only when it is first saved to, so
+    // that a file refused by load() is left exactly as it was.
+    const auto journal = store->m_db.scalar(QStringLiteral("PRAGMA journal_mode"));
+    if (!journal)
+        return fail(store->m_db.lastError());
+    store->m_switchToWal = current > 0 && journal->toString() != QLatin1String("wal");
+    if ((current == 0 && !store->m_db.exec(QStringLiteral("PRAGMA journal_mode=WAL"))) ||
         !store->m_db.exec(QStringLiteral("PRAGMA synchronous=NORMAL")) ||
         !store->m_db.exec(QStringLiteral("PRAGMA foreign_keys=OFF")))
         return fail(store->m_db.lastError());
@@ -153,9 +192,11 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
 {
     auto fail = [&]() {
         if (error)
-            *error = m_db.lastError();
+            *error = QString::fromUtf8(sqlite3_errmsg(m_db.handle()));
         return false;
     };
+    // A damaged page ends a scan with an error, which must not pass for the end of the table.
+    SqliteStatement::Step step = SqliteStatement::Step::done;
     QHash<qint64, LibraryFolder *> folders;
     QList<std::pair<qint64, qint64>> folderParents;
     {
@@ -164,7 +205,7 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
             "FROM library_folders ORDER BY id"));
         if (!st.isValid())
             return fail();
-        while (st.step() == SqliteStatement::Step::row) {
+        while ((step = st.step()) == SqliteStatement::Step::row) {
             auto *f = new LibraryFolder(st.text(2));
             f->m_uuid = st.text(1);
             f->m_symbolName = st.text(3);
@@ -177,6 +218,8 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
                 folderParents.append({f->m_id, st.int64(7)});
             ctx.adopt(f, true);
         }
+        if (step != SqliteStatement::Step::done)
+            return fail();
     }
     // Relationships are wired directly: loading must not mark records as changed.
     for (const auto &[childId, parentId] : folderParents)
@@ -194,7 +237,7 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
                                         "parent_id FROM tags ORDER BY id"));
         if (!st.isValid())
             return fail();
-        while (st.step() == SqliteStatement::Step::row) {
+        while ((step = st.step()) == SqliteStatement::Step::row) {
             auto *t = new Tag(st.text(2), st.text(3));
             t->m_uuid = st.text(1);
             t->m_sortOrder = st.int64(4);
@@ -205,6 +248,8 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
                 tagParents.append({t->m_id, st.int64(6)});
             ctx.adopt(t, true);
         }
+        if (step != SqliteStatement::Step::done)
+            return fail();
     }
     for (const auto &[childId, parentId] : tagParents)
         if (Tag *parent = tags.value(parentId)) {
@@ -219,7 +264,7 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
             "FROM smart_lists ORDER BY id"));
         if (!st.isValid())
             return fail();
-        while (st.step() == SqliteStatement::Step::row) {
+        while ((step = st.step()) == SqliteStatement::Step::row) {
             auto *s = new SmartList;
             s->m_id = st.int64(0);
             s->m_uuid = st.text(1);
@@ -231,6 +276,8 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
             s->m_rulesData = st.blob(7);
             ctx.adopt(s, true);
         }
+        if (step != SqliteStatement::Step::done)
+            return fail();
     }
 
     QHash<qint64, ShortcutItem *> items;
@@ -240,7 +287,7 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
             QStringLiteral("SELECT %1 FROM shortcut_items ORDER BY id").arg(kItemColumns));
         if (!st.isValid())
             return fail();
-        while (st.step() == SqliteStatement::Step::row) {
+        while ((step = st.step()) == SqliteStatement::Step::row) {
             auto *i = new ShortcutItem(st.text(0), st.text(1));
             i->m_subtitle = st.text(2);
             i->m_nativeFolderName = st.text(3);
@@ -273,13 +320,15 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
                     f->m_shortcuts.append(i); // rows come in id order
                 }
         }
+        if (step != SqliteStatement::Step::done)
+            return fail();
     }
     {
         SqliteStatement st = m_db.prepare(
             QStringLiteral("SELECT item_id, tag_id FROM shortcut_tags ORDER BY item_id, tag_id"));
         if (!st.isValid())
             return fail();
-        while (st.step() == SqliteStatement::Step::row) {
+        while ((step = st.step()) == SqliteStatement::Step::row) {
             ShortcutItem *i = items.value(st.int64(0));
             Tag *t = tags.value(st.int64(1));
             if (i && t) {
@@ -287,6 +336,8 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
                 t->m_shortcuts.append(i);
             }
         }
+        if (step != SqliteStatement::Step::done)
+            return fail();
     }
     return true;
 }
@@ -304,6 +355,14 @@ QByteArray LibraryStore::iconData(qint64 itemId)
 bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> &updated,
                          const QList<Record *> &deleted, QString *error)
 {
+    if (m_switchToWal) {
+        if (!m_db.exec(QStringLiteral("PRAGMA journal_mode=WAL"))) {
+            if (error)
+                *error = m_db.lastError();
+            return false;
+        }
+        m_switchToWal = false;
+    }
     SqliteTransaction tx(m_db);
     auto fail = [&]() {
         if (error)

@@ -36,4 +36,5 @@ private:
 
     QString m_path;
     SqliteDatabase m_db;
+    bool m_switchToWal = false;
 };

@@ -1,0 +1,317 @@
+// Hands the real program store files it did not write (or cannot use) and checks that it either
+// refuses them cleanly, leaving them byte for byte as they were, or reads them without crashing.
+
+#include "model/LibraryStoreContainer.h"
+#include "model/ModelContext.h"
+#include "model/SqliteDatabase.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <unistd.h>
+
+namespace {
+
+const QByteArray kFatalPrefix = "Could not open the Thimblecraft store: ";
+
+QString programPath()
+{
+    return qEnvironmentVariable("THIMBLECRAFT_BINARY_DIR") +
+           QStringLiteral("/src/app/thimblecraft");
+}
+
+struct Run {
+    bool crashed = false;
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+Run runList(const QString &dataDir, const QStringList &extra = {})
+{
+    QProcess p;
+    p.start(programPath(),
+            QStringList{QStringLiteral("list"), QStringLiteral("--data-dir"), dataDir} + extra);
+    Run r;
+    if (!p.waitForFinished(30000)) {
+        p.kill();
+        p.waitForFinished();
+        r.crashed = true;
+    }
+    r.crashed = r.crashed || p.exitStatus() != QProcess::NormalExit;
+    r.exitCode = p.exitCode();
+    r.out = p.readAllStandardOutput();
+    r.err = p.readAllStandardError();
+    return r;
+}
+
+// Every entry of a directory tree with the hash of its bytes: what "unchanged" means here.
+QMap<QString, QByteArray> snapshot(const QString &root)
+{
+    QMap<QString, QByteArray> entries;
+    QDirIterator it(root, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot | QDir::System,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QString name = QDir(root).relativeFilePath(path);
+        if (it.fileInfo().isDir()) {
+            entries.insert(name, "directory");
+            continue;
+        }
+        QFile f(path);
+        entries.insert(name, f.open(QIODevice::ReadOnly)
+                                 ? QCryptographicHash::hash(f.readAll(), QCryptographicHash::Sha256)
+                                 : QByteArray("unreadable"));
+    }
+    return entries;
+}
+
+bool writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
+}
+
+// A genuine store with a few records of each kind, closed cleanly (no -wal or -shm left).
+void makeRealStore(const QString &dataDir)
+{
+    QString error;
+    auto ctx = LibraryStoreContainer::open(dataDir, &error);
+    QVERIFY2(ctx, qPrintable(error));
+    auto *folder = ctx->insert(new LibraryFolder(QStringLiteral("Work")));
+    ctx->insert(new LibraryFolder(QStringLiteral("Inner"), folder));
+    auto *tag = ctx->insert(new Tag(QStringLiteral("Daily"), QStringLiteral("#FF0000")));
+    for (int n = 0; n < 40; ++n) {
+        auto *item = ctx->insert(
+            new ShortcutItem(QStringLiteral("ID-%1").arg(n), QStringLiteral("Shortcut %1").arg(n)));
+        item->setIconData(QByteArray(3000, char('a' + n % 26)));
+        item->setNotes(QString(200, u'n'));
+        item->setFolder(n % 2 ? folder : nullptr);
+        if (n % 3 == 0)
+            item->addTag(tag);
+    }
+    QVERIFY2(ctx->save(&error), qPrintable(error));
+}
+
+// Runs SQL on a database file with a connection of our own.
+void execOn(const QString &path, const QString &sql)
+{
+    SqliteDatabase db;
+    QVERIFY2(db.open(path, SqliteDatabase::Mode::readWriteCreate), qPrintable(db.lastError()));
+    QVERIFY2(db.exec(sql), qPrintable(db.lastError() + QStringLiteral(" in ") + sql));
+}
+
+} // namespace
+
+class TestHostileStore : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void refusesAndLeavesUntouched_data();
+    void refusesAndLeavesUntouched();
+    void readsOddButReadableStores_data();
+    void readsOddButReadableStores();
+    void emptyFileBecomesAStore();
+    void unwritableDataDirectory();
+};
+
+void TestHostileStore::initTestCase()
+{
+    QVERIFY2(QFileInfo(programPath()).isExecutable(), qPrintable(programPath()));
+}
+
+void TestHostileStore::refusesAndLeavesUntouched_data()
+{
+    QTest::addColumn<QString>("kind");
+    for (const char *kind :
+         {"garbage", "garbageWithSqliteHeader", "truncated", "truncatedWal", "otherProgram",
+          "otherProgramWal", "otherProgramUserVersion1", "newerSchema", "storeIsDirectory",
+          "missingTable", "missingColumn", "corruptPage"})
+        QTest::newRow(kind) << QString::fromLatin1(kind);
+}
+
+void TestHostileStore::refusesAndLeavesUntouched()
+{
+    QFETCH(QString, kind);
+    QTemporaryDir tmp;
+    QVERIFY(tmp.isValid());
+    const QString dir = tmp.path();
+    const QString store = LibraryStoreContainer::storePath(dir);
+    QRandomGenerator rng(42);
+    auto randomBytes = [&](int n) {
+        QByteArray b(n, Qt::Uninitialized);
+        for (char &c : b)
+            c = char(rng.bounded(256));
+        return b;
+    };
+
+    if (kind == QLatin1String("garbage")) {
+        QVERIFY(writeFile(store, randomBytes(8192)));
+    } else if (kind == QLatin1String("garbageWithSqliteHeader")) {
+        QVERIFY(writeFile(store, QByteArray("SQLite format 3\0", 16) + randomBytes(8176)));
+    } else if (kind.startsWith(QLatin1String("truncated"))) {
+        makeRealStore(dir);
+        if (kind == QLatin1String("truncatedWal"))
+            execOn(store, QStringLiteral("PRAGMA journal_mode=DELETE"));
+        QFile f(store);
+        QVERIFY(f.size() > 16384);
+        QVERIFY(f.resize(f.size() / 2 + 100));
+    } else if (kind.startsWith(QLatin1String("otherProgram"))) {
+        QString sql = QStringLiteral("CREATE TABLE notes (id INTEGER PRIMARY KEY, body TEXT);"
+                                     "INSERT INTO notes (body) VALUES ('keep me'), ('and me');");
+        if (kind == QLatin1String("otherProgramWal"))
+            sql.prepend(QStringLiteral("PRAGMA journal_mode=WAL;"));
+        if (kind == QLatin1String("otherProgramUserVersion1"))
+            sql += QStringLiteral("PRAGMA user_version=1;");
+        execOn(store, sql);
+    } else if (kind == QLatin1String("newerSchema")) {
+        makeRealStore(dir);
+        execOn(store, QStringLiteral("PRAGMA user_version=99"));
+    } else if (kind == QLatin1String("storeIsDirectory")) {
+        QVERIFY(QDir().mkpath(store));
+        QVERIFY(writeFile(store + QStringLiteral("/inside"), "x"));
+    } else if (kind == QLatin1String("missingTable")) {
+        makeRealStore(dir);
+        execOn(store, QStringLiteral("DROP TABLE tags"));
+    } else if (kind == QLatin1String("missingColumn")) {
+        makeRealStore(dir);
+        execOn(store, QStringLiteral("ALTER TABLE shortcut_items DROP COLUMN notes"));
+    } else if (kind == QLatin1String("corruptPage")) {
+        makeRealStore(dir);
+        execOn(store, QStringLiteral("PRAGMA journal_mode=DELETE"));
+        QFile f(store);
+        QVERIFY(f.open(QIODevice::ReadWrite));
+        QByteArray bytes = f.readAll();
+        // Scribble over every page but the first: the header still reads, the tables do not.
+        for (qsizetype i = 4096; i < bytes.size(); i += 7)
+            bytes[i] = char(0xA5);
+        QVERIFY(f.seek(0));
+        QCOMPARE(f.write(bytes), bytes.size());
+    }
+    const auto before = snapshot(dir);
+    QVERIFY(!before.isEmpty());
+
+    const Run r = runList(dir);
+    QVERIFY2(!r.crashed, r.err.constData());
+    QCOMPARE(r.exitCode, 70);
+    QVERIFY2(r.err.startsWith(kFatalPrefix), r.err.constData());
+    QVERIFY2(r.err.size() > kFatalPrefix.size() + 1, "the error says nothing after the prefix");
+    QVERIFY(r.out.isEmpty());
+    // Same files with the same bytes, and no -wal, -shm or journal left next to them.
+    QCOMPARE(snapshot(dir), before);
+}
+
+void TestHostileStore::readsOddButReadableStores_data()
+{
+    QTest::addColumn<QString>("sql");
+    QTest::addColumn<int>("items");
+
+    QTest::newRow("wrong types")
+        << QStringLiteral(
+               "UPDATE shortcut_items SET run_count = 'lots', library_order = x'DEADBEEF', "
+               "first_seen_at = 'yesterday', native_created_at = 1e300, native_modified_at = "
+               "-1e300, "
+               "last_run_at = 9e999, last_seen_at = -9e999, name = x'FFFE00C0', "
+               "is_favorite = 'yes', folder_id = 'abc', action_count = 9.9e18, notes = 12.5, "
+               "accepts_input = x'' WHERE id % 2 = 0;"
+               "UPDATE library_folders SET sort_order = 'x', created_at = 1e308, name = x'00';"
+               "UPDATE tags SET created_at = 'never', sort_order = -9223372036854775808;"
+               "UPDATE smart_lists SET rules_data = 'not a rule set', created_at = x'00';"
+               "UPDATE shortcut_icons SET data = 'text, not bytes' WHERE item_id < 5;"
+               "DELETE FROM shortcut_icons WHERE item_id BETWEEN 5 AND 9;")
+        << 40;
+    QTest::newRow("broken relationships")
+        << QStringLiteral("UPDATE library_folders SET parent_id = id;" // its own parent
+                          "UPDATE tags SET parent_id = (SELECT max(id) FROM tags) WHERE id = "
+                          "(SELECT min(id) FROM "
+                          "tags);"
+                          "UPDATE tags SET parent_id = (SELECT min(id) FROM tags) WHERE id = "
+                          "(SELECT max(id) FROM "
+                          "tags);" // a cycle of two
+                          "UPDATE shortcut_items SET folder_id = 999999 WHERE id < 10;"
+                          "INSERT INTO shortcut_tags VALUES (1, 424242), (424242, 1), (-1, -1);"
+                          "UPDATE shortcut_items SET has_icon = 1;")
+        << 40;
+    // Same columns, no types and no constraints: every field may be NULL.
+    QTest::newRow("untyped table")
+        << QStringLiteral(
+               "DROP TABLE shortcut_items;"
+               "CREATE TABLE shortcut_items (id, identifier, name, subtitle, native_folder_name, "
+               "color_hex, icon_top_hex, icon_bottom_hex, library_order, app_bundle_id, "
+               "icon_app_bundle_id, accepts_input, action_count, native_created_at, "
+               "native_modified_at, "
+               "first_seen_at, last_changed_at, last_seen_at, is_missing, is_favorite, "
+               "last_run_at, "
+               "run_count, notes, folder_id, has_icon);"
+               "INSERT INTO shortcut_items (id) VALUES (1), (1), (NULL), ('x'), (2.5);")
+        << 5;
+}
+
+void TestHostileStore::readsOddButReadableStores()
+{
+    QFETCH(QString, sql);
+    QFETCH(int, items);
+    QTemporaryDir tmp;
+    QVERIFY(tmp.isValid());
+    makeRealStore(tmp.path());
+    execOn(LibraryStoreContainer::storePath(tmp.path()), sql);
+    const auto before = snapshot(tmp.path());
+
+    const Run names = runList(tmp.path());
+    QVERIFY2(!names.crashed && names.exitCode == 0, names.err.constData());
+    QCOMPARE(names.out.count('\n'), items);
+    const Run json = runList(tmp.path(), {QStringLiteral("--json")});
+    QVERIFY2(!json.crashed && json.exitCode == 0, json.err.constData());
+    QJsonParseError error;
+    const QJsonDocument doc = QJsonDocument::fromJson(json.out, &error);
+    QVERIFY2(error.error == QJsonParseError::NoError, qPrintable(error.errorString()));
+    QCOMPARE(doc.array().size(), items);
+    // Listing writes nothing.
+    QCOMPARE(snapshot(tmp.path()), before);
+}
+
+// A zero-byte file is what a kill leaves right after SQLite created the file: a new, empty store.
+void TestHostileStore::emptyFileBecomesAStore()
+{
+    QTemporaryDir tmp;
+    QVERIFY(tmp.isValid());
+    QVERIFY(writeFile(LibraryStoreContainer::storePath(tmp.path()), {}));
+    const Run r = runList(tmp.path());
+    QVERIFY2(!r.crashed && r.exitCode == 0, r.err.constData());
+    QVERIFY(r.out.isEmpty());
+    QString error;
+    QVERIFY2(LibraryStoreContainer::open(tmp.path(), &error), qPrintable(error));
+}
+
+void TestHostileStore::unwritableDataDirectory()
+{
+    // A directory that cannot be created at all: refused before any store is touched.
+    const Run uncreatable = runList(QStringLiteral("/proc/self/thimblecraft-data"));
+    QVERIFY2(!uncreatable.crashed, uncreatable.err.constData());
+    QCOMPARE(uncreatable.exitCode, 70);
+    QVERIFY2(uncreatable.err.startsWith(kFatalPrefix), uncreatable.err.constData());
+
+    if (geteuid() == 0)
+        QSKIP("running as root: directory permissions do not stop root from writing");
+    QTemporaryDir tmp;
+    QVERIFY(tmp.isValid());
+    makeRealStore(tmp.path());
+    const auto before = snapshot(tmp.path());
+    QVERIFY(QFile::setPermissions(tmp.path(), QFile::ReadOwner | QFile::ExeOwner));
+    const Run r = runList(tmp.path());
+    QFile::setPermissions(tmp.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QVERIFY2(!r.crashed, r.err.constData());
+    QCOMPARE(r.exitCode, 70);
+    QVERIFY2(r.err.startsWith(kFatalPrefix), r.err.constData());
+    QCOMPARE(snapshot(tmp.path()), before);
+}
+
+QTEST_GUILESS_MAIN(TestHostileStore)
+#include "tst_hostile_store.moc"
