@@ -1,0 +1,37 @@
+#include "ui/FileDialogFolderChooser.h"
+
+#include <QDir>
+#include <QFileDialog>
+#include <QGridLayout>
+#include <QLabel>
+
+std::optional<QString> FileDialogFolderChooser::chooseFolder(const Request &request)
+{
+    QFileDialog dialog(m_parent);
+    // The built-in dialog can show the explanation; native ones have no place for it.
+    dialog.setOption(QFileDialog::DontUseNativeDialog, true);
+    dialog.setFileMode(QFileDialog::Directory);
+    dialog.setOption(QFileDialog::ShowDirsOnly, true);
+    dialog.setAcceptMode(QFileDialog::AcceptOpen);
+    if (QDir(request.startDirectory).exists())
+        dialog.setDirectory(request.startDirectory);
+    else
+        dialog.setDirectory(QDir::homePath());
+    if (!request.prompt.isEmpty())
+        dialog.setLabelText(QFileDialog::Accept, request.prompt);
+    if (!request.message.isEmpty()) {
+        dialog.setWindowTitle(request.prompt.isEmpty() ? request.message : request.prompt);
+        if (auto *grid = qobject_cast<QGridLayout *>(dialog.layout())) {
+            auto *label = new QLabel(request.message, &dialog);
+            label->setObjectName(QStringLiteral("folderChooserMessage"));
+            label->setWordWrap(true);
+            grid->addWidget(label, grid->rowCount(), 0, 1, grid->columnCount());
+        }
+    }
+    if (dialog.exec() != QDialog::Accepted)
+        return std::nullopt;
+    const QStringList chosen = dialog.selectedFiles();
+    if (chosen.size() != 1 || chosen.first().isEmpty())
+        return std::nullopt;
+    return chosen.first();
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "shortcuts/FolderChooser.h"
+
+class QWidget;
+
+// The folder chooser of the desktop: a directories-only file dialog.
+class FileDialogFolderChooser final : public FolderChooser {
+public:
+    explicit FileDialogFolderChooser(QWidget *parent = nullptr) : m_parent(parent) {}
+    std::optional<QString> chooseFolder(const Request &request) override;
+
+private:
+    QWidget *m_parent;
+};

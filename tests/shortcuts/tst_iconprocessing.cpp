@@ -1,0 +1,320 @@
+#include "model/ColorHex.h"
+#include "shortcuts/IconProcessing.h"
+
+#include <QBuffer>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QtConcurrent>
+#include <QtTest>
+
+namespace {
+QByteArray pngBytes(const QImage &image)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+QLinearGradient verticalGradient(int edge, const QColor &top, const QColor &bottom)
+{
+    QLinearGradient g(0, 0, 0, edge);
+    g.setColorAt(0, top);
+    g.setColorAt(1, bottom);
+    return g;
+}
+
+// A Shortcuts-style icon: a gradient square with whatever the callback paints on top.
+QImage icon(int edge, const QColor &top, const QColor &bottom,
+            const std::function<void(QPainter &, int)> &glyph = {})
+{
+    QImage image(edge, edge, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter p(&image);
+    p.fillRect(image.rect(), verticalGradient(edge, top, bottom));
+    if (glyph) {
+        p.setRenderHint(QPainter::Antialiasing);
+        glyph(p, edge);
+    }
+    return image;
+}
+
+QImage decodePng(const QByteArray &png)
+{
+    QImage image;
+    image.loadFromData(png, "PNG");
+    return image.convertToFormat(QImage::Format_ARGB32);
+}
+
+void compareHex(const QString &hex, const QColor &expected, int tolerance)
+{
+    const auto c = rgbComponentsIfValid(hex);
+    QVERIFY2(c.has_value(), qPrintable(hex));
+    QVERIFY2(std::abs(qRound(c->red * 255) - expected.red()) <= tolerance, qPrintable(hex));
+    QVERIFY2(std::abs(qRound(c->green * 255) - expected.green()) <= tolerance, qPrintable(hex));
+    QVERIFY2(std::abs(qRound(c->blue * 255) - expected.blue()) <= tolerance, qPrintable(hex));
+}
+
+quint32 crc32(const QByteArray &data)
+{
+    quint32 crc = 0xFFFFFFFFu;
+    for (const char ch : data) {
+        crc ^= quint8(ch);
+        for (int k = 0; k < 8; ++k)
+            crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
+    }
+    return ~crc;
+}
+
+void appendBigEndian(QByteArray &out, quint32 v)
+{
+    out.append(char(v >> 24)).append(char(v >> 16)).append(char(v >> 8)).append(char(v));
+}
+
+// A PNG whose header claims the given size, with a tiny (wrong) body.
+QByteArray pngClaiming(quint32 width, quint32 height)
+{
+    QByteArray png("\x89PNG\r\n\x1a\n", 8);
+    QByteArray ihdr("IHDR");
+    appendBigEndian(ihdr, width);
+    appendBigEndian(ihdr, height);
+    ihdr.append(char(8)).append(char(6)).append(char(0)).append(char(0)).append(char(0));
+    appendBigEndian(png, 13);
+    png.append(ihdr);
+    appendBigEndian(png, crc32(ihdr));
+    QByteArray idat("IDAT");
+    idat.append(QByteArray(16, '\0'));
+    appendBigEndian(png, 16);
+    png.append(idat);
+    appendBigEndian(png, crc32(idat));
+    return png;
+}
+
+const QColor kRed(0xFF, 0x3B, 0x30);
+const QColor kOrange(0xFF, 0x95, 0x00);
+} // namespace
+
+class TestIconProcessing : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void whiteGlyphOnGradient();
+    void colouredGlyphKeepsItsColours();
+    void backgroundInsideGlyphBecomesTransparent();
+    void whiteThreshold_data();
+    void whiteThreshold();
+    void noResult_data();
+    void noResult();
+    void trimmedToContent_data();
+    void trimmedToContent();
+    void runsOnManyThreadsAtOnce();
+};
+
+void TestIconProcessing::whiteGlyphOnGradient()
+{
+    const QImage source = icon(512, kRed, kOrange, [](QPainter &p, int edge) {
+        p.setPen(Qt::NoPen);
+        p.setBrush(Qt::white);
+        p.drawEllipse(QPointF(edge / 2.0, edge / 2.0), edge * 0.25, edge * 0.25);
+    });
+    const auto result = IconProcessing::process(pngBytes(source));
+    QVERIFY(result.has_value());
+    compareHex(result->topHex, kRed, 6);
+    compareHex(result->bottomHex, kOrange, 6);
+    QVERIFY(result->topHex.startsWith(u'#') && result->topHex.size() == 7);
+    QCOMPARE(result->topHex, result->topHex.toUpper());
+
+    const QImage glyph = decodePng(result->glyphPNG);
+    QVERIFY(!glyph.isNull());
+    // The circle is half the icon wide: about 64 of 128 working pixels, cropped square.
+    QCOMPARE(glyph.width(), glyph.height());
+    QVERIFY2(qAbs(glyph.width() - 64) <= 2, qPrintable(QString::number(glyph.width())));
+    int opaque = 0;
+    for (int y = 0; y < glyph.height(); ++y) {
+        for (int x = 0; x < glyph.width(); ++x) {
+            const QRgb px = glyph.pixel(x, y);
+            if (qAlpha(px) == 0)
+                continue;
+            // Soft edges fade in alpha, never in colour: every visible pixel is white.
+            QVERIFY(qRed(px) >= 250 && qGreen(px) >= 250 && qBlue(px) >= 250);
+            if (qAlpha(px) == 255)
+                ++opaque;
+        }
+    }
+    QCOMPARE(qAlpha(glyph.pixel(glyph.width() / 2, glyph.height() / 2)), 255);
+    QVERIFY(qAlpha(glyph.pixel(0, 0)) == 0); // outside the circle
+    QVERIFY(opaque > 2500);                  // ~ pi * 32^2 minus the rim
+}
+
+void TestIconProcessing::colouredGlyphKeepsItsColours()
+{
+    const QColor blue(20, 60, 230);
+    const QColor yellow(250, 220, 20);
+    const QImage source = icon(256, kRed, kOrange, [&](QPainter &p, int) {
+        p.fillRect(QRect(64, 64, 64, 128), blue);
+        p.fillRect(QRect(128, 64, 64, 128), yellow);
+    });
+    const auto result = IconProcessing::process(pngBytes(source));
+    QVERIFY(result.has_value());
+    const QImage glyph = decodePng(result->glyphPNG);
+    // 64 x 64 working pixels of glyph; the crop is square.
+    QCOMPARE(glyph.width(), 64);
+    QCOMPARE(glyph.height(), 64);
+    const QRgb left = glyph.pixel(16, 32);
+    const QRgb right = glyph.pixel(48, 32);
+    QCOMPARE(qAlpha(left), 255);
+    QVERIFY(qAbs(qRed(left) - blue.red()) <= 2 && qAbs(qBlue(left) - blue.blue()) <= 2);
+    QCOMPARE(qAlpha(right), 255);
+    QVERIFY(qAbs(qRed(right) - yellow.red()) <= 2 && qAbs(qGreen(right) - yellow.green()) <= 2);
+}
+
+void TestIconProcessing::backgroundInsideGlyphBecomesTransparent()
+{
+    // A white frame whose inside shows the gradient again, as the letter O shows the background.
+    const QImage source = icon(256, kRed, kOrange, [](QPainter &p, int edge) {
+        p.fillRect(QRect(64, 64, 128, 128), Qt::white);
+        p.fillRect(QRect(96, 96, 64, 64), verticalGradient(edge, kRed, kOrange));
+    });
+    const auto result = IconProcessing::process(pngBytes(source));
+    QVERIFY(result.has_value());
+    const QImage glyph = decodePng(result->glyphPNG);
+    QCOMPARE(glyph.size(), QSize(64, 64));
+    QCOMPARE(qAlpha(glyph.pixel(32, 32)), 0);
+    QCOMPARE(qAlpha(glyph.pixel(4, 32)), 255);
+    QCOMPARE(qAlpha(glyph.pixel(32, 60)), 255);
+}
+
+void TestIconProcessing::whiteThreshold_data()
+{
+    QTest::addColumn<double>("backgroundGrey");
+    QTest::addColumn<double>("glyphGrey");
+    QTest::addColumn<int>("expectedAlpha");
+    QTest::addColumn<bool>("expectWhite");
+    // Dark background: threshold 0.6, so grey 0.8 is half way to white.
+    QTest::newRow("dark, grey 0.8") << 0.05 << 0.8 << 128 << true;
+    QTest::newRow("dark, white") << 0.05 << 1.0 << 255 << true;
+    // Light background: threshold 0.9, so grey 0.95 is half way to white.
+    QTest::newRow("light, grey 0.95") << 0.8 << 0.95 << 128 << true;
+    QTest::newRow("light, white") << 0.8 << 1.0 << 255 << true;
+    // Below the threshold a glyph pixel counts as coloured and keeps its own colour.
+    QTest::newRow("light, grey 0.3") << 0.8 << 0.3 << 255 << false;
+}
+
+void TestIconProcessing::whiteThreshold()
+{
+    QFETCH(double, backgroundGrey);
+    QFETCH(double, glyphGrey);
+    QFETCH(int, expectedAlpha);
+    QFETCH(bool, expectWhite);
+    const QColor bg = QColor::fromRgbF(backgroundGrey, backgroundGrey, backgroundGrey);
+    const QColor fg = QColor::fromRgbF(glyphGrey, glyphGrey, glyphGrey);
+    const QImage source =
+        icon(128, bg, bg, [&](QPainter &p, int) { p.fillRect(QRect(32, 32, 64, 64), fg); });
+    const auto result = IconProcessing::process(pngBytes(source));
+    QVERIFY(result.has_value());
+    const QImage glyph = decodePng(result->glyphPNG);
+    QCOMPARE(glyph.size(), QSize(64, 64));
+    const QRgb centre = glyph.pixel(32, 32);
+    QVERIFY2(qAbs(qAlpha(centre) - expectedAlpha) <= 4,
+             qPrintable(QString::number(qAlpha(centre))));
+    if (expectWhite)
+        QCOMPARE(qRed(centre), 255);
+    else
+        QVERIFY(qAbs(qRed(centre) - fg.red()) <= 1);
+}
+
+void TestIconProcessing::noResult_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QImage transparent(128, 128, QImage::Format_ARGB32_Premultiplied);
+    transparent.fill(Qt::transparent);
+    QTest::newRow("fully transparent") << pngBytes(transparent);
+    QTest::newRow("gradient without glyph") << pngBytes(icon(256, kRed, kOrange));
+    // The glyph is there but the top sample area is transparent.
+    QImage holed = icon(256, kRed, kOrange, [](QPainter &p, int) {
+        p.fillRect(QRect(96, 96, 64, 64), Qt::white);
+        p.setCompositionMode(QPainter::CompositionMode_Clear);
+        p.fillRect(QRect(0, 0, 256, 16), Qt::transparent);
+    });
+    QTest::newRow("transparent top sample") << pngBytes(holed);
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("not an image") << QByteArray("this is not an image at all");
+    QTest::newRow("truncated png") << pngBytes(icon(64, kRed, kOrange)).left(60);
+    QTest::newRow("claims 100000 x 100000") << pngClaiming(100000, 100000);
+    QTest::newRow("claims 60000 x 1") << pngClaiming(60000, 1);
+}
+
+void TestIconProcessing::noResult()
+{
+    QFETCH(QByteArray, bytes);
+    QVERIFY(!IconProcessing::process(bytes).has_value());
+}
+
+void TestIconProcessing::trimmedToContent_data()
+{
+    QTest::addColumn<QSize>("imageSize");
+    QTest::addColumn<QRect>("content");
+    QTest::addColumn<QRect>("expectedCrop");
+    // Centred content: the square centred on it.
+    QTest::newRow("centred, wide")
+        << QSize(100, 100) << QRect(30, 40, 40, 20) << QRect(29, 30, 40, 40);
+    // The square would reach past the right edge and is cut there.
+    QTest::newRow("cut at the right edge")
+        << QSize(100, 60) << QRect(90, 10, 10, 40) << QRect(74, 10, 26, 40);
+    // Rows are placed by the centre measured from the bottom.
+    QTest::newRow("content near the top")
+        << QSize(40, 100) << QRect(15, 0, 10, 10) << QRect(14, 90, 10, 10);
+    QTest::newRow("whole image") << QSize(20, 20) << QRect(0, 0, 20, 20) << QRect(0, 0, 20, 20);
+}
+
+void TestIconProcessing::trimmedToContent()
+{
+    QFETCH(QSize, imageSize);
+    QFETCH(QRect, content);
+    QFETCH(QRect, expectedCrop);
+    QImage image(imageSize, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    // Faint pixels (alpha 8) do not count as content.
+    image.setPixel(0, imageSize.height() - 1, qRgba(8, 8, 8, 8));
+    {
+        QPainter p(&image);
+        p.fillRect(content, QColor(10, 200, 30));
+    }
+    const auto cropped = IconProcessing::trimmedToContent(image);
+    QVERIFY(cropped.has_value());
+    QCOMPARE(cropped->size(), expectedCrop.size());
+    const QImage expected = image.copy(expectedCrop).convertToFormat(QImage::Format_ARGB32);
+    QCOMPARE(cropped->convertToFormat(QImage::Format_ARGB32), expected);
+
+    QImage empty(imageSize, QImage::Format_ARGB32_Premultiplied);
+    empty.fill(qRgba(8, 8, 8, 8));
+    QVERIFY(!IconProcessing::trimmedToContent(empty).has_value());
+    QVERIFY(!IconProcessing::trimmedToContent(QImage()).has_value());
+}
+
+void TestIconProcessing::runsOnManyThreadsAtOnce()
+{
+    QList<QByteArray> inputs;
+    for (int i = 0; i < 48; ++i) {
+        const QColor top = QColor::fromHsv((i * 37) % 360, 200, 220);
+        const QColor bottom = QColor::fromHsv((i * 37 + 30) % 360, 200, 250);
+        inputs.append(pngBytes(icon(160 + i, top, bottom, [i](QPainter &p, int edge) {
+            p.setBrush(Qt::white);
+            p.setPen(Qt::NoPen);
+            p.drawEllipse(QRectF(edge * 0.3, edge * 0.25, edge * (0.3 + i % 5 * 0.05), edge * 0.4));
+        })));
+    }
+    QList<std::optional<IconProcessing::Result>> serial;
+    for (const QByteArray &bytes : inputs)
+        serial.append(IconProcessing::process(bytes));
+    const auto parallel = QtConcurrent::blockingMapped(
+        inputs, [](const QByteArray &bytes) { return IconProcessing::process(bytes); });
+    QCOMPARE(parallel.size(), serial.size());
+    for (qsizetype i = 0; i < serial.size(); ++i) {
+        QVERIFY(serial[i].has_value());
+        QVERIFY(parallel[i] == serial[i]);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestIconProcessing)
+#include "tst_iconprocessing.moc"
