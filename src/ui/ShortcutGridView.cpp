@@ -1,0 +1,522 @@
+#include "ui/ShortcutGridView.h"
+
+#include "ui/ShortcutListModel.h"
+#include "ui/ShortcutPainter.h"
+#include "ui/ShortcutRoles.h"
+
+#include <QApplication>
+#include <QDrag>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QScrollBar>
+
+using Mode = ShortcutItemDelegate::Mode;
+
+ShortcutGridView::ShortcutGridView(QWidget *parent)
+    : QAbstractItemView(parent), m_delegate(new ShortcutItemDelegate(this))
+{
+    setItemDelegate(m_delegate);
+    setSelectionMode(SingleSelection);
+    setSelectionBehavior(SelectRows);
+    setMouseTracking(true);
+    setDragEnabled(true);
+    setDragDropMode(DragOnly);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    setFrameShape(QFrame::NoFrame);
+    setAttribute(Qt::WA_Hover);
+    viewport()->setAttribute(Qt::WA_Hover);
+    setVerticalScrollMode(ScrollPerPixel);
+
+    m_clickTimer.setSingleShot(true);
+    m_clickTimer.setInterval(QApplication::doubleClickInterval());
+    connect(&m_clickTimer, &QTimer::timeout, this, [this] {
+        if (m_pendingClick.isValid())
+            emit itemClicked(ShortcutItemDelegate::item(m_pendingClick));
+        m_pendingClick = QPersistentModelIndex();
+    });
+    m_spinTimer.setInterval(80);
+    connect(&m_spinTimer, &QTimer::timeout, this, [this] {
+        m_delegate->setSpinnerAngle(qreal(m_spinClock.elapsed() % 1000) * 0.36);
+        viewport()->update();
+    });
+}
+
+void ShortcutGridView::setListModel(ShortcutListModel *model)
+{
+    if (m_model)
+        disconnect(m_model, nullptr, this, nullptr);
+    m_model = model;
+    setModel(model);
+    if (!model)
+        return;
+    connect(model, &QAbstractItemModel::rowsAboutToBeRemoved, this,
+            &ShortcutGridView::beginAnchoring);
+    connect(model, &QAbstractItemModel::rowsAboutToBeInserted, this,
+            &ShortcutGridView::beginAnchoring);
+    connect(model, &QAbstractItemModel::layoutAboutToBeChanged, this,
+            &ShortcutGridView::beginAnchoring);
+    const auto settle = [this] {
+        updateGeometries();
+        if (m_anchor)
+            restore(*m_anchor);
+        viewport()->update();
+    };
+    connect(model, &QAbstractItemModel::rowsRemoved, this, settle);
+    connect(model, &QAbstractItemModel::rowsInserted, this, settle);
+    connect(model, &QAbstractItemModel::layoutChanged, this, settle);
+    connect(model, &QAbstractItemModel::modelReset, this, [this] {
+        m_anchor.reset();
+        m_shownItems.clear();
+        updateGeometries();
+        verticalScrollBar()->setValue(0);
+        viewport()->update();
+    });
+    connect(model, &QAbstractItemModel::dataChanged, this, &ShortcutGridView::updateSpinner);
+    connect(model, &QAbstractItemModel::modelReset, this, &ShortcutGridView::updateSpinner);
+}
+
+void ShortcutGridView::setMode(Mode mode)
+{
+    if (m_delegate->mode() == mode)
+        return;
+    const Anchor kept = anchor();
+    m_delegate->setMode(mode);
+    updateGeometries();
+    restore(kept);
+    if (ShortcutItem *selected = selectedItem())
+        scrollTo(m_model->indexOf(selected));
+    viewport()->update();
+}
+
+void ShortcutGridView::setOnScreenHandler(std::function<void(ShortcutItem *)> handler)
+{
+    m_onScreen = std::move(handler);
+}
+
+void ShortcutGridView::setSelectedItem(ShortcutItem *item)
+{
+    if (!selectionModel() || !m_model)
+        return;
+    const QModelIndex index = item ? m_model->indexOf(item) : QModelIndex();
+    if (!index.isValid()) {
+        selectionModel()->clearSelection();
+        selectionModel()->setCurrentIndex(QModelIndex(), QItemSelectionModel::NoUpdate);
+        return;
+    }
+    if (selectionModel()->isSelected(index) && currentIndex() == index)
+        return;
+    selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
+}
+
+ShortcutItem *ShortcutGridView::selectedItem() const
+{
+    if (!selectionModel())
+        return nullptr;
+    const QModelIndexList rows = selectionModel()->selectedIndexes();
+    return rows.isEmpty() ? nullptr : ShortcutItemDelegate::item(rows.first());
+}
+
+int ShortcutGridView::columnCount() const
+{
+    if (mode() == Mode::list)
+        return 1;
+    const int available = viewport()->width() - 2 * inset;
+    return std::max(1, (available + spacing) / (minimumColumnWidth + spacing));
+}
+
+qreal ShortcutGridView::columnWidth() const
+{
+    if (mode() == Mode::list)
+        return viewport()->width();
+    const int columns = columnCount();
+    const qreal available = viewport()->width() - 2 * inset - (columns - 1) * spacing;
+    return std::clamp(available / columns, qreal(minimumColumnWidth), qreal(maximumColumnWidth));
+}
+
+int ShortcutGridView::rowHeightWithSpacing() const
+{
+    if (mode() == Mode::list)
+        return ShortcutPainter::rowHeight;
+    return qRound(columnWidth() / ShortcutPainter::tileAspectRatio) + spacing;
+}
+
+int ShortcutGridView::firstColumnLeft() const
+{
+    if (mode() == Mode::list)
+        return 0;
+    // Columns at their widest leave room: keep the grid centred.
+    const int columns = columnCount();
+    const qreal used = columns * columnWidth() + (columns - 1) * spacing;
+    return std::max(inset, qRound((viewport()->width() - used) / 2));
+}
+
+QRect ShortcutGridView::itemRect(int row) const
+{
+    if (row < 0)
+        return {};
+    const int top = mode() == Mode::list ? 4 : inset;
+    if (mode() == Mode::list)
+        return QRect(0, top + row * ShortcutPainter::rowHeight, viewport()->width(),
+                     ShortcutPainter::rowHeight);
+    const int columns = columnCount();
+    const qreal width = columnWidth();
+    const int x = firstColumnLeft() + qRound((row % columns) * (width + spacing));
+    const int y = top + (row / columns) * rowHeightWithSpacing();
+    return QRect(x, y, qRound(width), rowHeightWithSpacing() - spacing);
+}
+
+int ShortcutGridView::contentHeight() const
+{
+    const int count = m_model ? m_model->rowCount() : 0;
+    if (count == 0)
+        return 0;
+    const int rows = (count + columnCount() - 1) / columnCount();
+    if (mode() == Mode::list)
+        return 8 + rows * ShortcutPainter::rowHeight;
+    return 2 * inset + rows * rowHeightWithSpacing() - spacing;
+}
+
+int ShortcutGridView::verticalOffset() const
+{
+    return verticalScrollBar()->value();
+}
+
+QRect ShortcutGridView::visualRect(const QModelIndex &index) const
+{
+    if (!index.isValid() || index.model() != model())
+        return {};
+    return itemRect(index.row()).translated(0, -verticalOffset());
+}
+
+QRect ShortcutGridView::runButtonRect(const QModelIndex &index) const
+{
+    return m_delegate->runButtonRect(visualRect(index)).toAlignedRect();
+}
+
+QModelIndex ShortcutGridView::indexAt(const QPoint &point) const
+{
+    if (!m_model || m_model->rowCount() == 0)
+        return {};
+    const QPoint content = point + QPoint(0, verticalOffset());
+    const int top = mode() == Mode::list ? 4 : inset;
+    if (content.y() < top)
+        return {};
+    const int line = (content.y() - top) / rowHeightWithSpacing();
+    int column = 0;
+    if (mode() == Mode::grid) {
+        const qreal pitch = columnWidth() + spacing;
+        column = int((content.x() - firstColumnLeft()) / pitch);
+        if (content.x() < firstColumnLeft() || column >= columnCount())
+            return {};
+    }
+    const int row = line * columnCount() + column;
+    if (row >= m_model->rowCount() || !itemRect(row).contains(content))
+        return {};
+    return m_model->index(row);
+}
+
+void ShortcutGridView::scrollTo(const QModelIndex &index, ScrollHint hint)
+{
+    if (!index.isValid())
+        return;
+    const QRect rect = itemRect(index.row());
+    const int margin = mode() == Mode::grid ? inset : 4;
+    const int height = viewport()->height();
+    int value = verticalScrollBar()->value();
+    if (hint == PositionAtTop)
+        value = rect.top() - margin;
+    else if (hint == PositionAtBottom)
+        value = rect.bottom() + margin - height;
+    else if (hint == PositionAtCenter)
+        value = rect.center().y() - height / 2;
+    else if (rect.top() - margin < value)
+        value = rect.top() - margin;
+    else if (rect.bottom() + margin > value + height)
+        value = rect.bottom() + margin - height;
+    verticalScrollBar()->setValue(value);
+}
+
+QModelIndex ShortcutGridView::moveCursor(CursorAction action, Qt::KeyboardModifiers)
+{
+    if (!m_model || m_model->rowCount() == 0)
+        return {};
+    const int count = m_model->rowCount();
+    const int columns = columnCount();
+    int row = currentIndex().isValid() ? currentIndex().row() : -1;
+    if (row < 0)
+        return m_model->index(0);
+    const int pageRows = std::max(1, viewport()->height() / rowHeightWithSpacing());
+    switch (action) {
+    case MoveLeft:
+    case MovePrevious:
+        row -= 1;
+        break;
+    case MoveRight:
+    case MoveNext:
+        row += 1;
+        break;
+    case MoveUp:
+        row -= columns;
+        break;
+    case MoveDown:
+        row += columns;
+        break;
+    case MovePageUp:
+        row -= pageRows * columns;
+        break;
+    case MovePageDown:
+        row += pageRows * columns;
+        break;
+    case MoveHome:
+        row = 0;
+        break;
+    case MoveEnd:
+        row = count - 1;
+        break;
+    }
+    return m_model->index(std::clamp(row, 0, count - 1));
+}
+
+void ShortcutGridView::setSelection(const QRect &rect, QItemSelectionModel::SelectionFlags command)
+{
+    const QModelIndex index = indexAt(rect.center());
+    if (index.isValid())
+        selectionModel()->select(index, command);
+}
+
+QRegion ShortcutGridView::visualRegionForSelection(const QItemSelection &selection) const
+{
+    QRegion region;
+    for (const QItemSelectionRange &range : selection) {
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            region += visualRect(m_model->index(row));
+    }
+    return region;
+}
+
+void ShortcutGridView::updateGeometries()
+{
+    const int height = viewport()->height();
+    verticalScrollBar()->setSingleStep(std::max(20, rowHeightWithSpacing() / 3));
+    verticalScrollBar()->setPageStep(height);
+    verticalScrollBar()->setRange(0, std::max(0, contentHeight() - height));
+    QAbstractItemView::updateGeometries();
+}
+
+void ShortcutGridView::resizeEvent(QResizeEvent *event)
+{
+    const Anchor kept = anchor();
+    QAbstractItemView::resizeEvent(event);
+    updateGeometries();
+    restore(kept);
+}
+
+ShortcutGridView::Anchor ShortcutGridView::anchor() const
+{
+    Anchor result;
+    result.scrollValue = verticalOffset();
+    if (!m_model || result.scrollValue == 0)
+        return result;
+    const QModelIndex first = indexAt(QPoint(firstColumnLeft() + 1, 0));
+    int row = first.isValid() ? first.row() : -1;
+    if (row < 0) {
+        // The point fell into spacing: take the first row of the next line.
+        const int top = mode() == Mode::list ? 4 : inset;
+        row = std::max(0, (result.scrollValue - top) / rowHeightWithSpacing() + 1) * columnCount();
+    }
+    if (row >= m_model->rowCount())
+        return result;
+    result.item = m_model->itemAt(row);
+    result.offset = itemRect(row).top() - result.scrollValue;
+    return result;
+}
+
+void ShortcutGridView::restore(const Anchor &anchor)
+{
+    updateGeometries();
+    int value = anchor.scrollValue;
+    if (anchor.item && m_model) {
+        const int row = m_model->rowOf(anchor.item);
+        if (row >= 0)
+            value = itemRect(row).top() - anchor.offset;
+    }
+    verticalScrollBar()->setValue(value);
+}
+
+void ShortcutGridView::beginAnchoring()
+{
+    if (m_anchor)
+        return;
+    m_anchor = anchor();
+    QTimer::singleShot(0, this, [this] { m_anchor.reset(); });
+}
+
+void ShortcutGridView::paintEvent(QPaintEvent *)
+{
+    QPainter painter(viewport());
+    if (!m_model)
+        return;
+    const int count = m_model->rowCount();
+    const int columns = columnCount();
+    const int lineHeight = rowHeightWithSpacing();
+    const int top = mode() == Mode::list ? 4 : inset;
+    const int offset = verticalOffset();
+    const int firstLine = std::max(0, (offset - top) / lineHeight);
+    const int lastLine = (offset + viewport()->height() - top) / lineHeight;
+    const int first = std::min(count, firstLine * columns);
+    const int last = std::min(count - 1, (lastLine + 1) * columns - 1);
+
+    QSet<const ShortcutItem *> shown;
+    const QModelIndex current = currentIndex();
+    for (int row = first; row <= last; ++row) {
+        const QModelIndex index = m_model->index(row);
+        QStyleOptionViewItem option;
+        initViewItemOption(&option);
+        option.rect = visualRect(index);
+        if (!option.rect.intersects(viewport()->rect()))
+            continue;
+        option.state |= QStyle::State_Enabled;
+        if (selectionModel() && selectionModel()->isSelected(index))
+            option.state |= QStyle::State_Selected;
+        if (index == m_hovered)
+            option.state |= QStyle::State_MouseOver;
+        if (index == current && hasFocus())
+            option.state |= QStyle::State_HasFocus;
+        m_delegate->paint(&painter, option, index);
+        ShortcutItem *item = m_model->itemAt(row);
+        shown.insert(item);
+        if (m_onScreen && !m_shownItems.contains(item))
+            m_onScreen(item);
+    }
+    m_shownItems = std::move(shown);
+}
+
+void ShortcutGridView::setHovered(const QModelIndex &index)
+{
+    if (QModelIndex(m_hovered) == index)
+        return;
+    if (m_hovered.isValid())
+        viewport()->update(visualRect(m_hovered));
+    m_hovered = index;
+    if (index.isValid())
+        viewport()->update(visualRect(index));
+}
+
+void ShortcutGridView::updateSpinner()
+{
+    bool anyRunning = false;
+    if (m_model) {
+        for (int row = 0; row < m_model->rowCount() && !anyRunning; ++row)
+            anyRunning = m_model->index(row).data(ShortcutRoles::isRunning).toBool();
+    }
+    if (anyRunning && !m_spinTimer.isActive()) {
+        m_spinClock.start();
+        m_spinTimer.start();
+    } else if (!anyRunning) {
+        m_spinTimer.stop();
+    }
+}
+
+void ShortcutGridView::mousePressEvent(QMouseEvent *event)
+{
+    setFocus(Qt::MouseFocusReason);
+    const QModelIndex index = indexAt(event->position().toPoint());
+    m_pressed = index;
+    m_pressPos = event->position().toPoint();
+    m_pressOnRunButton = false;
+    if (event->button() != Qt::LeftButton || !index.isValid())
+        return;
+    const bool running = index.data(ShortcutRoles::isRunning).toBool();
+    if (index == m_hovered && !running && runButtonRect(index).contains(m_pressPos)) {
+        m_pressOnRunButton = true;
+        m_clickTimer.stop();
+        m_pendingClick = QPersistentModelIndex();
+        emit runRequested(ShortcutItemDelegate::item(index));
+    }
+}
+
+void ShortcutGridView::mouseMoveEvent(QMouseEvent *event)
+{
+    const QPoint pos = event->position().toPoint();
+    setHovered(indexAt(pos));
+    if ((event->buttons() & Qt::LeftButton) && m_pressed.isValid() && !m_pressOnRunButton &&
+        (pos - m_pressPos).manhattanLength() >= QApplication::startDragDistance()) {
+        m_clickTimer.stop();
+        m_pendingClick = QPersistentModelIndex();
+        startDrag(Qt::CopyAction);
+        m_pressed = QPersistentModelIndex();
+    }
+}
+
+void ShortcutGridView::mouseReleaseEvent(QMouseEvent *event)
+{
+    const QModelIndex index = indexAt(event->position().toPoint());
+    if (event->button() == Qt::LeftButton && index.isValid() && index == m_pressed &&
+        !m_pressOnRunButton) {
+        m_pendingClick = index;
+        m_clickTimer.start();
+    }
+    m_pressed = QPersistentModelIndex();
+    m_pressOnRunButton = false;
+}
+
+void ShortcutGridView::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    m_clickTimer.stop();
+    m_pendingClick = QPersistentModelIndex();
+    const QModelIndex index = indexAt(event->position().toPoint());
+    if (event->button() != Qt::LeftButton || !index.isValid())
+        return;
+    if (runButtonRect(index).contains(event->position().toPoint()) && index == m_hovered)
+        return; // the second press of a fast double-click on the run button
+    emit itemDoubleClicked(ShortcutItemDelegate::item(index));
+}
+
+void ShortcutGridView::leaveEvent(QEvent *event)
+{
+    setHovered(QModelIndex());
+    QAbstractItemView::leaveEvent(event);
+}
+
+void ShortcutGridView::contextMenuEvent(QContextMenuEvent *event)
+{
+    const QModelIndex index = indexAt(event->pos());
+    if (!index.isValid())
+        return;
+    emit contextMenuRequested(ShortcutItemDelegate::item(index), event->globalPos());
+}
+
+void ShortcutGridView::keyPressEvent(QKeyEvent *event)
+{
+    const QModelIndex before = currentIndex();
+    QAbstractItemView::keyPressEvent(event);
+    const QModelIndex after = currentIndex();
+    if (after.isValid() && after != before)
+        emit itemClicked(ShortcutItemDelegate::item(after));
+}
+
+void ShortcutGridView::startDrag(Qt::DropActions)
+{
+    if (!m_pressed.isValid() || !m_model)
+        return;
+    QMimeData *data = m_model->mimeData({m_pressed});
+    if (!data)
+        return;
+    auto *drag = new QDrag(this);
+    drag->setMimeData(data);
+    const QRect rect = visualRect(m_pressed);
+    QPixmap pixmap(rect.size() * devicePixelRatioF());
+    pixmap.setDevicePixelRatio(devicePixelRatioF());
+    pixmap.fill(Qt::transparent);
+    {
+        QPainter painter(&pixmap);
+        QStyleOptionViewItem option;
+        initViewItemOption(&option);
+        option.rect = QRect(QPoint(), rect.size());
+        m_delegate->paint(&painter, option, m_pressed);
+    }
+    drag->setPixmap(pixmap);
+    drag->setHotSpot(m_pressPos - rect.topLeft());
+    drag->exec(Qt::CopyAction);
+}

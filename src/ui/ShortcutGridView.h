@@ -1,0 +1,108 @@
+#pragma once
+
+#include "ui/ShortcutItemDelegate.h"
+
+#include <QAbstractItemView>
+#include <QElapsedTimer>
+#include <QPersistentModelIndex>
+#include <QSet>
+#include <QTimer>
+#include <functional>
+
+class ShortcutItem;
+class ShortcutListModel;
+
+// The collection's grid of tiles (adaptive columns 128–156 wide, 13 apart, inset 16) or list
+// of rows. Geometry is pure arithmetic over the row number, so 10,000 items cost nothing to
+// lay out. A single click selects after the double-click interval has passed, so that a
+// double-click (which runs) never selects.
+class ShortcutGridView : public QAbstractItemView {
+    Q_OBJECT
+public:
+    static constexpr int minimumColumnWidth = 128;
+    static constexpr int maximumColumnWidth = 156;
+    static constexpr int spacing = 13;
+    static constexpr int inset = 16;
+
+    explicit ShortcutGridView(QWidget *parent = nullptr);
+
+    void setListModel(ShortcutListModel *model);
+    ShortcutListModel *listModel() const { return m_model; }
+    ShortcutItemDelegate::Mode mode() const { return m_delegate->mode(); }
+    void setMode(ShortcutItemDelegate::Mode mode);
+
+    // Called with each shortcut whose tile or row comes on screen.
+    void setOnScreenHandler(std::function<void(ShortcutItem *)> handler);
+
+    // The selected item is drawn as selected; nothing else touches the selection.
+    void setSelectedItem(ShortcutItem *item);
+    ShortcutItem *selectedItem() const;
+
+    // Column count and width of the grid at the current viewport width.
+    int columnCount() const;
+    qreal columnWidth() const;
+    QRect itemRect(int row) const; // in content coordinates
+    QRect runButtonRect(const QModelIndex &index) const;
+    QModelIndex hoveredIndex() const { return m_hovered; }
+
+    // The first row on screen and how far its top is above the viewport's top.
+    struct Anchor {
+        const ShortcutItem *item = nullptr;
+        int offset = 0;
+        int scrollValue = 0;
+    };
+    Anchor anchor() const;
+    void restore(const Anchor &anchor);
+
+    QRect visualRect(const QModelIndex &index) const override;
+    void scrollTo(const QModelIndex &index, ScrollHint hint = EnsureVisible) override;
+    QModelIndex indexAt(const QPoint &point) const override;
+
+signals:
+    void itemClicked(ShortcutItem *item);
+    void itemDoubleClicked(ShortcutItem *item);
+    void runRequested(ShortcutItem *item);
+    void contextMenuRequested(ShortcutItem *item, const QPoint &globalPos);
+
+protected:
+    QModelIndex moveCursor(CursorAction cursorAction, Qt::KeyboardModifiers modifiers) override;
+    int horizontalOffset() const override { return 0; }
+    int verticalOffset() const override;
+    bool isIndexHidden(const QModelIndex &) const override { return false; }
+    void setSelection(const QRect &rect, QItemSelectionModel::SelectionFlags command) override;
+    QRegion visualRegionForSelection(const QItemSelection &selection) const override;
+    void updateGeometries() override;
+
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void leaveEvent(QEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void startDrag(Qt::DropActions supportedActions) override;
+
+private:
+    int rowHeightWithSpacing() const;
+    int contentHeight() const;
+    int firstColumnLeft() const;
+    void setHovered(const QModelIndex &index);
+    void updateSpinner();
+    void beginAnchoring();
+
+    ShortcutListModel *m_model = nullptr;
+    ShortcutItemDelegate *m_delegate;
+    std::function<void(ShortcutItem *)> m_onScreen;
+    QSet<const ShortcutItem *> m_shownItems;
+    QPersistentModelIndex m_hovered;
+    QPersistentModelIndex m_pressed;
+    QPoint m_pressPos;
+    bool m_pressOnRunButton = false;
+    QPersistentModelIndex m_pendingClick;
+    QTimer m_clickTimer;
+    QTimer m_spinTimer;
+    QElapsedTimer m_spinClock;
+    std::optional<Anchor> m_anchor;
+};
