@@ -5,6 +5,7 @@
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
+#include "simulator/PlatformSetup.h"
 
 #include <QApplication>
 #include <QMainWindow>
@@ -49,6 +50,19 @@ int runThimblecraft(int argc, char *argv[])
     if (!commandLine->dataDir.isEmpty())
         AppSettings::useDataDirectory(commandLine->dataDir);
 
+    // The window and every command talk to Shortcuts through the chosen host.
+    auto installPlatform = [&]() -> bool {
+        const auto kind = commandLine->scriptHost.isEmpty()
+                              ? PlatformSetup::defaultScriptHostKind()
+                              : PlatformSetup::scriptHostKindFromName(commandLine->scriptHost);
+        QString setupError;
+        if (!kind || !PlatformSetup::install(*kind, commandLine->simulatorLibrary, &setupError)) {
+            printText(stderr, QStringLiteral("thimblecraft: %1\n").arg(setupError));
+            return false;
+        }
+        return true;
+    };
+
     switch (commandLine->command) {
     case CommandLine::Command::help:
         printText(stdout, CommandLine::usage());
@@ -59,10 +73,14 @@ int runThimblecraft(int argc, char *argv[])
         return 0;
     case CommandLine::Command::list: {
         QCoreApplication app(argc, argv);
+        if (!installPlatform())
+            return 1;
         return runListCommand(LibraryStoreContainer::shared(), *commandLine);
     }
     case CommandLine::Command::window:
         break;
     }
+    if (!installPlatform())
+        return 1;
     return runWindow(argc, argv);
 }

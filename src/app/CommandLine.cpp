@@ -12,6 +12,11 @@ QString CommandLine::usage()
         "\n"
         "Options:\n"
         "  --data-dir DIR    keep the library store and settings in DIR\n"
+        "  --script-host H   talk to Shortcuts through H: osascript (the default on macOS)\n"
+        "                    or simulator (the default elsewhere)\n"
+        "  --simulator-library FILE\n"
+        "                    the simulated Shortcuts library (default: <data dir>/Simulated\n"
+        "                    Shortcuts/library.json, made from the sample on first use)\n"
         "  --json            (list) print JSON instead of names\n"
         "  --section S       (list) one section: all, favorites, recent, unfiled, untagged,\n"
         "                    missing, folder:UUID, tag:UUID, smart:UUID, native:NAME\n"
@@ -47,6 +52,13 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
         } else if (a == QLatin1String("--data-dir")) {
             if (!value(cl.dataDir) || cl.dataDir.isEmpty())
                 return fail(QStringLiteral("--data-dir needs a directory"));
+        } else if (a == QLatin1String("--script-host")) {
+            if (!value(cl.scriptHost) || (cl.scriptHost != QLatin1String("osascript") &&
+                                          cl.scriptHost != QLatin1String("simulator")))
+                return fail(QStringLiteral("--script-host needs osascript or simulator"));
+        } else if (a == QLatin1String("--simulator-library")) {
+            if (!value(cl.simulatorLibrary) || cl.simulatorLibrary.isEmpty())
+                return fail(QStringLiteral("--simulator-library needs a file"));
         } else if (a == QLatin1String("--json") && cl.command == Command::list) {
             cl.json = true;
         } else if (a == QLatin1String("--section") && cl.command == Command::list) {

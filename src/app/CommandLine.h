@@ -2,7 +2,6 @@
 
 #include <QString>
 #include <QStringList>
-
 #include <optional>
 
 // What the command line asks for. Parsing never exits; errors come back as text (exit 2).
@@ -14,6 +13,9 @@ struct CommandLine {
     QString section;
     QString search;
     QStringList positional; // e.g. an incoming thimblecraft:// URL
+    // --script-host osascript|simulator; empty means the platform's default.
+    QString scriptHost;
+    QString simulatorLibrary;
 
     static std::optional<CommandLine> parse(const QStringList &arguments, QString *error);
     static QString usage();

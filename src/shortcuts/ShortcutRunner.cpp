@@ -1,0 +1,174 @@
+#include "shortcuts/ShortcutRunner.h"
+
+#include "model/Clock.h"
+#include "model/ModelContext.h"
+#include "model/ShortcutItem.h"
+#include "shortcuts/ShortcutsEventsBridge.h"
+#include "shortcuts/Workspace.h"
+
+#include <QCoro/QCoroTask>
+#include <QPointer>
+#include <QStringDecoder>
+#include <cctype>
+
+namespace {
+// The query as items, each name and value percent-decoded once; an item without "=" has no value.
+QList<std::pair<QString, std::optional<QString>>> queryItems(const QUrl &url)
+{
+    QList<std::pair<QString, std::optional<QString>>> items;
+    if (!url.hasQuery())
+        return items;
+    const QString query = url.query(QUrl::FullyEncoded);
+    if (query.isEmpty())
+        return items;
+    for (const QString &piece : query.split(QLatin1Char('&'))) {
+        const qsizetype eq = piece.indexOf(QLatin1Char('='));
+        const QString name =
+            QUrl::fromPercentEncoding(piece.left(eq < 0 ? piece.size() : eq).toUtf8());
+        std::optional<QString> value;
+        if (eq >= 0)
+            value = QUrl::fromPercentEncoding(piece.mid(eq + 1).toUtf8());
+        items.append({name, value});
+    }
+    return items;
+}
+
+std::optional<QString> firstValue(const QList<std::pair<QString, std::optional<QString>>> &items,
+                                  QLatin1String name)
+{
+    for (const auto &[key, value] : items) {
+        if (key == name)
+            return value;
+    }
+    return std::nullopt;
+}
+
+// Strict decoding: a "%" without two hexadecimal digits, or bytes that are not UTF-8, fail.
+std::optional<QString> removingPercentEncoding(const QString &text)
+{
+    const QByteArray in = text.toUtf8();
+    QByteArray out;
+    out.reserve(in.size());
+    for (qsizetype i = 0; i < in.size(); ++i) {
+        if (in[i] != '%') {
+            out.append(in[i]);
+            continue;
+        }
+        if (i + 2 >= in.size())
+            return std::nullopt;
+        const int hi = QByteArrayView("0123456789abcdef").indexOf(char(std::tolower(in[i + 1])));
+        const int lo = QByteArrayView("0123456789abcdef").indexOf(char(std::tolower(in[i + 2])));
+        if (hi < 0 || lo < 0)
+            return std::nullopt;
+        out.append(char(hi * 16 + lo));
+        i += 2;
+    }
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString decoded = decoder(out);
+    if (decoder.hasError())
+        return std::nullopt;
+    return decoded;
+}
+} // namespace
+
+ShortcutRunner::ShortcutRunner(ShortcutsEventsBridge *bridge, Workspace *workspace, QObject *parent)
+    : QObject(parent), m_bridge(bridge), m_workspace(workspace)
+{
+}
+
+ShortcutRunner &ShortcutRunner::shared()
+{
+    static auto *runner = new ShortcutRunner();
+    return *runner;
+}
+
+ShortcutsEventsBridge &ShortcutRunner::bridge() const
+{
+    return m_bridge ? *m_bridge : ShortcutsEventsBridge::shared();
+}
+
+Workspace &ShortcutRunner::workspace() const
+{
+    return m_workspace ? *m_workspace : Workspace::shared();
+}
+
+void ShortcutRunner::setLatestOutcome(const QString &name, const std::optional<QString> &output,
+                                      const std::optional<QString> &error)
+{
+    m_latestOutcome = Outcome{QUuid::createUuid(), name, output, error, Clock::now()};
+    emit latestOutcomeChanged();
+}
+
+void ShortcutRunner::finishRun(const QString &identifier)
+{
+    if (m_runningIdentifiers.remove(identifier))
+        emit runningIdentifiersChanged();
+}
+
+void ShortcutRunner::run(ShortcutItem *item, const std::optional<QString> &input)
+{
+    if (!item)
+        return;
+    const QString identifier = item->identifier();
+    const QString name = item->name();
+    if (!m_runningIdentifiers.contains(identifier)) {
+        m_runningIdentifiers.insert(identifier);
+        emit runningIdentifiersChanged();
+    }
+    item->setLastRunAt(Clock::now());
+    item->setRunCount(item->runCount() + 1);
+    if (ModelContext *context = item->context())
+        context->save(); // a failed save must not stop the run
+
+    auto task = [](QPointer<ShortcutRunner> self, ShortcutsEventsBridge *bridge, QString identifier,
+                   QString name, std::optional<QString> input) -> QCoro::Task<> {
+        const auto result = co_await bridge->run(identifier, name, input);
+        if (!self)
+            co_return;
+        if (result)
+            self->setLatestOutcome(name, result.value(), std::nullopt);
+        else
+            self->setLatestOutcome(name, std::nullopt, result.error().localizedDescription());
+        self->finishRun(identifier);
+    };
+    task(QPointer<ShortcutRunner>(this), &bridge(), identifier, name, input);
+}
+
+QUrl ShortcutRunner::openShortcutURL(const QString &name)
+{
+    QUrl url;
+    url.setScheme(QStringLiteral("shortcuts"));
+    url.setHost(QStringLiteral("open-shortcut"));
+    // Encode everything a query value may not carry literally, so "&" and "+" survive.
+    url.setQuery(QStringLiteral("name=") + QString::fromLatin1(QUrl::toPercentEncoding(name)),
+                 QUrl::StrictMode);
+    return url;
+}
+
+void ShortcutRunner::openInShortcuts(const ShortcutItem *item)
+{
+    if (item)
+        workspace().openUrl(openShortcutURL(item->name()));
+}
+
+void ShortcutRunner::handleCallbackURL(const QUrl &url)
+{
+    if (url.scheme().isEmpty() || url.scheme() != QLatin1String("thimblecraft"))
+        return;
+    const auto items = queryItems(url);
+    QString name = QStringLiteral("Shortcut");
+    if (const auto value = firstValue(items, QLatin1String("name")); value) {
+        if (const auto decoded = removingPercentEncoding(*value))
+            name = *decoded;
+    }
+    const QString host = url.host();
+    if (host.isEmpty())
+        return;
+    if (host == QLatin1String("run-success")) {
+        setLatestOutcome(name, firstValue(items, QLatin1String("result")), std::nullopt);
+    } else if (host == QLatin1String("run-error")) {
+        setLatestOutcome(name, std::nullopt,
+                         firstValue(items, QLatin1String("errorMessage"))
+                             .value_or(QStringLiteral("The shortcut reported an error.")));
+    }
+}
