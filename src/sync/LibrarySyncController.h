@@ -1,0 +1,194 @@
+#pragma once
+
+#include "shortcuts/ShortcutSnapshot.h"
+#include "shortcuts/ShortcutsDatabase.h"
+#include "sync/AppIconSource.h"
+#include "sync/SyncPhase.h"
+#include "sync/SyncSummary.h"
+
+#include <QCoro/QCoroTask>
+#include <QDateTime>
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QTimer>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+
+class ModelContext;
+class QSettings;
+class ShortcutItem;
+class ShortcutsEventsBridge;
+class Workspace;
+
+// The lookup tables of one merge: records by identifier and by name, kept current while
+// snapshots are matched so that duplicates in one list land on the same record.
+class SyncMerge {
+public:
+    SyncMerge(ModelContext &context, const QDateTime &now);
+
+    // The record for a snapshot (identifier, then placeholder, then a placeholder or missing
+    // record of the same name); a new one when nothing matches. The bool is true when inserted.
+    std::pair<ShortcutItem *, bool> matchOrInsert(const ShortcutSnapshot &snapshot);
+    // Copies the Shortcuts-side facts; true when something that counts as a change was written.
+    static bool apply(const ShortcutSnapshot &snapshot, ShortcutItem *to, const QDateTime &now);
+
+    const QDateTime &now() const { return m_now; }
+
+private:
+    ModelContext &m_context;
+    QDateTime m_now;
+    QHash<QString, ShortcutItem *> m_byIdentifier;
+    QHash<QString, QList<ShortcutItem *>> m_byName;
+};
+
+// Drives every sync: the full sync through Shortcuts Events, the helper shortcut's imports,
+// the icon queue and the database pass. Main thread only; observable through its properties.
+class LibrarySyncController : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(SyncPhase phase READ phase NOTIFY phaseChanged)
+    Q_PROPERTY(std::optional<SyncSummary> lastSummary READ lastSummary NOTIFY lastSummaryChanged)
+    Q_PROPERTY(QString lastSummaryText READ lastSummaryText NOTIFY lastSummaryChanged)
+    Q_PROPERTY(QDateTime lastSyncDate READ lastSyncDate NOTIFY lastSyncDateChanged)
+    Q_PROPERTY(QString lastError READ lastError WRITE setLastError NOTIFY lastErrorChanged)
+    Q_PROPERTY(bool iconFetchBlocked READ iconFetchBlocked NOTIFY iconFetchBlockedChanged)
+    Q_PROPERTY(qint64 iconsCompleted READ iconsCompleted NOTIFY iconsCompletedChanged)
+    Q_PROPERTY(qint64 iconsTotal READ iconsTotal NOTIFY iconsTotalChanged)
+    Q_PROPERTY(int pendingImportCount READ pendingImportCount NOTIFY pendingImportsChanged)
+    Q_PROPERTY(bool iconFetchRunning READ iconFetchRunning NOTIFY iconFetchRunningChanged)
+
+public:
+    using Phase = SyncPhase;
+    // Settings keys this controller reads and writes.
+    static constexpr char lastSyncDateKey[] = "lastSyncDate";
+    static constexpr char incrementalSyncStartedAtKey[] = "incrementalSyncStartedAt";
+    static constexpr char iconFetchBlockedKey[] = "iconFetchBlocked";
+    static constexpr char iconFormatVersionKey[] = "iconFormatVersion";
+    static constexpr char drawnAppIconVersionKey[] = "drawnAppIconVersion";
+    static constexpr int currentIconFormatVersion = 4;
+    static constexpr int currentDrawnAppIconVersion = 2;
+    static constexpr int iconCycleSize = 8;
+    static constexpr int upgradeChunkSize = 50;
+    static constexpr std::chrono::milliseconds defaultImportBatchInterval{800};
+    static constexpr char helperShortcutName[] = "Sync Thimblecraft";
+
+    // Reads "lastSyncDate" and "iconFetchBlocked" from settings.
+    LibrarySyncController(ModelContext &context, ShortcutsEventsBridge &bridge, QSettings &settings,
+                          QObject *parent = nullptr);
+    ~LibrarySyncController() override;
+
+    // The process-wide controller over the shared store, bridge and settings.
+    static LibrarySyncController &shared();
+
+    // Collaborators that default to the process-wide ones.
+    void setWorkspace(Workspace *workspace) { m_workspace = workspace; }
+    void setAppIconSource(std::shared_ptr<AppIconSource> source) { m_appIcons = std::move(source); }
+    // The database pass's source of rows; by default ShortcutsDatabase::loadRows() off the
+    // main thread.
+    using RowsLoader = std::function<QCoro::Task<std::optional<ShortcutsDatabase::Rows>>()>;
+    void setDatabaseRowsLoader(RowsLoader loader) { m_rowsLoader = std::move(loader); }
+    // The helper shortcut file; by default the bundled one, written out on first use.
+    void setHelperShortcutPath(const QString &path) { m_helperShortcutPath = path; }
+    void setImportBatchInterval(std::chrono::milliseconds interval);
+
+    // Observable state.
+    SyncPhase phase() const { return m_phase; }
+    std::optional<SyncSummary> lastSummary() const { return m_lastSummary; }
+    QString lastSummaryText() const { return m_lastSummary ? m_lastSummary->text() : QString(); }
+    QDateTime lastSyncDate() const { return m_lastSyncDate; }
+    QString lastError() const { return m_lastError; }
+    void setLastError(const QString &error); // empty clears it (the window's alert does)
+    bool iconFetchBlocked() const { return m_iconFetchBlocked; }
+    qint64 iconsCompleted() const { return m_iconsCompleted; }
+    qint64 iconsTotal() const { return m_iconsTotal; }
+    int pendingImportCount() const { return int(m_pendingImports.size()); }
+    bool isFlushScheduled() const { return m_flushTimer.isActive(); }
+    bool iconFetchRunning() const { return m_iconWorkerRunning; }
+    const QStringList &iconQueue() const { return m_iconQueue; }
+    const QStringList &priorityIdentifiers() const { return m_priorityIdentifiers; }
+    ModelContext &context() const { return m_context; }
+    QSettings &settings() const { return m_settings; }
+
+    // Full sync: list, merge, database pass, icon queue. Ignored while a sync runs.
+    QCoro::Task<> sync();
+    // Merges a complete list; no value (and the store's text in error) on a save failure.
+    std::optional<SyncSummary> merge(const QList<ShortcutSnapshot> &snapshots,
+                                     QString *error = nullptr);
+
+    // Helper-shortcut sync.
+    void beginIncrementalSync();
+    void enqueueImport(const ShortcutSnapshot &snapshot);
+    void flushImports();
+    bool mergeImports(const QList<ShortcutSnapshot> &snapshots, QString *error = nullptr);
+    std::optional<SyncSummary> markMissing(const QDateTime &notSeenSince, QString *error = nullptr);
+    // Flushes, marks what was not seen since Begin and publishes the summary; no value (and
+    // the store's text in error) when marking fails.
+    std::optional<SyncSummary> finishIncrementalSync(QString *error = nullptr);
+    void installHelperShortcut();
+    QCoro::Task<> runHelperShortcut();
+    // The bundled helper shortcut as a file others can open; empty when it is not bundled.
+    QString helperShortcutPath();
+
+    // Icons.
+    void startIconFetch();
+    void enqueueIcons(const QStringList &identifiers);
+    void prioritizeIcon(ShortcutItem *item);
+    void retryIcons();
+    void setIconFetchBlocked(bool blocked);
+    QCoro::Task<> refreshFromDatabase();
+    QCoro::Task<> upgradeStoredIcons();
+    // Finishes when the icon worker has stopped (at once when none runs).
+    QCoro::Task<> iconFetchFinished();
+
+signals:
+    void phaseChanged();
+    void lastSummaryChanged();
+    void lastSyncDateChanged();
+    void lastErrorChanged();
+    void iconFetchBlockedChanged();
+    void iconsCompletedChanged();
+    void iconsTotalChanged();
+    void pendingImportsChanged();
+    void iconFetchRunningChanged();
+    // A full sync or a helper sync's finish published its summary.
+    void syncFinished();
+
+private:
+    void setPhase(const SyncPhase &phase);
+    void setLastSummary(const SyncSummary &summary);
+    void setLastSyncDate(const QDateTime &date);
+    void setIconsCompleted(qint64 value);
+    void setIconsTotal(qint64 value);
+    void setIconWorkerRunning(bool running);
+    std::optional<QString> takeNextIdentifier();
+    static QCoro::Task<> iconWorker(QPointer<LibrarySyncController> self);
+    QCoro::Task<std::optional<ShortcutsDatabase::Rows>> loadDatabaseRows();
+    AppIconSource &appIcons();
+
+    ModelContext &m_context;
+    ShortcutsEventsBridge &m_bridge;
+    QSettings &m_settings;
+    Workspace *m_workspace = nullptr;
+    std::shared_ptr<AppIconSource> m_appIcons;
+    RowsLoader m_rowsLoader;
+    QString m_helperShortcutPath;
+
+    SyncPhase m_phase;
+    std::optional<SyncSummary> m_lastSummary;
+    QDateTime m_lastSyncDate;
+    QString m_lastError;
+
+    QList<ShortcutSnapshot> m_pendingImports;
+    QTimer m_flushTimer;
+
+    bool m_iconFetchBlocked = false;
+    bool m_iconWorkerRunning = false;
+    QStringList m_priorityIdentifiers;
+    QStringList m_iconQueue;
+    qint64 m_iconsCompleted = 0;
+    qint64 m_iconsTotal = 0;
+};

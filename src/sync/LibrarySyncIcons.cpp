@@ -1,0 +1,426 @@
+// Completing icons after a sync: the icon queue, the Shortcuts database pass and the upgrades
+// of stored icons from older formats.
+#include "model/ModelContext.h"
+#include "shortcuts/AppIconProvider.h"
+#include "shortcuts/IconProcessing.h"
+#include "shortcuts/ShortcutsEventsBridge.h"
+#include "sync/LibrarySyncController.h"
+
+#include <QBuffer>
+#include <QCoro/QCoroFuture>
+#include <QCoro/QCoroSignal>
+#include <QSet>
+#include <QSettings>
+#include <QThreadPool>
+#include <QtConcurrent>
+
+namespace {
+const QString placeholderPrefix = QStringLiteral("name:");
+
+bool isPlaceholder(const QString &identifier)
+{
+    return identifier.startsWith(placeholderPrefix);
+}
+
+// Background work at utility priority: below the main thread, beside the bridge's queue.
+QThreadPool &utilityPool()
+{
+    static QThreadPool *pool = [] {
+        auto *p = new QThreadPool;
+        p->setThreadPriority(QThread::LowPriority);
+        return p;
+    }();
+    return *pool;
+}
+
+class ProviderIconSource final : public AppIconSource {
+public:
+    std::optional<QByteArray> icon(const QString &bundleID) override
+    {
+        return AppIconProvider::shared().icon(bundleID);
+    }
+    QCoro::Task<std::optional<QByteArray>> remoteIcon(QString bundleID) override
+    {
+        co_return co_await AppIconProvider::shared().remoteIcon(bundleID);
+    }
+    bool isDrawnSymbolIcon(const QString &bundleID) const override
+    {
+        return AppIconProvider::symbolSubstitute(bundleID).has_value();
+    }
+};
+
+// The stored image cropped to its content, as PNG; no value when nothing is left.
+std::optional<QByteArray> trimmedPNG(const QByteArray &stored)
+{
+    const QImage image = IconProcessing::decodeImage(stored);
+    if (image.isNull())
+        return std::nullopt;
+    const auto cropped = IconProcessing::trimmedToContent(image);
+    if (!cropped)
+        return std::nullopt;
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    if (!cropped->save(&buffer, "PNG"))
+        return std::nullopt;
+    return png;
+}
+} // namespace
+
+AppIconSource &LibrarySyncController::appIcons()
+{
+    if (!m_appIcons)
+        m_appIcons = std::make_shared<ProviderIconSource>();
+    return *m_appIcons;
+}
+
+void LibrarySyncController::setIconsCompleted(qint64 value)
+{
+    if (m_iconsCompleted == value)
+        return;
+    m_iconsCompleted = value;
+    emit iconsCompletedChanged();
+}
+
+void LibrarySyncController::setIconsTotal(qint64 value)
+{
+    if (m_iconsTotal == value)
+        return;
+    m_iconsTotal = value;
+    emit iconsTotalChanged();
+}
+
+void LibrarySyncController::setIconWorkerRunning(bool running)
+{
+    if (m_iconWorkerRunning == running)
+        return;
+    m_iconWorkerRunning = running;
+    emit iconFetchRunningChanged();
+}
+
+void LibrarySyncController::setIconFetchBlocked(bool blocked)
+{
+    m_settings.setValue(QLatin1String(iconFetchBlockedKey), blocked);
+    if (m_iconFetchBlocked == blocked)
+        return;
+    m_iconFetchBlocked = blocked;
+    emit iconFetchBlockedChanged();
+}
+
+void LibrarySyncController::startIconFetch()
+{
+    if (m_iconFetchBlocked)
+        return;
+    QStringList identifiers;
+    for (const ShortcutItem *item : m_context.shortcuts()) {
+        if (!item->hasIconData() && !item->isMissing() && !isPlaceholder(item->identifier()))
+            identifiers.append(item->identifier());
+    }
+    enqueueIcons(identifiers);
+}
+
+void LibrarySyncController::enqueueIcons(const QStringList &identifiers)
+{
+    const QSet<QString> queued(m_iconQueue.cbegin(), m_iconQueue.cend());
+    QStringList fresh;
+    for (const QString &identifier : identifiers) {
+        if (!queued.contains(identifier))
+            fresh.append(identifier);
+    }
+    if (fresh.isEmpty())
+        return;
+    m_iconQueue.append(fresh);
+    setIconsTotal(m_iconsTotal + fresh.size());
+    if (!m_iconWorkerRunning) {
+        setIconWorkerRunning(true);
+        iconWorker(QPointer<LibrarySyncController>(this)); // runs on; holds the controller weakly
+    }
+}
+
+void LibrarySyncController::prioritizeIcon(ShortcutItem *item)
+{
+    if (!item || item->hasIconData() || isPlaceholder(item->identifier()))
+        return;
+    if (m_iconQueue.contains(item->identifier()) &&
+        !m_priorityIdentifiers.contains(item->identifier()))
+        m_priorityIdentifiers.append(item->identifier());
+}
+
+std::optional<QString> LibrarySyncController::takeNextIdentifier()
+{
+    while (!m_priorityIdentifiers.isEmpty()) {
+        const QString identifier = m_priorityIdentifiers.takeFirst();
+        const qsizetype at = m_iconQueue.indexOf(identifier);
+        if (at >= 0) {
+            m_iconQueue.removeAt(at);
+            return identifier;
+        }
+    }
+    if (!m_iconQueue.isEmpty())
+        return m_iconQueue.takeFirst();
+    return std::nullopt;
+}
+
+void LibrarySyncController::retryIcons()
+{
+    setIconFetchBlocked(false);
+    QStringList identifiers;
+    for (const ShortcutItem *item : m_context.shortcuts()) {
+        if (!item->isMissing() && !isPlaceholder(item->identifier()))
+            identifiers.append(item->identifier());
+    }
+    enqueueIcons(identifiers);
+}
+
+QCoro::Task<> LibrarySyncController::iconFetchFinished()
+{
+    if (m_iconWorkerRunning)
+        co_await qCoro(this, &LibrarySyncController::iconFetchRunningChanged);
+    while (m_iconWorkerRunning)
+        co_await qCoro(this, &LibrarySyncController::iconFetchRunningChanged);
+}
+
+QCoro::Task<> LibrarySyncController::iconWorker(QPointer<LibrarySyncController> self)
+{
+    bool blocked = false;
+    while (self && !blocked) {
+        QHash<QString, IconProcessing::Result> batch;
+        int taken = 0;
+        while (batch.size() < iconCycleSize && taken < iconCycleSize) {
+            const auto identifier = self->takeNextIdentifier();
+            if (!identifier)
+                break;
+            ++taken;
+            const auto fetched = co_await self->m_bridge.iconData(*identifier);
+            if (!self)
+                co_return;
+            if (fetched) {
+                if (!fetched.value())
+                    continue;
+                const QByteArray bytes = *fetched.value();
+                const auto processed = co_await QtConcurrent::run(
+                    &utilityPool(), [bytes] { return IconProcessing::process(bytes); });
+                if (!self)
+                    co_return;
+                if (processed)
+                    batch.insert(*identifier, *processed);
+            } else if (fetched.error().kind() == BridgeError::Kind::script &&
+                       fetched.error().number() == -10004) {
+                self->setIconFetchBlocked(true);
+                self->m_iconQueue.clear();
+                self->m_priorityIdentifiers.clear();
+                blocked = true;
+                break;
+            }
+        }
+        if (taken == 0)
+            break;
+        if (!batch.isEmpty()) {
+            for (ShortcutItem *item : self->m_context.shortcuts()) {
+                const auto result = batch.constFind(item->identifier());
+                if (result != batch.cend())
+                    item->applyProcessedIcon(*result);
+            }
+            self->m_context.save();
+        }
+        self->setIconsCompleted(self->m_iconsCompleted + taken);
+        if (!self->m_phase.isSyncing())
+            self->setPhase(SyncPhase::icons(self->m_iconsCompleted, self->m_iconsTotal));
+    }
+    if (!self)
+        co_return;
+    self->m_context.save();
+    self->setIconsCompleted(0);
+    self->setIconsTotal(0);
+    if (self->m_phase.isIcons())
+        self->setPhase(SyncPhase::idle());
+    self->setIconWorkerRunning(false);
+}
+
+// ---------------------------------------------------------------------------------------------
+// The database pass
+
+QCoro::Task<std::optional<ShortcutsDatabase::Rows>> LibrarySyncController::loadDatabaseRows()
+{
+    if (m_rowsLoader)
+        co_return co_await m_rowsLoader();
+    // Copying the database files and reading them is file work: off the main thread.
+    co_return co_await QtConcurrent::run(&utilityPool(),
+                                         [] { return ShortcutsDatabase::loadRows(); });
+}
+
+QCoro::Task<> LibrarySyncController::refreshFromDatabase()
+{
+    QPointer<LibrarySyncController> self(this);
+    const auto rows = co_await loadDatabaseRows();
+    if (!self || !rows || rows->isEmpty())
+        co_return;
+
+    const QList<ShortcutItem *> items = m_context.shortcuts();
+    if (m_settings.value(QLatin1String(drawnAppIconVersionKey), 0).toInt() <
+        currentDrawnAppIconVersion) {
+        for (ShortcutItem *item : items) {
+            if (appIcons().isDrawnSymbolIcon(item->iconAppBundleID()))
+                item->setIconAppBundleID(QString());
+        }
+        m_settings.setValue(QLatin1String(drawnAppIconVersionKey), currentDrawnAppIconVersion);
+    }
+
+    QList<ShortcutItem *> needAppIcon;
+    for (ShortcutItem *item : items) {
+        const auto found = rows->constFind(item->identifier());
+        if (found == rows->cend())
+            continue;
+        const ShortcutsDatabase::Row &row = *found;
+        if (row.createdAt && item->nativeCreatedAt() != row.createdAt)
+            item->setNativeCreatedAt(row.createdAt);
+        if (row.modifiedAt && item->nativeModifiedAt() != row.modifiedAt)
+            item->setNativeModifiedAt(row.modifiedAt);
+        if (row.lastRunAt && (!item->lastRunAt() || *row.lastRunAt > *item->lastRunAt()))
+            item->setLastRunAt(row.lastRunAt);
+        const QString appKey =
+            row.userProvidedIcon ? QString() : row.appBundleID.value_or(QString());
+        item->setAppBundleID(appKey);
+        if (appKey.isEmpty() && !item->iconAppBundleID().isEmpty()) {
+            // The shortcut's own glyph is fetched again by the icon queue.
+            item->setIconAppBundleID(QString());
+            item->setIconData(std::nullopt);
+        }
+        if (!appKey.isEmpty() && appKey != item->iconAppBundleID())
+            needAppIcon.append(item);
+    }
+    m_context.save();
+
+    // One lookup per app, however many of its shortcuts there are.
+    QStringList keys;
+    QHash<QString, QList<ShortcutItem *>> groups;
+    for (ShortcutItem *item : needAppIcon) {
+        if (!groups.contains(item->appBundleID()))
+            keys.append(item->appBundleID());
+        groups[item->appBundleID()].append(item);
+    }
+    QStringList remoteKeys;
+    for (const QString &key : keys) {
+        if (const auto png = appIcons().icon(key)) {
+            for (ShortcutItem *item : groups[key]) {
+                item->setIconData(*png);
+                item->setIconAppBundleID(key);
+            }
+        } else {
+            remoteKeys.append(key);
+        }
+    }
+    if (!remoteKeys.isEmpty()) {
+        // Started together, awaited together: the lookups run concurrently.
+        std::vector<QCoro::Task<std::optional<QByteArray>>> lookups;
+        lookups.reserve(size_t(remoteKeys.size()));
+        for (const QString &key : remoteKeys)
+            lookups.push_back(appIcons().remoteIcon(key));
+        QHash<QString, std::optional<QByteArray>> results;
+        for (qsizetype i = 0; i < remoteKeys.size(); ++i)
+            results.insert(remoteKeys[i], co_await lookups[size_t(i)]);
+        if (!self)
+            co_return;
+        // Records may have been deleted by the user while the network worked.
+        const QSet<ShortcutItem *> alive(m_context.shortcuts().cbegin(),
+                                         m_context.shortcuts().cend());
+        for (const QString &key : remoteKeys) {
+            const std::optional<QByteArray> &png = results[key];
+            for (ShortcutItem *item : groups[key]) {
+                if (!alive.contains(item))
+                    continue;
+                if (png) {
+                    item->setIconData(*png);
+                    item->setIconAppBundleID(key);
+                } else {
+                    item->setIconAppBundleID(QString());
+                }
+            }
+        }
+    }
+    m_context.save();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Upgrades of stored icons
+
+QCoro::Task<> LibrarySyncController::upgradeStoredIcons()
+{
+    QPointer<LibrarySyncController> self(this);
+    auto version = [this] {
+        return m_settings.value(QLatin1String(iconFormatVersionKey), 0).toInt();
+    };
+    auto aliveItems = [this] {
+        return QSet<ShortcutItem *>(m_context.shortcuts().cbegin(), m_context.shortcuts().cend());
+    };
+
+    if (version() < 2) {
+        QList<ShortcutItem *> pending;
+        for (ShortcutItem *item : m_context.shortcuts()) {
+            if (item->hasIconData() && item->iconTopHex().isEmpty())
+                pending.append(item);
+        }
+        for (qsizetype start = 0; start < pending.size(); start += upgradeChunkSize) {
+            const QList<ShortcutItem *> chunk = pending.mid(start, upgradeChunkSize);
+            QList<QByteArray> images;
+            for (ShortcutItem *item : chunk)
+                images.append(item->iconData().value_or(QByteArray()));
+            const auto results = co_await QtConcurrent::run(&utilityPool(), [images] {
+                QList<std::optional<IconProcessing::Result>> out;
+                for (const QByteArray &bytes : images)
+                    out.append(IconProcessing::process(bytes));
+                return out;
+            });
+            if (!self)
+                co_return;
+            const auto alive = aliveItems();
+            for (qsizetype i = 0; i < chunk.size(); ++i) {
+                if (results[i] && alive.contains(chunk[i]))
+                    chunk[i]->applyProcessedIcon(*results[i]);
+            }
+            m_context.save();
+        }
+        m_settings.setValue(QLatin1String(iconFormatVersionKey), 2);
+    }
+
+    if (version() < 3) {
+        QList<ShortcutItem *> pending;
+        for (ShortcutItem *item : m_context.shortcuts()) {
+            if (item->hasIconData())
+                pending.append(item);
+        }
+        for (qsizetype start = 0; start < pending.size(); start += upgradeChunkSize) {
+            const QList<ShortcutItem *> chunk = pending.mid(start, upgradeChunkSize);
+            QList<QByteArray> images;
+            for (ShortcutItem *item : chunk)
+                images.append(item->iconData().value_or(QByteArray()));
+            const auto results = co_await QtConcurrent::run(&utilityPool(), [images] {
+                QList<std::optional<QByteArray>> out;
+                for (const QByteArray &bytes : images)
+                    out.append(trimmedPNG(bytes));
+                return out;
+            });
+            if (!self)
+                co_return;
+            const auto alive = aliveItems();
+            for (qsizetype i = 0; i < chunk.size(); ++i) {
+                if (results[i] && alive.contains(chunk[i]))
+                    chunk[i]->setIconData(*results[i]);
+            }
+            m_context.save();
+        }
+        m_settings.setValue(QLatin1String(iconFormatVersionKey), 3);
+    }
+
+    if (version() < 4) {
+        for (ShortcutItem *item : m_context.shortcuts()) {
+            if (item->iconTopHex().isEmpty())
+                continue;
+            const QString top = item->iconTopHex();
+            item->setIconTopHex(item->iconBottomHex());
+            item->setIconBottomHex(top);
+        }
+        m_context.save();
+        m_settings.setValue(QLatin1String(iconFormatVersionKey), 4);
+    }
+}
