@@ -131,6 +131,9 @@ std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *e
     if (!store->m_db.open(path, exists ? SqliteDatabase::Mode::readWrite
                                        : SqliteDatabase::Mode::readWriteCreate))
         return fail(store->m_db.lastError());
+    // SQLite quietly falls back to reading a file it may not write; every save would then fail.
+    if (sqlite3_db_readonly(store->m_db.handle(), "main") == 1)
+        return fail(QStringLiteral("%1 cannot be written to").arg(path));
 
     // Reading the header first: a foreign or damaged file fails here, before anything is written.
     const auto version = store->m_db.scalar(QStringLiteral("PRAGMA user_version"));

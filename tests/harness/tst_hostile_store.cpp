@@ -33,11 +33,10 @@ struct Run {
     QByteArray err;
 };
 
-Run runList(const QString &dataDir, const QStringList &extra = {})
+Run runProgram(const QString &program, const QStringList &arguments)
 {
     QProcess p;
-    p.start(programPath(),
-            QStringList{QStringLiteral("list"), QStringLiteral("--data-dir"), dataDir} + extra);
+    p.start(program, arguments);
     Run r;
     if (!p.waitForFinished(30000)) {
         p.kill();
@@ -51,7 +50,41 @@ Run runList(const QString &dataDir, const QStringList &extra = {})
     return r;
 }
 
-// Every entry of a directory tree with the hash of its bytes: what "unchanged" means here.
+Run runList(const QString &dataDir, const QStringList &extra = {})
+{
+    return runProgram(programPath(),
+                      QStringList{QStringLiteral("list"), QStringLiteral("--data-dir"), dataDir} +
+                          extra);
+}
+
+// Root writes through permissions, so the directory is made read-only by a read-only bind mount
+// in a mount namespace of the child's own.
+const QString kReadOnlyListScript =
+    QStringLiteral("mount --bind \"$1\" \"$1\" && mount -o remount,bind,ro \"$1\" && "
+                   "exec \"$2\" list --data-dir \"$1\"");
+
+Run runListReadOnly(const QString &dataDir)
+{
+    return runProgram(QStringLiteral("unshare"),
+                      {QStringLiteral("-m"), QStringLiteral("sh"), QStringLiteral("-c"),
+                       kReadOnlyListScript, QStringLiteral("sh"), dataDir, programPath()});
+}
+
+bool canMountReadOnly()
+{
+    QTemporaryDir probe;
+    const Run r = runProgram(
+        QStringLiteral("unshare"),
+        {QStringLiteral("-m"), QStringLiteral("sh"), QStringLiteral("-c"),
+         QStringLiteral("mount --bind \"$1\" \"$1\" && mount -o remount,bind,ro \"$1\" && "
+                        "! touch \"$1/x\" 2>/dev/null"),
+         QStringLiteral("sh"), probe.path()});
+    return !r.crashed && r.exitCode == 0;
+}
+
+// The store and everything beside it that SQLite could make for it (-wal, -shm, -journal), with
+// the hash of their bytes: what "unchanged" means here. Other files of the data directory belong
+// to other parts of the program.
 QMap<QString, QByteArray> snapshot(const QString &root)
 {
     QMap<QString, QByteArray> entries;
@@ -60,6 +93,8 @@ QMap<QString, QByteArray> snapshot(const QString &root)
     while (it.hasNext()) {
         const QString path = it.next();
         const QString name = QDir(root).relativeFilePath(path);
+        if (!name.startsWith(QLatin1String("Thimblecraft.store")))
+            continue;
         if (it.fileInfo().isDir()) {
             entries.insert(name, "directory");
             continue;
@@ -119,7 +154,9 @@ private slots:
     void readsOddButReadableStores_data();
     void readsOddButReadableStores();
     void emptyFileBecomesAStore();
+    void unwritableDataDirectory_data();
     void unwritableDataDirectory();
+    void uncreatableDataDirectory();
 };
 
 void TestHostileStore::initTestCase()
@@ -290,27 +327,58 @@ void TestHostileStore::emptyFileBecomesAStore()
     QVERIFY2(LibraryStoreContainer::open(tmp.path(), &error), qPrintable(error));
 }
 
+void TestHostileStore::unwritableDataDirectory_data()
+{
+    QTest::addColumn<QString>("journal");
+    QTest::newRow("wal store") << QStringLiteral("WAL");
+    // SQLite would open this one read-only without a word, and every save would then fail.
+    QTest::newRow("rollback-journal store") << QStringLiteral("DELETE");
+}
+
 void TestHostileStore::unwritableDataDirectory()
 {
-    // A directory that cannot be created at all: refused before any store is touched.
-    const Run uncreatable = runList(QStringLiteral("/proc/self/thimblecraft-data"));
-    QVERIFY2(!uncreatable.crashed, uncreatable.err.constData());
-    QCOMPARE(uncreatable.exitCode, 70);
-    QVERIFY2(uncreatable.err.startsWith(kFatalPrefix), uncreatable.err.constData());
-
-    if (geteuid() == 0)
-        QSKIP("running as root: directory permissions do not stop root from writing");
+    QFETCH(QString, journal);
+    const bool root = geteuid() == 0;
+    if (root && !canMountReadOnly())
+        QSKIP("running as root without mount namespaces: nothing here can make a directory "
+              "read-only for root");
     QTemporaryDir tmp;
     QVERIFY(tmp.isValid());
     makeRealStore(tmp.path());
+    execOn(LibraryStoreContainer::storePath(tmp.path()),
+           QStringLiteral("PRAGMA journal_mode=%1").arg(journal));
+    // Used once while writable, so everything else the program keeps there exists already.
+    const Run first = runList(tmp.path());
+    QVERIFY2(!first.crashed && first.exitCode == 0, first.err.constData());
     const auto before = snapshot(tmp.path());
-    QVERIFY(QFile::setPermissions(tmp.path(), QFile::ReadOwner | QFile::ExeOwner));
-    const Run r = runList(tmp.path());
-    QFile::setPermissions(tmp.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+
+    Run r;
+    if (root) {
+        r = runListReadOnly(tmp.path());
+    } else {
+        QVERIFY(QFile::setPermissions(tmp.path(), QFile::ReadOwner | QFile::ExeOwner));
+        QVERIFY(
+            QFile::setPermissions(LibraryStoreContainer::storePath(tmp.path()), QFile::ReadOwner));
+        r = runList(tmp.path());
+        QFile::setPermissions(tmp.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
     QVERIFY2(!r.crashed, r.err.constData());
     QCOMPARE(r.exitCode, 70);
     QVERIFY2(r.err.startsWith(kFatalPrefix), r.err.constData());
     QCOMPARE(snapshot(tmp.path()), before);
+}
+
+// A data directory that cannot even be created ends the program cleanly, whichever part of it
+// notices first.
+void TestHostileStore::uncreatableDataDirectory()
+{
+    const Run r = runList(QStringLiteral("/proc/self/thimblecraft-data"));
+    QVERIFY2(!r.crashed, r.err.constData());
+    QVERIFY(r.exitCode != 0);
+    QVERIFY(!r.err.isEmpty());
+    QString error;
+    QVERIFY(!LibraryStoreContainer::open(QStringLiteral("/proc/self/thimblecraft-data"), &error));
+    QVERIFY2(error.contains(QLatin1String("/proc/self/thimblecraft-data")), qPrintable(error));
 }
 
 QTEST_GUILESS_MAIN(TestHostileStore)
