@@ -1,0 +1,91 @@
+#include "ui/TagChipFlow.h"
+
+#include "model/Tag.h"
+#include "ui/FlowLayout.h"
+#include "ui/ShortcutPainter.h"
+#include "ui/SymbolIcon.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QToolButton>
+
+TagChip::TagChip(Tag *tag, QWidget *parent) : QWidget(parent), m_tag(tag)
+{
+    setObjectName(QStringLiteral("tagChip"));
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(9 + 8 + 4, 5, 9, 5); // the dot is painted in the left margin
+    layout->setSpacing(4);
+    auto *name = new QLabel(tag->name(), this);
+    name->setObjectName(QStringLiteral("tagChipName"));
+    layout->addWidget(name);
+    auto *remove = new QToolButton(this);
+    remove->setObjectName(QStringLiteral("tagChipRemove"));
+    remove->setAutoRaise(true);
+    remove->setToolTip(QStringLiteral("Remove %1").arg(tag->name()));
+    remove->setIcon(SymbolIcon::icon(QStringLiteral("xmark"), palette().color(QPalette::Text)));
+    remove->setIconSize(QSize(10, 10));
+    remove->setFixedSize(14, 14);
+    remove->setStyleSheet(QStringLiteral("QToolButton { border: none; }"));
+    layout->addWidget(remove);
+    connect(remove, &QToolButton::clicked, this, [this] { emit removeRequested(m_tag); });
+}
+
+void TagChip::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QColor colour =
+        ShortcutPainter::colorOrFallback(m_tag->colorHex(), ShortcutPainter::accentColor());
+    QColor fill = colour;
+    fill.setAlphaF(0.16f);
+    const QRectF bounds = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(fill);
+    painter.drawRoundedRect(bounds, bounds.height() / 2, bounds.height() / 2);
+    painter.setBrush(colour);
+    painter.drawEllipse(QRectF(9, height() / 2.0 - 4, 8, 8));
+}
+
+TagChipFlow::TagChipFlow(QWidget *parent) : QWidget(parent), m_layout(new FlowLayout(this, 6))
+{
+    setObjectName(QStringLiteral("tagChipFlow"));
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+}
+
+void TagChipFlow::setTags(const QList<Tag *> &tags)
+{
+    for (QWidget *chip : std::as_const(m_chips)) {
+        m_layout->removeWidget(chip);
+        chip->deleteLater();
+    }
+    m_chips.clear();
+    if (m_trailing)
+        m_layout->removeWidget(m_trailing);
+    m_tags = tags;
+    for (Tag *tag : tags) {
+        auto *chip = new TagChip(tag, this);
+        connect(chip, &TagChip::removeRequested, this, &TagChipFlow::removeRequested);
+        m_layout->addWidget(chip);
+        m_chips.append(chip);
+    }
+    if (m_trailing)
+        m_layout->addWidget(m_trailing);
+    updateGeometry();
+}
+
+void TagChipFlow::setTrailing(QWidget *widget)
+{
+    if (m_trailing) {
+        m_layout->removeWidget(m_trailing);
+        m_trailing->deleteLater();
+    }
+    m_trailing = widget;
+    if (widget) {
+        widget->setParent(this);
+        m_layout->addWidget(widget);
+    }
+    updateGeometry();
+}
