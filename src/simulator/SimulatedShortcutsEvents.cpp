@@ -1,6 +1,7 @@
 #include "simulator/SimulatedShortcutsEvents.h"
 
 #include "shortcuts/ShortcutsEventsBridge.h"
+#include "simulator/SimulatedHelperShortcut.h"
 #include "simulator/SimulatedIconRenderer.h"
 
 #include <QThread>
@@ -204,6 +205,8 @@ ScriptHostReply SimulatedShortcutsEvents::answer(const SimulatedLibrary &library
             return ScriptHostReply::failure(
                 -1728, QStringLiteral("Shortcuts Events got an error: Can’t get shortcut %1.")
                            .arg(quoted(target)));
+        if (SimulatedHelperShortcut::isHelper(*s))
+            return SimulatedHelperShortcut::run(library);
         return run(*s, input);
     }
     return notUnderstood();

@@ -1,6 +1,7 @@
 #include "simulator/SimulatedWorkspace.h"
 
 #include "model/Clock.h"
+#include "simulator/SimulatedHelperShortcut.h"
 
 #include <QDir>
 #include <QFile>
@@ -30,7 +31,10 @@ bool SimulatedWorkspace::openUrl(const QUrl &url)
 
 bool SimulatedWorkspace::openFile(const QString &path)
 {
-    return QFileInfo::exists(path) && record(QStringLiteral("file"), path);
+    if (!QFileInfo::exists(path) || !record(QStringLiteral("file"), path))
+        return false;
+    SimulatedHelperShortcut::fileOpened(path); // the Shortcuts app offers to add a helper file
+    return true;
 }
 
 QImage SimulatedWorkspace::applicationIcon(const QString &)
