@@ -1,7 +1,9 @@
 #include "app/Application.h"
 
 #include "app/CommandLine.h"
+#include "app/IntentCommand.h"
 #include "app/ListCommand.h"
+#include "app/SyncCommand.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
@@ -76,6 +78,18 @@ int runThimblecraft(int argc, char *argv[])
         if (!installPlatform())
             return 1;
         return runListCommand(LibraryStoreContainer::shared(), *commandLine);
+    }
+    case CommandLine::Command::sync:
+        if (!installPlatform())
+            return 1;
+        return runSyncCommand(argc, argv);
+    case CommandLine::Command::background:
+        if (!installPlatform())
+            return 1;
+        return runBackgroundInstance(argc, argv);
+    case CommandLine::Command::intent: {
+        QCoreApplication app(argc, argv);
+        return runIntentCommand(*commandLine);
     }
     case CommandLine::Command::window:
         break;

@@ -5,10 +5,19 @@ QString CommandLine::usage()
     return QStringLiteral(
         "Usage: thimblecraft [OPTIONS] [thimblecraft://URL]\n"
         "       thimblecraft list [--section S] [--search TEXT] [--json] [OPTIONS]\n"
+        "       thimblecraft sync [OPTIONS]\n"
+        "       thimblecraft intent begin|finish [OPTIONS]\n"
+        "       thimblecraft intent import --name N [--identifier I] [--folder F]\n"
+        "                [--action-count N] [--icon FILE] [--created ISO] [--modified ISO]\n"
+        "                [--position N] [OPTIONS]\n"
         "\n"
         "Commands:\n"
         "  (none)            open the library window\n"
         "  list              print the library's shortcuts, one name per line\n"
+        "  sync              sync with Shortcuts without a window, print the summary\n"
+        "  intent ACTION     hand a helper-shortcut intent to the running Thimblecraft\n"
+        "                    (started in the background when none runs)\n"
+        "  --background      run without a window, serving intents, until idle\n"
         "\n"
         "Options:\n"
         "  --data-dir DIR    keep the library store and settings in DIR\n"
@@ -36,6 +45,14 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
     if (i < arguments.size() && arguments[i] == QLatin1String("list")) {
         cl.command = Command::list;
         ++i;
+    } else if (i < arguments.size() && arguments[i] == QLatin1String("sync")) {
+        cl.command = Command::sync;
+        ++i;
+    } else if (i < arguments.size() && arguments[i] == QLatin1String("intent")) {
+        cl.command = Command::intent;
+        if (++i >= arguments.size() || arguments[i].startsWith(QLatin1Char('-')))
+            return fail(QStringLiteral("intent needs begin, import or finish"));
+        cl.intentAction = arguments[i++];
     }
     for (; i < arguments.size(); ++i) {
         const QString &a = arguments[i];
@@ -67,6 +84,11 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
         } else if (a == QLatin1String("--search") && cl.command == Command::list) {
             if (!value(cl.search))
                 return fail(QStringLiteral("--search needs a text"));
+        } else if (a == QLatin1String("--background") && cl.command == Command::window) {
+            cl.command = Command::background;
+        } else if (cl.command == Command::intent && a.startsWith(QLatin1String("--")) &&
+                   i + 1 < arguments.size()) {
+            cl.intentArguments << a << arguments[++i];
         } else if (a.startsWith(QLatin1String("-"))) {
             return fail(QStringLiteral("unknown option %1").arg(a));
         } else if (cl.command == Command::window && a.startsWith(QLatin1String("thimblecraft:"))) {

@@ -6,7 +6,7 @@
 
 // What the command line asks for. Parsing never exits; errors come back as text (exit 2).
 struct CommandLine {
-    enum class Command { window, list, help, version };
+    enum class Command { window, list, help, version, sync, intent, background };
     Command command = Command::window;
     QString dataDir;
     bool json = false;
@@ -16,6 +16,9 @@ struct CommandLine {
     // --script-host osascript|simulator; empty means the platform's default.
     QString scriptHost;
     QString simulatorLibrary;
+    // intent begin|import|finish and the intent's own options (checked by the intent command).
+    QString intentAction;
+    QStringList intentArguments;
 
     static std::optional<CommandLine> parse(const QStringList &arguments, QString *error);
     static QString usage();

@@ -22,6 +22,11 @@ QString inputClause(const std::optional<QString> &input)
     return QStringLiteral(" with input ") + ShortcutsEventsBridge::quotedScriptString(*input);
 }
 
+ScriptHostReply runOnHost(std::shared_ptr<ScriptHost> host, QString script)
+{
+    return host->execute(script);
+}
+
 double clampedComponent(qint64 raw)
 {
     const double c = double(raw) / 65535.0;
@@ -121,9 +126,11 @@ BridgeResult<AppleEventDescriptor> ShortcutsEventsBridge::interpret(const Script
 
 QCoro::Task<BridgeResult<AppleEventDescriptor>> ShortcutsEventsBridge::execute(QString script)
 {
+    // Named values only around co_await: g++ 12 destroys some temporaries of a co_await
+    // full-expression twice (a lambda capturing the script released it early).
     std::shared_ptr<ScriptHost> host = m_host ? m_host : ScriptHost::shared();
-    const ScriptHostReply reply =
-        co_await QtConcurrent::run(&queue(), [host, script] { return host->execute(script); });
+    QFuture<ScriptHostReply> future = QtConcurrent::run(&queue(), runOnHost, host, script);
+    const ScriptHostReply reply = co_await future;
     co_return interpret(reply);
 }
 
@@ -234,7 +241,8 @@ std::optional<QString> ShortcutsEventsBridge::decodeOutput(const AppleEventDescr
 
 QCoro::Task<BridgeResult<QList<ShortcutSnapshot>>> ShortcutsEventsBridge::listShortcuts()
 {
-    const auto reply = co_await execute(listScript());
+    auto pending = execute(listScript());
+    const auto reply = co_await pending;
     if (!reply)
         co_return reply.error();
     co_return decodeShortcutList(reply.value());
@@ -243,7 +251,8 @@ QCoro::Task<BridgeResult<QList<ShortcutSnapshot>>> ShortcutsEventsBridge::listSh
 QCoro::Task<BridgeResult<std::optional<QByteArray>>>
 ShortcutsEventsBridge::iconData(QString identifier)
 {
-    const auto reply = co_await execute(iconScript(identifier));
+    auto pending = execute(iconScript(identifier));
+    const auto reply = co_await pending;
     if (!reply)
         co_return reply.error();
     co_return decodeIcon(reply.value());
@@ -254,12 +263,15 @@ ShortcutsEventsBridge::run(QString identifier, QString name, std::optional<QStri
 {
     const bool byIdentifier =
         !identifier.isEmpty() && !identifier.startsWith(QLatin1String("name:"));
-    auto reply = co_await execute(byIdentifier ? runByIdentifierScript(identifier, input)
-                                               : runByNameScript(name, input));
+    auto pending = execute(byIdentifier ? runByIdentifierScript(identifier, input)
+                                        : runByNameScript(name, input));
+    auto reply = co_await pending;
     // A sandboxed app may be refused "shortcut id" but allowed to run by name.
     if (byIdentifier && !reply && reply.error().kind() == BridgeError::Kind::script &&
-        reply.error().number() == -10004)
-        reply = co_await execute(runByNameScript(name, input));
+        reply.error().number() == -10004) {
+        auto retry = execute(runByNameScript(name, input));
+        reply = co_await retry;
+    }
     if (!reply)
         co_return reply.error();
     co_return decodeOutput(reply.value());
@@ -267,7 +279,8 @@ ShortcutsEventsBridge::run(QString identifier, QString name, std::optional<QStri
 
 QCoro::Task<BridgeResult<std::optional<QString>>> ShortcutsEventsBridge::runShortcut(QString named)
 {
-    const auto reply = co_await execute(runByNameScript(named, std::nullopt));
+    auto pending = execute(runByNameScript(named, std::nullopt));
+    const auto reply = co_await pending;
     if (!reply)
         co_return reply.error();
     co_return decodeOutput(reply.value());

@@ -198,8 +198,10 @@ QCoro::Task<> LibrarySyncController::iconWorker(QPointer<LibrarySyncController> 
                 if (!fetched.value())
                     continue;
                 const QByteArray bytes = *fetched.value();
-                const auto processed = co_await QtConcurrent::run(
+                // Named futures: g++ 12 destroys lambda temporaries of a co_await twice.
+                auto processing = QtConcurrent::run(
                     &utilityPool(), [bytes] { return IconProcessing::process(bytes); });
+                const auto processed = co_await processing;
                 if (!self)
                     co_return;
                 if (processed)
@@ -242,11 +244,13 @@ QCoro::Task<> LibrarySyncController::iconWorker(QPointer<LibrarySyncController> 
 
 QCoro::Task<std::optional<ShortcutsDatabase::Rows>> LibrarySyncController::loadDatabaseRows()
 {
-    if (m_rowsLoader)
-        co_return co_await m_rowsLoader();
+    if (m_rowsLoader) {
+        auto loaded = m_rowsLoader();
+        co_return co_await loaded;
+    }
     // Copying the database files and reading them is file work: off the main thread.
-    co_return co_await QtConcurrent::run(&utilityPool(),
-                                         [] { return ShortcutsDatabase::loadRows(); });
+    auto loading = QtConcurrent::run(&utilityPool(), [] { return ShortcutsDatabase::loadRows(); });
+    co_return co_await loading;
 }
 
 QCoro::Task<> LibrarySyncController::refreshFromDatabase()
@@ -365,12 +369,13 @@ QCoro::Task<> LibrarySyncController::upgradeStoredIcons()
             QList<QByteArray> images;
             for (ShortcutItem *item : chunk)
                 images.append(item->iconData().value_or(QByteArray()));
-            const auto results = co_await QtConcurrent::run(&utilityPool(), [images] {
+            auto work = QtConcurrent::run(&utilityPool(), [images] {
                 QList<std::optional<IconProcessing::Result>> out;
                 for (const QByteArray &bytes : images)
                     out.append(IconProcessing::process(bytes));
                 return out;
             });
+            const auto results = co_await work;
             if (!self)
                 co_return;
             const auto alive = aliveItems();
@@ -394,12 +399,13 @@ QCoro::Task<> LibrarySyncController::upgradeStoredIcons()
             QList<QByteArray> images;
             for (ShortcutItem *item : chunk)
                 images.append(item->iconData().value_or(QByteArray()));
-            const auto results = co_await QtConcurrent::run(&utilityPool(), [images] {
+            auto work = QtConcurrent::run(&utilityPool(), [images] {
                 QList<std::optional<QByteArray>> out;
                 for (const QByteArray &bytes : images)
                     out.append(trimmedPNG(bytes));
                 return out;
             });
+            const auto results = co_await work;
             if (!self)
                 co_return;
             const auto alive = aliveItems();

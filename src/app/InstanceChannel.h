@@ -1,0 +1,97 @@
+#pragma once
+
+#include <QCoro/QCoroTask>
+#include <QHash>
+#include <QJsonObject>
+#include <QObject>
+#include <QStringList>
+#include <QUrl>
+#include <functional>
+#include <optional>
+
+class QLocalServer;
+class QLocalSocket;
+
+// The program's single-instance channel: a local socket per data directory that only its owner
+// can open, in a per-user runtime folder (mode 0700). Later invocations hand it intents
+// (`thimblecraft intent …`), URLs and "raise the window" instead of starting a second program.
+//
+// Wire format, one request and one reply per connection: a 4-byte big-endian length, then that
+// many bytes of a UTF-8 JSON object. Requests: {"kind": "intent", "action": A, "arguments": [..]},
+// {"kind": "open-url", "url": U}, {"kind": "activate"}, {"kind": "quit"}. Replies:
+// {"ok": bool, "text": T}.
+class InstanceChannel : public QObject {
+    Q_OBJECT
+public:
+    static constexpr qint64 maxMessageSize = 1024 * 1024;
+    static constexpr int defaultReceiveTimeoutMs = 5000;
+
+    struct Reply {
+        bool ok = false;
+        QString text;
+    };
+    struct SendResult {
+        enum class Status { delivered, noInstance, failed };
+        Status status = Status::failed;
+        Reply reply;
+        QString error;
+    };
+
+    // The owner-only folder that holds the sockets; created on first use. Empty (with *error)
+    // when it cannot be made private.
+    static QString socketDirectory(QString *error = nullptr);
+    // The socket of the instance that owns a data directory.
+    static QString socketPath(const QString &dataDirectory, QString *error = nullptr);
+
+    explicit InstanceChannel(QObject *parent = nullptr);
+    ~InstanceChannel() override;
+
+    // Starts serving path. Fails when another live instance serves it; a stale socket left by a
+    // crashed instance is replaced.
+    bool listen(const QString &path, QString *error = nullptr);
+    void close();
+    bool isListening() const;
+    QString path() const;
+    // A client that has not sent a whole request by then is dropped.
+    void setReceiveTimeout(int milliseconds) { m_receiveTimeoutMs = milliseconds; }
+
+    using IntentHandler = std::function<QCoro::Task<Reply>(QString action, QStringList arguments)>;
+    void setIntentHandler(IntentHandler handler) { m_intentHandler = std::move(handler); }
+    void setUrlHandler(std::function<void(const QUrl &)> handler)
+    {
+        m_urlHandler = std::move(handler);
+    }
+    void setActivateHandler(std::function<void()> handler)
+    {
+        m_activateHandler = std::move(handler);
+    }
+    // Called after the reply to a "quit" request has been sent.
+    void setQuitHandler(std::function<void()> handler) { m_quitHandler = std::move(handler); }
+
+    // Client side: sends one request and waits for its reply. Blocking; any thread.
+    static SendResult send(const QString &path, const QJsonObject &request, int timeoutMs = 60000);
+    static QJsonObject intentRequest(const QString &action, const QStringList &arguments);
+    static QJsonObject openUrlRequest(const QUrl &url);
+    static QJsonObject activateRequest();
+    static QJsonObject quitRequest();
+
+signals:
+    // A request was answered (idle timers watch this).
+    void requestHandled();
+
+private:
+    struct Connection;
+    void accept();
+    void readFrom(QLocalSocket *socket);
+    void dispatch(QLocalSocket *socket, const QByteArray &payload);
+    QCoro::Task<> dispatchIntent(QLocalSocket *socket, QString action, QStringList arguments);
+    void reply(QLocalSocket *socket, const Reply &reply);
+
+    QLocalServer *m_server = nullptr;
+    int m_receiveTimeoutMs = defaultReceiveTimeoutMs;
+    QHash<QLocalSocket *, QByteArray> m_buffers;
+    IntentHandler m_intentHandler;
+    std::function<void(const QUrl &)> m_urlHandler;
+    std::function<void()> m_activateHandler;
+    std::function<void()> m_quitHandler;
+};
