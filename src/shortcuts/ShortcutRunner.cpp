@@ -122,7 +122,8 @@ void ShortcutRunner::run(ShortcutItem *item, const std::optional<QString> &input
 
     auto task = [](QPointer<ShortcutRunner> self, ShortcutsEventsBridge *bridge, QString identifier,
                    QString name, std::optional<QString> input) -> QCoro::Task<> {
-        const auto result = co_await bridge->run(identifier, name, input);
+        auto pending = bridge->run(identifier, name, input); // named: see the bridge's execute()
+        const auto result = co_await pending;
         if (!self)
             co_return;
         if (result)

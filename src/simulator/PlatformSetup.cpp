@@ -1,5 +1,6 @@
 #include "simulator/PlatformSetup.h"
 
+#include "shortcuts/DesktopWorkspace.h"
 #include "shortcuts/OsascriptHost.h"
 #include "shortcuts/Workspace.h"
 #include "simulator/SimulatedLibrary.h"
@@ -37,6 +38,7 @@ bool PlatformSetup::install(ScriptHostKind kind, const QString &libraryPath, QSt
 {
     if (kind == ScriptHostKind::osascript) {
         ScriptHost::setShared(std::make_shared<OsascriptHost>());
+        Workspace::setShared(std::make_unique<DesktopWorkspace>());
         return true;
     }
     QString path = libraryPath;

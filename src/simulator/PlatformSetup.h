@@ -12,7 +12,8 @@ enum class ScriptHostKind { osascript, simulator };
 ScriptHostKind defaultScriptHostKind();
 std::optional<ScriptHostKind> scriptHostKindFromName(const QString &name);
 
-// Installs the shared ScriptHost and, for the simulator, the simulated Workspace. The simulator
+// Installs the shared ScriptHost and Workspace: osascript with the desktop's workspace, or the
+// simulator with the simulated one. The simulator
 // reads libraryPath, or <data dir>/Simulated Shortcuts/library.json (made from the sample library
 // on first use) when it is empty. False, with *error, when that file cannot be created.
 bool install(ScriptHostKind kind, const QString &libraryPath, QString *error = nullptr);
