@@ -1,0 +1,186 @@
+#include "ui/OutcomeBanner.h"
+
+#include "shortcuts/ShortcutRunner.h"
+#include "ui/SymbolIcon.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QPainterPath>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+constexpr int shadowMargin = 8; // room around the card for its shadow
+constexpr int bottomGap = 20;
+constexpr int bannerMaximumWidth = 520;
+} // namespace
+
+OutcomeBanner::OutcomeBanner(ShortcutRunner &runner, QWidget *parent)
+    : QWidget(parent), m_runner(runner), m_icon(new QLabel(this)), m_title(new QLabel(this)),
+      m_detail(new QLabel(this)), m_close(new QToolButton(this)),
+      m_opacity(new QGraphicsOpacityEffect(this)),
+      m_slide(new QPropertyAnimation(this, "pos", this)),
+      m_fade(new QPropertyAnimation(m_opacity, "opacity", this))
+{
+    setObjectName(QStringLiteral("outcomeBanner"));
+    m_icon->setObjectName(QStringLiteral("outcomeBannerIcon"));
+    m_title->setObjectName(QStringLiteral("outcomeBannerTitle"));
+    m_detail->setObjectName(QStringLiteral("outcomeBannerDetail"));
+    m_close->setObjectName(QStringLiteral("outcomeBannerClose"));
+    setAttribute(Qt::WA_TranslucentBackground);
+    setGraphicsEffect(m_opacity);
+
+    QFont headline = m_title->font();
+    headline.setBold(true);
+    m_title->setFont(headline);
+    QFont callout = m_detail->font();
+    callout.setPointSizeF(callout.pointSizeF() * 0.95);
+    m_detail->setFont(callout);
+    m_detail->setWordWrap(true);
+    m_detail->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_detail->setMaximumHeight(QFontMetrics(callout).lineSpacing() * 4);
+    QPalette secondary = m_detail->palette();
+    QColor colour = secondary.color(QPalette::WindowText);
+    colour.setAlphaF(0.65f);
+    secondary.setColor(QPalette::WindowText, colour);
+    m_detail->setPalette(secondary);
+    m_close->setAutoRaise(true);
+    m_close->setIcon(SymbolIcon::icon(QStringLiteral("xmark")));
+    m_close->setToolTip(QStringLiteral("Close"));
+    connect(m_close, &QToolButton::clicked, this, [this] { setVisibleID({}); });
+
+    auto *text = new QVBoxLayout;
+    text->setSpacing(2);
+    text->addWidget(m_title);
+    text->addWidget(m_detail);
+    auto *layout = new QHBoxLayout(this);
+    layout->setContentsMargins(shadowMargin + 14, shadowMargin + 14, shadowMargin + 14,
+                               shadowMargin + 14);
+    layout->setSpacing(12);
+    layout->addWidget(m_icon, 0, Qt::AlignTop);
+    layout->addLayout(text, 1);
+    layout->addWidget(m_close, 0, Qt::AlignTop);
+
+    m_hideTimer.setSingleShot(true);
+    m_hideTimer.setInterval(visibleMilliseconds);
+    connect(&m_hideTimer, &QTimer::timeout, this, [this] { setVisibleID({}); });
+    m_slide->setDuration(380);
+    m_slide->setEasingCurve(QEasingCurve::OutBack);
+    m_fade->setDuration(300);
+    connect(m_fade, &QPropertyAnimation::finished, this, [this] {
+        if (m_visibleID.isNull())
+            QWidget::hide();
+    });
+    connect(&runner, &ShortcutRunner::latestOutcomeChanged, this, &OutcomeBanner::outcomeChanged);
+    parent->installEventFilter(this);
+    QWidget::hide();
+}
+
+QString OutcomeBanner::titleText() const
+{
+    return m_title->text();
+}
+
+QString OutcomeBanner::detailText() const
+{
+    return m_detail->isVisible() || !m_detail->isHidden() ? m_detail->text() : QString();
+}
+
+void OutcomeBanner::outcomeChanged()
+{
+    const auto &outcome = m_runner.latestOutcome();
+    if (!outcome || outcome->id == m_visibleID)
+        return;
+    const bool failed = outcome->error.has_value();
+    m_icon->setPixmap(SymbolIcon::pixmap(
+        failed ? QStringLiteral("exclamationmark.triangle.fill")
+               : QStringLiteral("checkmark.circle.fill"),
+        failed ? QColor(0xFF, 0x95, 0x00) : QColor(0x34, 0xC7, 0x59), 22, devicePixelRatioF()));
+    m_title->setText(failed ? outcome->shortcutName + QStringLiteral(" failed")
+                            : QStringLiteral("Ran ") + outcome->shortcutName);
+    const QString detail = failed ? *outcome->error : outcome->output.value_or(QString());
+    m_detail->setText(detail);
+    m_detail->setHidden(detail.isEmpty());
+    setVisibleID(outcome->id);
+}
+
+void OutcomeBanner::setVisibleID(const QUuid &id)
+{
+    if (id == m_visibleID)
+        return;
+    const bool wasShown = !m_visibleID.isNull();
+    m_visibleID = id;
+    m_slide->stop();
+    m_fade->stop();
+    if (id.isNull()) {
+        m_hideTimer.stop();
+        const QRect rest = restingGeometry();
+        m_slide->setStartValue(pos());
+        m_slide->setEndValue(QPoint(rest.x(), rest.y() + 40));
+        m_fade->setStartValue(m_opacity->opacity());
+        m_fade->setEndValue(0.0);
+        m_slide->start();
+        m_fade->start();
+        return;
+    }
+    m_hideTimer.start(); // each new outcome restarts the period
+    const QRect rest = restingGeometry();
+    setGeometry(rest);
+    raise();
+    QWidget::show();
+    if (!wasShown) {
+        m_slide->setStartValue(QPoint(rest.x(), rest.y() + 40));
+        m_slide->setEndValue(rest.topLeft());
+        m_fade->setStartValue(m_opacity->opacity() >= 1.0 ? 0.0 : m_opacity->opacity());
+        m_fade->setEndValue(1.0);
+        m_slide->start();
+        m_fade->start();
+    } else {
+        m_opacity->setOpacity(1.0);
+    }
+}
+
+QRect OutcomeBanner::restingGeometry() const
+{
+    const QWidget *host = parentWidget();
+    const int width = std::min(bannerMaximumWidth + 2 * shadowMargin, host->width() - 40);
+    const int height = std::max(layout()->heightForWidth(width), layout()->minimumSize().height());
+    return QRect((host->width() - width) / 2, host->height() - bottomGap - height + shadowMargin,
+                 width, height);
+}
+
+void OutcomeBanner::reposition()
+{
+    if (!m_visibleID.isNull() && m_slide->state() != QAbstractAnimation::Running)
+        setGeometry(restingGeometry());
+}
+
+bool OutcomeBanner::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == parentWidget() && event->type() == QEvent::Resize)
+        reposition();
+    return QWidget::eventFilter(watched, event);
+}
+
+void OutcomeBanner::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF card =
+        QRectF(rect()).adjusted(shadowMargin, shadowMargin, -shadowMargin, -shadowMargin);
+    // A soft black shadow at 15 %, 4 down.
+    for (int i = 0; i < shadowMargin; ++i) {
+        QColor shadow(0, 0, 0, int(38.0 * (shadowMargin - i) / shadowMargin / 3));
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(shadow);
+        const QRectF ring = card.translated(0, 4).adjusted(-i, -i, i, i);
+        painter.drawRoundedRect(ring, 14 + i, 14 + i);
+    }
+    QColor material = palette().color(QPalette::Window);
+    material.setAlphaF(0.96f);
+    painter.setBrush(material);
+    painter.setPen(QPen(QColor(0, 0, 0, 20), 0.5));
+    painter.drawRoundedRect(card, 14, 14);
+}

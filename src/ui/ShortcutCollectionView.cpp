@@ -1,0 +1,578 @@
+#include "ui/ShortcutCollectionView.h"
+
+#include "model/LibraryQuery.h"
+#include "model/ModelContext.h"
+#include "shortcuts/ShortcutRunner.h"
+#include "sync/LibrarySyncController.h"
+#include "ui/EmptyStatePanel.h"
+#include "ui/LibraryNavigation.h"
+#include "ui/ShortcutGridView.h"
+#include "ui/ShortcutListModel.h"
+#include "ui/SymbolIcon.h"
+#include "ui/SyncStatusLine.h"
+#include "ui/WindowSettings.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QButtonGroup>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QMenu>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QToolBar>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+const ShortcutSort allSortKeys[] = {ShortcutSort::libraryOrder, ShortcutSort::name,
+                                    ShortcutSort::dateAdded,    ShortcutSort::modified,
+                                    ShortcutSort::lastRun,      ShortcutSort::actionCount,
+                                    ShortcutSort::runCount};
+
+QString sortLabel(ShortcutSort key)
+{
+    switch (key) {
+    case ShortcutSort::libraryOrder:
+        return QStringLiteral("Shortcuts Order");
+    case ShortcutSort::name:
+        return QStringLiteral("Name");
+    case ShortcutSort::dateAdded:
+        return QStringLiteral("Date Added");
+    case ShortcutSort::modified:
+        return QStringLiteral("Last Modified");
+    case ShortcutSort::lastRun:
+        return QStringLiteral("Last Run");
+    case ShortcutSort::actionCount:
+        return QStringLiteral("Action Count");
+    case ShortcutSort::runCount:
+        return QStringLiteral("Run Count");
+    }
+    return {};
+}
+
+std::pair<QString, QString> orderLabels(ShortcutSort key)
+{
+    switch (key) {
+    case ShortcutSort::libraryOrder:
+        return {QStringLiteral("As in Shortcuts"), QStringLiteral("Reversed")};
+    case ShortcutSort::name:
+        return {QStringLiteral("A to Z"), QStringLiteral("Z to A")};
+    default:
+        return {QStringLiteral("Oldest First"), QStringLiteral("Newest First")};
+    }
+}
+
+QString nativeShortcut(const QKeySequence &sequence)
+{
+    return sequence.toString(QKeySequence::NativeText);
+}
+} // namespace
+
+ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNavigation &navigation,
+                                               ShortcutRunner &runner,
+                                               LibrarySyncController &syncer, QWidget *parent)
+    : QWidget(parent), m_context(context), m_navigation(navigation), m_runner(runner),
+      m_syncer(syncer), m_model(new ShortcutListModel(this)), m_view(new ShortcutGridView(this)),
+      m_stack(new QStackedWidget(this)), m_empty(new EmptyStatePanel(this)),
+      m_status(new SyncStatusLine(syncer, context, this)), m_title(new QLabel(this)),
+      m_subtitle(new QLabel(this)), m_toolbar(new QToolBar(this)), m_search(new QLineEdit(this)),
+      m_adoption(context)
+{
+    setObjectName(QStringLiteral("shortcutCollection"));
+    m_view->setObjectName(QStringLiteral("shortcutGrid"));
+    m_title->setObjectName(QStringLiteral("collectionTitle"));
+    m_subtitle->setObjectName(QStringLiteral("collectionSubtitle"));
+    m_toolbar->setObjectName(QStringLiteral("collectionToolbar"));
+    m_search->setObjectName(QStringLiteral("searchField"));
+    m_stack->setObjectName(QStringLiteral("collectionStack"));
+    m_view->setListModel(m_model);
+
+    QFont titleFont = m_title->font();
+    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.3);
+    titleFont.setBold(true);
+    m_title->setFont(titleFont);
+    QPalette secondary = m_subtitle->palette();
+    QColor colour = secondary.color(QPalette::WindowText);
+    colour.setAlphaF(0.6f);
+    secondary.setColor(QPalette::WindowText, colour);
+    m_subtitle->setPalette(secondary);
+
+    m_search->setPlaceholderText(QStringLiteral("Search shortcuts, tags, notes"));
+    m_search->setClearButtonEnabled(true);
+    m_search->addAction(SymbolIcon::icon(QStringLiteral("magnifyingglass")),
+                        QLineEdit::LeadingPosition);
+    m_search->setMinimumWidth(160);
+    m_search->setMaximumWidth(260);
+    buildToolbar();
+
+    auto *titles = new QVBoxLayout;
+    titles->setSpacing(0);
+    titles->addWidget(m_title);
+    titles->addWidget(m_subtitle);
+    auto *header = new QHBoxLayout;
+    header->setContentsMargins(16, 10, 10, 6);
+    header->addLayout(titles, 1);
+    header->addWidget(m_toolbar);
+    header->addWidget(m_search);
+
+    m_stack->addWidget(m_view);
+    m_stack->addWidget(m_empty);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(header);
+    layout->addWidget(m_stack, 1);
+    auto *divider = new QFrame(this);
+    divider->setFrameShape(QFrame::HLine);
+    divider->setFrameShadow(QFrame::Plain);
+    divider->setStyleSheet(QStringLiteral("color: rgba(128,128,128,60);"));
+    layout->addWidget(divider);
+    layout->addWidget(m_status);
+
+    m_refreshTimer.setSingleShot(true);
+    m_refreshTimer.setInterval(0);
+    connect(&m_refreshTimer, &QTimer::timeout, this, [this] { refresh(false); });
+
+    connect(m_search, &QLineEdit::textChanged, this, [this] { refresh(false); });
+    connect(&navigation, &LibraryNavigation::sectionChanged, this,
+            &ShortcutCollectionView::sectionChanged);
+    connect(&navigation, &LibraryNavigation::selectedShortcutChanged, this, [this] {
+        m_view->setSelectedItem(m_navigation.selectedShortcut());
+        updateSelectionActions();
+    });
+    connect(&context, &ModelContext::changed, this, &ShortcutCollectionView::contextChanged);
+    connect(&WindowSettings::shared(), &WindowSettings::changed, this,
+            &ShortcutCollectionView::settingChanged);
+    connect(&runner, &ShortcutRunner::runningIdentifiersChanged, this,
+            [this] { m_model->setRunningIdentifiers(m_runner.runningIdentifiers()); });
+    connect(&syncer, &LibrarySyncController::phaseChanged, this,
+            [this] { m_syncAction->setEnabled(!m_syncer.phase().isSyncing()); });
+    connect(m_empty, &EmptyStatePanel::buttonClicked, this, [this] { m_syncer.sync(); });
+
+    connect(m_view, &ShortcutGridView::itemClicked, this,
+            [this](ShortcutItem *item) { m_navigation.setSelectedShortcut(item); });
+    connect(m_view, &ShortcutGridView::itemDoubleClicked, this,
+            &ShortcutCollectionView::itemDoubleClicked);
+    connect(m_view, &ShortcutGridView::runRequested, this,
+            [this](ShortcutItem *item) { m_runner.run(item); });
+    connect(m_view, &ShortcutGridView::contextMenuRequested, this,
+            &ShortcutCollectionView::showContextMenu);
+    m_view->setOnScreenHandler([this](ShortcutItem *item) { m_syncer.prioritizeIcon(item); });
+
+    m_model->setRunningIdentifiers(runner.runningIdentifiers());
+    applyViewMode();
+    updateSortMenu();
+    m_shownSection = section();
+    m_adoption.sectionShown(*m_shownSection); // the first section adopts nothing
+    refresh(true);
+    updateSelectionActions();
+}
+
+ShortcutCollectionView::~ShortcutCollectionView() = default;
+
+void ShortcutCollectionView::buildToolbar()
+{
+    m_toolbar->setIconSize(QSize(18, 18));
+    m_toolbar->setToolButtonStyle(Qt::ToolButtonIconOnly);
+
+    // View: grid or list.
+    auto *viewPicker = new QWidget(m_toolbar);
+    viewPicker->setObjectName(QStringLiteral("viewPicker"));
+    viewPicker->setToolTip(QStringLiteral("Grid or list"));
+    auto *pickerLayout = new QHBoxLayout(viewPicker);
+    pickerLayout->setContentsMargins(0, 0, 6, 0);
+    pickerLayout->setSpacing(0);
+    auto *modes = new QButtonGroup(viewPicker);
+    for (auto [button, symbol, name, accessible] :
+         {std::tuple{&m_gridButton, "square.grid.2x2", "viewGridButton", "Grid"},
+          std::tuple{&m_listButton, "list.bullet", "viewListButton", "List"}}) {
+        *button = new QToolButton(viewPicker);
+        (*button)->setObjectName(QString::fromLatin1(name));
+        (*button)->setCheckable(true);
+        (*button)->setAutoRaise(true);
+        (*button)->setIcon(SymbolIcon::icon(QString::fromLatin1(symbol)));
+        (*button)->setToolTip(QStringLiteral("Grid or list"));
+        (*button)->setAccessibleName(QString::fromLatin1(accessible));
+        modes->addButton(*button);
+        pickerLayout->addWidget(*button);
+    }
+    connect(m_gridButton, &QToolButton::clicked, this,
+            [] { WindowSettings::shared().setViewMode(WindowSettings::ViewMode::grid); });
+    connect(m_listButton, &QToolButton::clicked, this,
+            [] { WindowSettings::shared().setViewMode(WindowSettings::ViewMode::list); });
+    m_toolbar->addWidget(viewPicker);
+
+    m_syncAction = m_toolbar->addAction(
+        SymbolIcon::icon(QStringLiteral("arrow.triangle.2.circlepath")), QStringLiteral("Sync"));
+    m_syncAction->setObjectName(QStringLiteral("syncAction"));
+    m_syncAction->setToolTip(QStringLiteral("Sync with Shortcuts (%1)")
+                                 .arg(nativeShortcut(QKeySequence(Qt::CTRL | Qt::Key_R))));
+    m_syncAction->setEnabled(!m_syncer.phase().isSyncing());
+    connect(m_syncAction, &QAction::triggered, this, [this] { m_syncer.sync(); });
+
+    m_detailsAction = m_toolbar->addAction(SymbolIcon::icon(QStringLiteral("sidebar.trailing")),
+                                           QStringLiteral("Details"));
+    m_detailsAction->setObjectName(QStringLiteral("detailsAction"));
+    m_detailsAction->setToolTip(QStringLiteral("Show or hide the details pane"));
+    m_detailsAction->setCheckable(true);
+    m_detailsAction->setChecked(m_navigation.showInspector());
+    connect(m_detailsAction, &QAction::triggered, this, [this] { m_navigation.toggleInspector(); });
+    connect(&m_navigation, &LibraryNavigation::showInspectorChanged, m_detailsAction,
+            &QAction::setChecked);
+
+    m_favoriteAction =
+        m_toolbar->addAction(SymbolIcon::icon(QStringLiteral("star")), QStringLiteral("Favorite"));
+    m_favoriteAction->setObjectName(QStringLiteral("favoriteAction"));
+    connect(m_favoriteAction, &QAction::triggered, this, [this] {
+        ShortcutItem *item = m_navigation.selectedShortcut();
+        if (!item)
+            return;
+        item->setIsFavorite(!item->isFavorite());
+        m_context.save();
+        updateSelectionActions();
+    });
+
+    m_moreButton = new QToolButton(m_toolbar);
+    m_moreButton->setObjectName(QStringLiteral("moreButton"));
+    m_moreButton->setText(QStringLiteral("More"));
+    m_moreButton->setToolTip(QStringLiteral("More"));
+    m_moreButton->setIcon(SymbolIcon::icon(QStringLiteral("ellipsis.circle")));
+    m_moreButton->setPopupMode(QToolButton::InstantPopup);
+    m_moreButton->setAutoRaise(true);
+    m_moreMenu = new QMenu(m_moreButton);
+    m_moreMenu->setObjectName(QStringLiteral("moreMenu"));
+    m_moreButton->setMenu(m_moreMenu);
+    connect(m_moreMenu, &QMenu::aboutToShow, this, [this] {
+        m_moreMenu->clear();
+        if (ShortcutItem *item = m_navigation.selectedShortcut(); item && m_contextMenuBuilder)
+            m_contextMenuBuilder(m_moreMenu, item);
+    });
+    m_toolbar->addWidget(m_moreButton);
+
+    m_sortButton = new QToolButton(m_toolbar);
+    m_sortButton->setObjectName(QStringLiteral("sortButton"));
+    m_sortButton->setText(QStringLiteral("Sort"));
+    m_sortButton->setToolTip(QStringLiteral("Sort"));
+    m_sortButton->setIcon(SymbolIcon::icon(QStringLiteral("arrow.up.arrow.down")));
+    m_sortButton->setPopupMode(QToolButton::InstantPopup);
+    m_sortButton->setAutoRaise(true);
+    auto *sortMenu = new QMenu(m_sortButton);
+    sortMenu->setObjectName(QStringLiteral("sortMenu"));
+    sortMenu->addSection(QStringLiteral("Sort By"));
+    m_sortKeys = new QActionGroup(sortMenu);
+    for (ShortcutSort key : allSortKeys) {
+        QAction *action = sortMenu->addAction(sortLabel(key));
+        action->setObjectName(QStringLiteral("sortBy_") + storedName(key));
+        action->setCheckable(true);
+        action->setData(storedName(key));
+        m_sortKeys->addAction(action);
+        connect(action, &QAction::triggered, this,
+                [key] { WindowSettings::shared().setSortKey(key); });
+    }
+    sortMenu->addSection(QStringLiteral("Order"));
+    auto *order = new QActionGroup(sortMenu);
+    m_ascending = sortMenu->addAction(QString());
+    m_ascending->setObjectName(QStringLiteral("sortAscending"));
+    m_descending = sortMenu->addAction(QString());
+    m_descending->setObjectName(QStringLiteral("sortDescending"));
+    for (QAction *action : {m_ascending, m_descending}) {
+        action->setCheckable(true);
+        order->addAction(action);
+    }
+    connect(m_ascending, &QAction::triggered, this,
+            [] { WindowSettings::shared().setSortAscending(true); });
+    connect(m_descending, &QAction::triggered, this,
+            [] { WindowSettings::shared().setSortAscending(false); });
+    m_sortButton->setMenu(sortMenu);
+    m_toolbar->addWidget(m_sortButton);
+}
+
+void ShortcutCollectionView::setContextMenuBuilder(ContextMenuBuilder builder)
+{
+    m_contextMenuBuilder = std::move(builder);
+    updateSelectionActions();
+}
+
+LibrarySection ShortcutCollectionView::section() const
+{
+    return m_navigation.effectiveSection();
+}
+
+QString ShortcutCollectionView::title() const
+{
+    return m_title->text();
+}
+
+QString ShortcutCollectionView::subtitle() const
+{
+    return m_subtitle->text();
+}
+
+bool ShortcutCollectionView::isShowingEmptyState() const
+{
+    return m_stack->currentWidget() == m_empty;
+}
+
+void ShortcutCollectionView::sectionChanged()
+{
+    const LibrarySection now = section();
+    if (m_shownSection == now)
+        return;
+    m_shownSection = now;
+    if (m_adoption.sectionShown(now)) {
+        WindowSettings::shared().reload();
+        updateSortMenu();
+    }
+    refresh(true);
+}
+
+void ShortcutCollectionView::contextChanged(const ModelChanges &changes)
+{
+    QSet<ShortcutItem *> touched;
+    for (const QSet<Record *> *set : {&changes.updated, &changes.inserted}) {
+        for (Record *record : *set) {
+            if (record->kind() == Record::Kind::shortcutItem)
+                touched.insert(static_cast<ShortcutItem *>(record));
+        }
+    }
+    // A renamed tag or folder changes how its shortcuts look.
+    if (changes.touches(Record::Kind::tag) || changes.touches(Record::Kind::libraryFolder)) {
+        for (ShortcutItem *item : m_model->items())
+            touched.insert(item);
+    }
+    m_model->recordsChanged(touched);
+    updateSelectionActions();
+    scheduleRefresh();
+}
+
+void ShortcutCollectionView::settingChanged(const QString &key)
+{
+    if (key.isEmpty() || key == QLatin1String("viewMode"))
+        applyViewMode();
+    if (key.isEmpty() || key == QLatin1String("sortKey") || key == QLatin1String("sortAscending"))
+        updateSortMenu();
+    if (key.isEmpty() || key == QLatin1String("sortKey") || key == QLatin1String("sortAscending") ||
+        key == QLatin1String("includeSubfolders"))
+        refresh(false);
+}
+
+void ShortcutCollectionView::scheduleRefresh()
+{
+    m_refreshTimer.start();
+}
+
+void ShortcutCollectionView::refreshNow()
+{
+    m_refreshTimer.stop();
+    refresh(false);
+}
+
+void ShortcutCollectionView::refresh(bool newSection)
+{
+    m_refreshTimer.stop();
+    LibraryQuery::Settings settings;
+    settings.sortKey = WindowSettings::shared().sortKey();
+    settings.sortAscending = WindowSettings::shared().sortAscending();
+    settings.includeSubfolders = WindowSettings::shared().includeSubfolders();
+    const QList<ShortcutItem *> items =
+        LibraryQuery::visibleItems(m_context, section(), m_search->text(), settings);
+    if (newSection)
+        m_model->reset(items);
+    else
+        m_model->update(items);
+    m_view->setSelectedItem(m_navigation.selectedShortcut());
+    updateHeaderAndEmptyState();
+    emit refreshed();
+}
+
+void ShortcutCollectionView::updateHeaderAndEmptyState()
+{
+    const LibrarySection current = section();
+    QString title;
+    switch (current.kind) {
+    case LibrarySection::Case::all:
+        title = QStringLiteral("All Shortcuts");
+        break;
+    case LibrarySection::Case::favorites:
+        title = QStringLiteral("Favorites");
+        break;
+    case LibrarySection::Case::recent:
+        title = QStringLiteral("Recently Run");
+        break;
+    case LibrarySection::Case::unfiled:
+        title = QStringLiteral("Not in a Folder");
+        break;
+    case LibrarySection::Case::untagged:
+        title = QStringLiteral("Untagged");
+        break;
+    case LibrarySection::Case::missing:
+        title = QStringLiteral("Missing from Shortcuts");
+        break;
+    case LibrarySection::Case::folder: {
+        const LibraryFolder *folder = m_context.folder(current.value);
+        title = folder ? folder->name() : QStringLiteral("Folder");
+        break;
+    }
+    case LibrarySection::Case::tag: {
+        const Tag *tag = m_context.tag(current.value);
+        title = tag ? tag->name() : QStringLiteral("Tag");
+        break;
+    }
+    case LibrarySection::Case::smartList: {
+        const SmartList *list = m_context.smartList(current.value);
+        title = list ? list->name() : QStringLiteral("Smart List");
+        break;
+    }
+    case LibrarySection::Case::nativeFolder:
+        title = current.value;
+        break;
+    }
+    m_title->setText(title);
+    const int count = m_model->rowCount();
+    m_subtitle->setText(count == 1 ? QStringLiteral("1 shortcut")
+                                   : QLocale().toString(count) + QStringLiteral(" shortcuts"));
+
+    if (count > 0) {
+        m_stack->setCurrentWidget(m_view);
+        return;
+    }
+    if (m_context.shortcuts().isEmpty()) {
+        m_empty->show(QStringLiteral("square.grid.2x2"), QStringLiteral("No Shortcuts Yet"),
+                      QStringLiteral("Thimblecraft reads your library from the Shortcuts app. "
+                                     "Sync to get started."),
+                      QStringLiteral("Sync with Shortcuts"));
+    } else if (!m_search->text().isEmpty()) {
+        m_empty->show(QStringLiteral("magnifyingglass"),
+                      QStringLiteral("No Results for “%1”").arg(m_search->text()),
+                      QStringLiteral("Check the spelling or try a new search."));
+    } else {
+        QString text = QStringLiteral("No shortcuts in this view.");
+        switch (current.kind) {
+        case LibrarySection::Case::folder:
+            text = QStringLiteral(
+                "Drag shortcuts onto this folder in the sidebar, or use Move to Folder.");
+            break;
+        case LibrarySection::Case::tag:
+            text = QStringLiteral("Drag shortcuts onto this tag in the sidebar, or use the Tags "
+                                  "menu.");
+            break;
+        case LibrarySection::Case::smartList:
+            text = QStringLiteral("No shortcuts match these rules yet.");
+            break;
+        case LibrarySection::Case::favorites:
+            text = QStringLiteral("Star a shortcut to keep it here.");
+            break;
+        default:
+            break;
+        }
+        m_empty->show(QStringLiteral("tray"), QStringLiteral("Nothing Here"), text);
+    }
+    m_stack->setCurrentWidget(m_empty);
+}
+
+void ShortcutCollectionView::updateSelectionActions()
+{
+    ShortcutItem *item = m_navigation.selectedShortcut();
+    const bool favorite = item && item->isFavorite();
+    m_favoriteAction->setEnabled(item != nullptr);
+    m_favoriteAction->setIcon(
+        SymbolIcon::icon(favorite ? QStringLiteral("star.fill") : QStringLiteral("star")));
+    m_favoriteAction->setToolTip(favorite ? QStringLiteral("Remove from Favorites")
+                                          : QStringLiteral("Add to Favorites"));
+    m_moreButton->setEnabled(item != nullptr);
+}
+
+void ShortcutCollectionView::updateSortMenu()
+{
+    const ShortcutSort key = WindowSettings::shared().sortKey();
+    const bool ascending = WindowSettings::shared().sortAscending();
+    for (QAction *action : m_sortKeys->actions())
+        action->setChecked(action->data().toString() == storedName(key));
+    const auto [up, down] = orderLabels(key);
+    m_ascending->setText(up);
+    m_descending->setText(down);
+    m_ascending->setChecked(ascending);
+    m_descending->setChecked(!ascending);
+}
+
+void ShortcutCollectionView::applyViewMode()
+{
+    const bool list = WindowSettings::shared().viewMode() == WindowSettings::ViewMode::list;
+    m_gridButton->setChecked(!list);
+    m_listButton->setChecked(list);
+    m_view->setMode(list ? ShortcutItemDelegate::Mode::list : ShortcutItemDelegate::Mode::grid);
+}
+
+void ShortcutCollectionView::showContextMenu(ShortcutItem *item, const QPoint &globalPos)
+{
+    if (!item || !m_contextMenuBuilder)
+        return;
+    auto *menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("shortcutContextMenu"));
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    m_contextMenuBuilder(menu, item);
+    menu->popup(globalPos);
+}
+
+void ShortcutCollectionView::itemDoubleClicked(ShortcutItem *item)
+{
+    if (item && WindowSettings::shared().doubleClickRuns())
+        m_runner.run(item);
+}
+
+void ShortcutCollectionView::promptForInput(ShortcutItem *item)
+{
+    if (!item)
+        return;
+    if (m_inputAlert)
+        m_inputAlert->close();
+    const QString identifier = item->identifier();
+    auto *alert = new QDialog(window());
+    alert->setObjectName(QStringLiteral("runInputAlert"));
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->setWindowTitle(
+        QStringLiteral("Run %1 with Input")
+            .arg(item->name().isEmpty() ? QStringLiteral("Shortcut") : item->name()));
+    auto *title = new QLabel(alert->windowTitle(), alert);
+    QFont bold = title->font();
+    bold.setBold(true);
+    title->setFont(bold);
+    auto *message =
+        new QLabel(QStringLiteral("The text is passed to the shortcut as its input."), alert);
+    auto *field = new QLineEdit(alert);
+    field->setObjectName(QStringLiteral("runInputField"));
+    field->setPlaceholderText(QStringLiteral("Input text"));
+    field->setText(QString()); // every opening starts empty
+    auto *buttons = new QDialogButtonBox(alert);
+    QPushButton *run = buttons->addButton(QStringLiteral("Run"), QDialogButtonBox::AcceptRole);
+    run->setObjectName(QStringLiteral("runInputRun"));
+    run->setDefault(true);
+    QPushButton *cancel =
+        buttons->addButton(QStringLiteral("Cancel"), QDialogButtonBox::RejectRole);
+    cancel->setObjectName(QStringLiteral("runInputCancel"));
+    auto *layout = new QVBoxLayout(alert);
+    layout->addWidget(title);
+    layout->addWidget(message);
+    layout->addWidget(field);
+    layout->addWidget(buttons);
+    connect(buttons, &QDialogButtonBox::accepted, alert, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, alert, &QDialog::reject);
+    connect(alert, &QDialog::accepted, this, [this, identifier, field] {
+        // The shortcut is looked up again: it may have been deleted while the alert was open.
+        for (ShortcutItem *candidate : m_context.shortcuts()) {
+            if (candidate->identifier() == identifier) {
+                const QString text = field->text();
+                m_runner.run(candidate,
+                             text.isEmpty() ? std::nullopt : std::optional<QString>(text));
+                break;
+            }
+        }
+    });
+    m_inputAlert = alert;
+    alert->open();
+}

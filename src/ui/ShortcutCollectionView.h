@@ -1,0 +1,114 @@
+#pragma once
+
+#include "model/LibrarySection.h"
+#include "model/ShortcutSort.h"
+#include "model/SmartListSortAdoption.h"
+
+#include <QPointer>
+#include <QTimer>
+#include <QWidget>
+#include <functional>
+#include <optional>
+
+class EmptyStatePanel;
+class LibraryNavigation;
+class LibrarySyncController;
+class ModelContext;
+class QAction;
+class QActionGroup;
+class QDialog;
+class QLabel;
+class QLineEdit;
+class QMenu;
+class QStackedWidget;
+class QToolBar;
+class QToolButton;
+class ShortcutGridView;
+class ShortcutItem;
+class ShortcutListModel;
+class ShortcutRunner;
+class SyncStatusLine;
+struct ModelChanges;
+
+// The middle column: the section's shortcuts as a grid or list with its title, search field,
+// toolbar, empty states and sync status line. It follows the records, the navigation's section
+// and selection and the stored settings, and keeps the selection and scroll position across
+// record changes.
+class ShortcutCollectionView : public QWidget {
+    Q_OBJECT
+public:
+    ShortcutCollectionView(ModelContext &context, LibraryNavigation &navigation,
+                           ShortcutRunner &runner, LibrarySyncController &syncer,
+                           QWidget *parent = nullptr);
+    ~ShortcutCollectionView() override;
+
+    // Fills a menu with the per-shortcut commands (the context menu and "More").
+    using ContextMenuBuilder = std::function<void(QMenu *menu, ShortcutItem *item)>;
+    void setContextMenuBuilder(ContextMenuBuilder builder);
+
+    // Opens the run-input alert for a shortcut (from "Run with Input…").
+    void promptForInput(ShortcutItem *item);
+    // Test hook: the open run-input alert, or null.
+    QDialog *inputAlert() const { return m_inputAlert; }
+
+    QString title() const;
+    QString subtitle() const;
+    ShortcutListModel *model() const { return m_model; }
+    ShortcutGridView *view() const { return m_view; }
+    QLineEdit *searchField() const { return m_search; }
+    EmptyStatePanel *emptyState() const { return m_empty; }
+    SyncStatusLine *statusLine() const { return m_status; }
+    bool isShowingEmptyState() const;
+
+    // Recomputes the list now instead of on the next turn of the event loop.
+    void refreshNow();
+
+signals:
+    // After the list was recomputed and shown.
+    void refreshed();
+
+private:
+    void buildToolbar();
+    void sectionChanged();
+    void contextChanged(const ModelChanges &changes);
+    void settingChanged(const QString &key);
+    void scheduleRefresh();
+    void refresh(bool newSection);
+    void updateHeaderAndEmptyState();
+    void updateSelectionActions();
+    void updateSortMenu();
+    void applyViewMode();
+    void showContextMenu(ShortcutItem *item, const QPoint &globalPos);
+    void itemDoubleClicked(ShortcutItem *item);
+    LibrarySection section() const;
+
+    ModelContext &m_context;
+    LibraryNavigation &m_navigation;
+    ShortcutRunner &m_runner;
+    LibrarySyncController &m_syncer;
+    ShortcutListModel *m_model;
+    ShortcutGridView *m_view;
+    QStackedWidget *m_stack;
+    EmptyStatePanel *m_empty;
+    SyncStatusLine *m_status;
+    QLabel *m_title;
+    QLabel *m_subtitle;
+    QToolBar *m_toolbar;
+    QLineEdit *m_search;
+    QToolButton *m_gridButton = nullptr;
+    QToolButton *m_listButton = nullptr;
+    QAction *m_syncAction = nullptr;
+    QAction *m_detailsAction = nullptr;
+    QAction *m_favoriteAction = nullptr;
+    QToolButton *m_moreButton = nullptr;
+    QMenu *m_moreMenu = nullptr;
+    QToolButton *m_sortButton = nullptr;
+    QActionGroup *m_sortKeys = nullptr;
+    QAction *m_ascending = nullptr;
+    QAction *m_descending = nullptr;
+    ContextMenuBuilder m_contextMenuBuilder;
+    QPointer<QDialog> m_inputAlert;
+    SmartListSortAdoption m_adoption;
+    std::optional<LibrarySection> m_shownSection;
+    QTimer m_refreshTimer;
+};
