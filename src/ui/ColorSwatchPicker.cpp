@@ -1,7 +1,7 @@
 #include "ui/ColorSwatchPicker.h"
 
 #include "model/ColorHex.h"
-#include "ui/SymbolPicker.h"
+#include "ui/ShortcutPainter.h"
 
 #include <QHelpEvent>
 #include <QKeyEvent>
@@ -149,14 +149,14 @@ void ColorSwatchPicker::paintEvent(QPaintEvent *)
         painter.drawEllipse(rect);
         if (hasFocus() && i == std::max(checked, 0)) {
             painter.setBrush(Qt::NoBrush);
-            painter.setPen(QPen(QWidget::palette().highlight().color(), 1.5));
+            painter.setPen(QPen(ShortcutPainter::accentColor(), 1.5));
             painter.drawEllipse(rect.adjusted(-2, -2, 2, 2));
         }
         if (i == checked) {
             const QColor mark =
                 (m_allowNone && i == 0) ? QWidget::palette().text().color() : QColor(Qt::white);
-            SymbolPicker::paintSymbol(painter, rect.adjusted(6, 6, -6, -6),
-                                      QStringLiteral("checkmark"), mark);
+            ShortcutPainter::drawSymbol(painter, rect.adjusted(6, 6, -6, -6),
+                                        QStringLiteral("checkmark"), mark);
         }
     }
 }

@@ -4,6 +4,7 @@
 #include "model/FlattenedTree.h"
 #include "model/ModelContext.h"
 #include "ui/ColorSwatchPicker.h"
+#include "ui/ShortcutPainter.h"
 #include "ui/SymbolPicker.h"
 
 #include <QComboBox>
@@ -88,7 +89,7 @@ void FolderEditor::updateTint()
 {
     const auto rgb = rgbComponentsIfValid(m_color->hex());
     m_symbol->setTint(rgb ? QColor::fromRgbF(float(rgb->red), float(rgb->green), float(rgb->blue))
-                          : palette().highlight().color());
+                          : ShortcutPainter::accentColor());
 }
 
 void FolderEditor::save()

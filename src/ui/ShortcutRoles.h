@@ -15,3 +15,21 @@ enum Role {
     revision,
 };
 } // namespace ShortcutRoles
+
+// Roles of the sidebar's model (SidebarModel).
+namespace SidebarRoles {
+enum Role {
+    // SidebarModel::RowKind as an int: header, entry or hint.
+    rowKind = Qt::UserRole + 100,
+    // The section an entry selects, in LibrarySection's text form.
+    section,
+    // Shortcuts counted for the entry (absent for headers and hints).
+    count,
+    // Symbol name of the entry's icon.
+    symbolName,
+    // Tint of the icon; absent means the accent colour.
+    tint,
+    // uuid of the folder, tag or smart list behind the entry.
+    uuid,
+};
+} // namespace SidebarRoles

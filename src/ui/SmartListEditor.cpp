@@ -3,7 +3,9 @@
 #include "model/ColorHex.h"
 #include "model/ModelContext.h"
 #include "ui/ColorSwatchPicker.h"
+#include "ui/ShortcutPainter.h"
 #include "ui/SmartRuleRow.h"
+#include "ui/SymbolIcon.h"
 #include "ui/SymbolPicker.h"
 
 #include <QCheckBox>
@@ -64,7 +66,7 @@ SmartListEditor::SmartListEditor(ModelContext &context, const SmartListEditTarge
     m_ruleLayout->setSpacing(6);
     rulesForm->addRow(rulesBox);
     m_addRule = new QPushButton(
-        SymbolPicker::icon(QStringLiteral("plus.circle.fill"), palette().highlight().color()),
+        SymbolIcon::icon(QStringLiteral("plus.circle.fill"), ShortcutPainter::accentColor()),
         QStringLiteral("Add Rule"), this);
     m_addRule->setObjectName(QStringLiteral("smartListAddRule"));
     m_addRule->setFlat(true);
@@ -201,7 +203,7 @@ void SmartListEditor::updateTint()
 {
     const auto rgb = rgbComponentsIfValid(m_color->hex());
     m_symbol->setTint(rgb ? QColor::fromRgbF(float(rgb->red), float(rgb->green), float(rgb->blue))
-                          : palette().highlight().color());
+                          : ShortcutPainter::accentColor());
 }
 
 void SmartListEditor::contextChanged(const ModelChanges &changes)

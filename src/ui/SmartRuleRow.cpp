@@ -4,7 +4,7 @@
 #include "model/FlattenedTree.h"
 #include "model/ModelContext.h"
 #include "model/NaturalOrder.h"
-#include "ui/SymbolPicker.h"
+#include "ui/SymbolIcon.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -42,7 +42,7 @@ SmartRuleRow::SmartRuleRow(const SmartRule &rule, const ModelContext &context, Q
     m_delete->setAccessibleName(QStringLiteral("Delete Rule"));
     m_delete->setAutoRaise(true);
     m_delete->setIcon(
-        SymbolPicker::icon(QStringLiteral("minus.circle.fill"), QColor(0xFF, 0x3B, 0x30)));
+        SymbolIcon::icon(QStringLiteral("minus.circle.fill"), QColor(0xFF, 0x3B, 0x30)));
     layout->addWidget(m_delete);
 
     connect(m_field, &QComboBox::currentIndexChanged, this, [this] {
@@ -243,7 +243,7 @@ void SmartRuleRow::buildOperands()
             m_rule.text = QStringLiteral("Blue");
         QComboBox *family = addCombo(QStringLiteral("ruleColor"), QStringLiteral("Color"));
         for (const QString &name : colorFamilyNames())
-            family->addItem(SymbolPicker::icon(QStringLiteral("circle.fill"), familyColor(name)),
+            family->addItem(SymbolIcon::icon(QStringLiteral("circle.fill"), familyColor(name)),
                             name, name);
         family->setCurrentIndex(family->findData(m_rule.text));
         m_operandLayout->addStretch(1);

@@ -1,6 +1,6 @@
 #include "ui/SymbolPicker.h"
 
-#include "shortcuts/SymbolTable.h"
+#include "ui/ShortcutPainter.h"
 
 #include <QHelpEvent>
 #include <QKeyEvent>
@@ -16,7 +16,8 @@ constexpr int cellSize = 32;
 constexpr qreal cornerRadius = 7;
 } // namespace
 
-SymbolPicker::SymbolPicker(QWidget *parent) : QWidget(parent), m_tint(palette().highlight().color())
+SymbolPicker::SymbolPicker(QWidget *parent)
+    : QWidget(parent), m_tint(ShortcutPainter::accentColor())
 {
     setFocusPolicy(Qt::StrongFocus);
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Preferred);
@@ -142,31 +143,6 @@ QSize SymbolPicker::minimumSizeHint() const
     return {minColumnWidth, cellSize};
 }
 
-void SymbolPicker::paintSymbol(QPainter &painter, const QRectF &rect, const QString &name,
-                               const QColor &color)
-{
-    painter.save();
-    painter.setFont(SymbolTable::font(rect.height()));
-    painter.setPen(color);
-    painter.drawText(rect, Qt::AlignCenter, SymbolTable::glyph(name));
-    painter.restore();
-}
-
-QIcon SymbolPicker::icon(const QString &name, const QColor &color)
-{
-    QIcon icon;
-    for (int size : {16, 32, 64}) {
-        QPixmap pixmap(size, size);
-        pixmap.fill(Qt::transparent);
-        QPainter painter(&pixmap);
-        painter.setRenderHint(QPainter::Antialiasing);
-        paintSymbol(painter, QRectF(0, 0, size, size), name, color);
-        painter.end();
-        icon.addPixmap(pixmap);
-    }
-    return icon;
-}
-
 void SymbolPicker::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
@@ -182,11 +158,11 @@ void SymbolPicker::paintEvent(QPaintEvent *)
             painter.fillPath(path, fill);
         }
         if (hasFocus() && i == std::max(selected, 0)) {
-            painter.setPen(QPen(palette().highlight().color(), 1));
+            painter.setPen(QPen(ShortcutPainter::accentColor(), 1));
             painter.drawRoundedRect(cell.adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius,
                                     cornerRadius);
         }
-        paintSymbol(painter, cell.adjusted(6, 6, -6, -6), symbols().at(i), m_tint);
+        ShortcutPainter::drawSymbol(painter, cell.adjusted(6, 6, -6, -6), symbols().at(i), m_tint);
     }
 }
 

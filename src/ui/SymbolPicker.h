@@ -1,11 +1,8 @@
 #pragma once
 
 #include <QColor>
-#include <QIcon>
 #include <QStringList>
 #include <QWidget>
-
-class QPainter;
 
 // A grid of the symbols a folder or smart list may show, drawn in a tint. Clicking a cell picks
 // its symbol; a symbol outside the list is kept as it is and marks no cell.
@@ -31,12 +28,6 @@ public:
     int heightForWidth(int width) const override;
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
-
-    // Draws a symbol glyph centred in rect, in color; the symbol font scaled to the rect.
-    static void paintSymbol(QPainter &painter, const QRectF &rect, const QString &name,
-                            const QColor &color);
-    // The symbol as an icon for menus and buttons.
-    static QIcon icon(const QString &name, const QColor &color);
 
 signals:
     void symbolChanged(const QString &symbol);

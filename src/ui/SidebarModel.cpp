@@ -1,0 +1,526 @@
+#include "ui/SidebarModel.h"
+
+#include "model/ColorHex.h"
+#include "model/ModelContext.h"
+#include "model/NaturalOrder.h"
+#include "model/SmartRuleSet.h"
+#include "ui/ShortcutDrag.h"
+#include "ui/ShortcutRoles.h"
+#include "ui/SidebarOperations.h"
+
+#include <QMap>
+#include <QMimeData>
+
+struct SidebarModel::Spec {
+    RowKind kind = RowKind::entry;
+    std::optional<Header> header;
+    QString key;
+    Record *record = nullptr;
+    std::optional<LibrarySection> section;
+    QString title;
+    QString symbol;
+    QString tintHex; // "" or malformed: the accent colour
+    int count = -1;  // -1: no count shown
+    QList<Spec> children;
+
+    bool sameData(const Spec &other) const
+    {
+        return title == other.title && symbol == other.symbol && tintHex == other.tintHex &&
+               count == other.count && section == other.section;
+    }
+};
+
+struct SidebarModel::Node {
+    Spec data; // children of the spec are not kept here
+    Node *parent = nullptr;
+    std::vector<std::unique_ptr<Node>> children;
+
+    int rowOf(const Node *child) const
+    {
+        for (size_t i = 0; i < children.size(); ++i)
+            if (children[i].get() == child)
+                return int(i);
+        return -1;
+    }
+};
+
+namespace {
+QString recordKey(const char *prefix, const void *record)
+{
+    return QLatin1String(prefix) + QString::number(quintptr(record), 16);
+}
+
+template<typename T> void sortTopLevel(QList<T *> &records)
+{
+    // The live queries sort by name; the rows then by sortOrder and the lower-cased name.
+    std::stable_sort(records.begin(), records.end(),
+                     [](const T *a, const T *b) { return a->name() < b->name(); });
+    std::stable_sort(records.begin(), records.end(), [](const T *a, const T *b) {
+        if (a->sortOrder() != b->sortOrder())
+            return a->sortOrder() < b->sortOrder();
+        return a->name().toLower() < b->name().toLower();
+    });
+}
+
+int visibleCount(const QList<ShortcutItem *> &items)
+{
+    return int(std::count_if(items.begin(), items.end(),
+                             [](const ShortcutItem *item) { return !item->isMissing(); }));
+}
+} // namespace
+
+SidebarModel::SidebarModel(ModelContext &context, QObject *parent)
+    : QAbstractItemModel(parent), m_context(context), m_root(std::make_unique<Node>())
+{
+    const QList<Spec> tree = desiredTree();
+    for (const Spec &spec : tree)
+        m_root->children.push_back(makeNode(spec, m_root.get()));
+    connect(&m_context, &ModelContext::changed, this, &SidebarModel::contextChanged);
+}
+
+SidebarModel::~SidebarModel() = default;
+
+QList<SidebarModel::Spec> SidebarModel::desiredTree() const
+{
+    const QList<ShortcutItem *> &shortcuts = m_context.shortcuts();
+    int visible = 0, favorites = 0, recent = 0, unfiled = 0, untagged = 0, missing = 0;
+    QMap<QString, int> nativeFolders; // name -> count; ordered below
+    for (const ShortcutItem *item : shortcuts) {
+        if (item->isMissing()) {
+            ++missing;
+            continue;
+        }
+        ++visible;
+        favorites += item->isFavorite() ? 1 : 0;
+        recent += item->lastRunAt() ? 1 : 0;
+        unfiled += item->folder() ? 0 : 1;
+        untagged += item->tags().isEmpty() ? 1 : 0;
+        if (!item->nativeFolderName().isEmpty())
+            ++nativeFolders[item->nativeFolderName()];
+    }
+
+    const auto fixed = [](const QString &title, const QString &symbol,
+                          const LibrarySection &section, int count) {
+        Spec spec;
+        spec.key = section.toText();
+        spec.section = section;
+        spec.title = title;
+        spec.symbol = symbol;
+        spec.count = count;
+        return spec;
+    };
+    const auto header = [](Header which, const QString &title) {
+        Spec spec;
+        spec.kind = RowKind::header;
+        spec.header = which;
+        spec.key = QStringLiteral("header:") + title;
+        spec.title = title;
+        return spec;
+    };
+    const auto hint = [](const QString &key, const QString &text) {
+        Spec spec;
+        spec.kind = RowKind::hint;
+        spec.key = key;
+        spec.title = text;
+        return spec;
+    };
+
+    QList<Spec> tree;
+    Spec library = header(Header::library, QStringLiteral("Library"));
+    library.children = {
+        fixed(QStringLiteral("All Shortcuts"), QStringLiteral("square.grid.2x2"),
+              LibrarySection::all(), visible),
+        fixed(QStringLiteral("Favorites"), QStringLiteral("star.fill"), LibrarySection::favorites(),
+              favorites),
+        fixed(QStringLiteral("Recently Run"), QStringLiteral("clock.arrow.circlepath"),
+              LibrarySection::recent(), recent),
+        fixed(QStringLiteral("Not in a Folder"), QStringLiteral("tray"), LibrarySection::unfiled(),
+              unfiled),
+        fixed(QStringLiteral("Untagged"), QStringLiteral("tag.slash"), LibrarySection::untagged(),
+              untagged),
+    };
+    if (missing > 0)
+        library.children.append(fixed(QStringLiteral("Missing from Shortcuts"),
+                                      QStringLiteral("questionmark.folder"),
+                                      LibrarySection::missing(), missing));
+    tree.append(library);
+
+    if (!m_context.smartLists().isEmpty()) {
+        Spec smart = header(Header::smartLists, QStringLiteral("Smart Lists"));
+        QList<SmartList *> lists = m_context.smartLists();
+        std::stable_sort(lists.begin(), lists.end(), [](const SmartList *a, const SmartList *b) {
+            return a->sortOrder() < b->sortOrder();
+        });
+        for (SmartList *list : lists) {
+            const SmartRuleSet rules = list->ruleSet();
+            int count = 0;
+            for (const ShortcutItem *item : shortcuts)
+                count += rules.selects(*item) ? 1 : 0;
+            Spec spec = fixed(list->name(), list->symbolName(),
+                              LibrarySection::smartList(list->uuid()), count);
+            spec.key = recordKey("smart:", list);
+            spec.record = list;
+            spec.tintHex = list->colorHex();
+            smart.children.append(spec);
+        }
+        tree.append(smart);
+    }
+
+    const std::function<Spec(LibraryFolder *, int)> folderSpec = [&](LibraryFolder *folder,
+                                                                     int depth) {
+        Spec spec =
+            fixed(folder->name(), folder->symbolName(), LibrarySection::folder(folder->uuid()),
+                  visibleCount(folder->allShortcuts()));
+        spec.key = recordKey("folder:", folder);
+        spec.record = folder;
+        spec.tintHex = folder->colorHex();
+        // The same bound as the record walks, so a corrupted chain cannot recurse for ever.
+        if (depth < 64)
+            for (LibraryFolder *child : folder->sortedChildren())
+                spec.children.append(folderSpec(child, depth + 1));
+        return spec;
+    };
+    Spec folders = header(Header::folders, QStringLiteral("Folders"));
+    QList<LibraryFolder *> topFolders;
+    for (LibraryFolder *folder : m_context.folders())
+        if (!folder->parent())
+            topFolders.append(folder);
+    sortTopLevel(topFolders);
+    for (LibraryFolder *folder : topFolders)
+        folders.children.append(folderSpec(folder, 0));
+    if (m_context.folders().isEmpty())
+        folders.children.append(
+            hint(QStringLiteral("hint:folders"),
+                 QStringLiteral("Use + above to create a folder, then drag shortcuts onto it.")));
+    tree.append(folders);
+
+    const std::function<Spec(Tag *, int)> tagSpec = [&](Tag *tag, int depth) {
+        QList<ShortcutItem *> items;
+        QSet<ShortcutItem *> seen;
+        tag->collectShortcuts(items, seen);
+        Spec spec = fixed(tag->name(), QStringLiteral("tag.fill"), LibrarySection::tag(tag->uuid()),
+                          visibleCount(items));
+        spec.key = recordKey("tag:", tag);
+        spec.record = tag;
+        spec.tintHex = tag->colorHex();
+        if (depth < 64)
+            for (Tag *child : tag->sortedChildren())
+                spec.children.append(tagSpec(child, depth + 1));
+        return spec;
+    };
+    Spec tags = header(Header::tags, QStringLiteral("Tags"));
+    QList<Tag *> topTags;
+    for (Tag *tag : m_context.tags())
+        if (!tag->parent())
+            topTags.append(tag);
+    sortTopLevel(topTags);
+    for (Tag *tag : topTags)
+        tags.children.append(tagSpec(tag, 0));
+    if (m_context.tags().isEmpty())
+        tags.children.append(
+            hint(QStringLiteral("hint:tags"), QStringLiteral("Use + above to create a tag.")));
+    tree.append(tags);
+
+    if (!nativeFolders.isEmpty()) {
+        Spec native = header(Header::nativeFolders, QStringLiteral("Shortcuts App Folders"));
+        QStringList names = nativeFolders.keys();
+        std::stable_sort(names.begin(), names.end(), [](const QString &a, const QString &b) {
+            return naturalCompare(a, b) < 0;
+        });
+        for (const QString &name : names)
+            native.children.append(fixed(name, QStringLiteral("folder.badge.gearshape"),
+                                         LibrarySection::nativeFolder(name),
+                                         nativeFolders.value(name)));
+        tree.append(native);
+    }
+    return tree;
+}
+
+std::unique_ptr<SidebarModel::Node> SidebarModel::makeNode(const Spec &spec, Node *parent) const
+{
+    auto node = std::make_unique<Node>();
+    node->data = spec;
+    node->data.children.clear();
+    node->parent = parent;
+    for (const Spec &child : spec.children)
+        node->children.push_back(makeNode(child, node.get()));
+    return node;
+}
+
+void SidebarModel::contextChanged(const ModelChanges &changes)
+{
+    if (!changes.isEmpty())
+        refresh();
+}
+
+void SidebarModel::refresh()
+{
+    reconcile(m_root.get(), QModelIndex(), desiredTree());
+}
+
+void SidebarModel::reconcile(Node *node, const QModelIndex &nodeIndex, const QList<Spec> &desired)
+{
+    QSet<QString> wanted;
+    for (const Spec &spec : desired)
+        wanted.insert(spec.key);
+
+    // Removals first, in runs of adjacent rows, from the end so rows stay valid.
+    for (int end = int(node->children.size()) - 1; end >= 0;) {
+        if (wanted.contains(node->children[size_t(end)]->data.key)) {
+            --end;
+            continue;
+        }
+        int start = end;
+        while (start > 0 && !wanted.contains(node->children[size_t(start - 1)]->data.key))
+            --start;
+        beginRemoveRows(nodeIndex, start, end);
+        node->children.erase(node->children.begin() + start, node->children.begin() + end + 1);
+        endRemoveRows();
+        end = start - 1;
+    }
+
+    // Then walk the wanted order: keep, move up, or insert.
+    for (int i = 0; i < desired.size(); ++i) {
+        const Spec &spec = desired.at(i);
+        int found = -1;
+        for (int j = i; j < int(node->children.size()); ++j)
+            if (node->children[size_t(j)]->data.key == spec.key) {
+                found = j;
+                break;
+            }
+        if (found < 0) {
+            beginInsertRows(nodeIndex, i, i);
+            node->children.insert(node->children.begin() + i, makeNode(spec, node));
+            endInsertRows();
+            continue;
+        }
+        if (found != i) {
+            beginMoveRows(nodeIndex, found, found, nodeIndex, i);
+            auto moved = std::move(node->children[size_t(found)]);
+            node->children.erase(node->children.begin() + found);
+            node->children.insert(node->children.begin() + i, std::move(moved));
+            endMoveRows();
+        }
+        Node *child = node->children[size_t(i)].get();
+        const QModelIndex childIndex = index(i, 0, nodeIndex);
+        if (!child->data.sameData(spec)) {
+            QList<Spec> keepChildren; // the node's own data never holds children
+            child->data = spec;
+            child->data.children = keepChildren;
+            emit dataChanged(childIndex, childIndex);
+        }
+        child->data.record = spec.record;
+        reconcile(child, childIndex, spec.children);
+    }
+}
+
+QModelIndex SidebarModel::index(int row, int column, const QModelIndex &parent) const
+{
+    if (column != 0 || row < 0)
+        return {};
+    const Node *node = parent.isValid() ? nodeAt(parent) : m_root.get();
+    if (!node || row >= int(node->children.size()))
+        return {};
+    return createIndex(row, column, node->children[size_t(row)].get());
+}
+
+QModelIndex SidebarModel::parent(const QModelIndex &child) const
+{
+    const Node *node = nodeAt(child);
+    if (!node || !node->parent || node->parent == m_root.get())
+        return {};
+    return indexOfNode(node->parent);
+}
+
+QModelIndex SidebarModel::indexOfNode(const Node *node) const
+{
+    if (!node || node == m_root.get() || !node->parent)
+        return {};
+    return createIndex(node->parent->rowOf(node), 0, const_cast<Node *>(node));
+}
+
+SidebarModel::Node *SidebarModel::nodeAt(const QModelIndex &index) const
+{
+    if (!index.isValid() || index.model() != this)
+        return nullptr;
+    return static_cast<Node *>(index.internalPointer());
+}
+
+int SidebarModel::rowCount(const QModelIndex &parent) const
+{
+    if (parent.column() > 0)
+        return 0;
+    const Node *node = parent.isValid() ? nodeAt(parent) : m_root.get();
+    return node ? int(node->children.size()) : 0;
+}
+
+int SidebarModel::columnCount(const QModelIndex &) const
+{
+    return 1;
+}
+
+QVariant SidebarModel::data(const QModelIndex &index, int role) const
+{
+    const Node *node = nodeAt(index);
+    if (!node)
+        return {};
+    const Spec &spec = node->data;
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::ToolTipRole:
+        return spec.title;
+    case Qt::AccessibleTextRole:
+        return spec.count >= 0 ? spec.title + QStringLiteral(", ") + QString::number(spec.count)
+                               : spec.title;
+    case SidebarRoles::rowKind:
+        return int(spec.kind);
+    case SidebarRoles::section:
+        return spec.section ? QVariant(spec.section->toText()) : QVariant();
+    case SidebarRoles::count:
+        return spec.count >= 0 ? QVariant(spec.count) : QVariant();
+    case SidebarRoles::symbolName:
+        return spec.symbol.isEmpty() ? QVariant() : QVariant(spec.symbol);
+    case SidebarRoles::tint:
+        if (const auto rgb = rgbComponentsIfValid(spec.tintHex))
+            return QColor::fromRgbF(float(rgb->red), float(rgb->green), float(rgb->blue));
+        return {};
+    case SidebarRoles::uuid:
+        if (auto *folder = folderAt(index))
+            return folder->uuid();
+        if (auto *tag = tagAt(index))
+            return tag->uuid();
+        if (auto *list = smartListAt(index))
+            return list->uuid();
+        return {};
+    default:
+        return {};
+    }
+}
+
+Qt::ItemFlags SidebarModel::flags(const QModelIndex &index) const
+{
+    const Node *node = nodeAt(index);
+    if (!node)
+        return Qt::NoItemFlags;
+    switch (node->data.kind) {
+    case RowKind::header:
+        return Qt::ItemIsEnabled;
+    case RowKind::hint:
+        return Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
+    case RowKind::entry:
+        break;
+    }
+    Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable;
+    if (folderAt(index) || tagAt(index))
+        flags |= Qt::ItemIsDropEnabled;
+    else
+        flags |= Qt::ItemNeverHasChildren;
+    return flags;
+}
+
+QStringList SidebarModel::mimeTypes() const
+{
+    return {QString::fromLatin1(ShortcutDrag::mimeType), QStringLiteral("text/plain")};
+}
+
+Qt::DropActions SidebarModel::supportedDropActions() const
+{
+    return Qt::CopyAction | Qt::MoveAction | Qt::LinkAction;
+}
+
+bool SidebarModel::canDropMimeData(const QMimeData *data, Qt::DropAction, int row, int,
+                                   const QModelIndex &parent) const
+{
+    // Only onto a folder or tag row itself, never between rows.
+    return row < 0 && (folderAt(parent) || tagAt(parent)) && ShortcutDrag::canDecode(data);
+}
+
+bool SidebarModel::dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
+                                const QModelIndex &parent)
+{
+    if (!canDropMimeData(data, action, row, column, parent))
+        return false;
+    const QSet<QString> identifiers = ShortcutDrag::identifiers(data);
+    if (LibraryFolder *folder = folderAt(parent))
+        SidebarOperations::fileShortcuts(m_context, identifiers, folder);
+    else if (Tag *tag = tagAt(parent))
+        SidebarOperations::tagShortcuts(m_context, identifiers, tag);
+    // Reported as done even when no identifier matched a shortcut.
+    return true;
+}
+
+SidebarModel::RowKind SidebarModel::rowKind(const QModelIndex &index) const
+{
+    const Node *node = nodeAt(index);
+    return node ? node->data.kind : RowKind::hint;
+}
+
+std::optional<SidebarModel::Header> SidebarModel::header(const QModelIndex &index) const
+{
+    const Node *node = nodeAt(index);
+    return node ? node->data.header : std::nullopt;
+}
+
+QModelIndex SidebarModel::headerIndex(Header which) const
+{
+    for (size_t i = 0; i < m_root->children.size(); ++i)
+        if (m_root->children[i]->data.header == which)
+            return createIndex(int(i), 0, m_root->children[i].get());
+    return {};
+}
+
+std::optional<LibrarySection> SidebarModel::section(const QModelIndex &index) const
+{
+    const Node *node = nodeAt(index);
+    return node ? node->data.section : std::nullopt;
+}
+
+const SidebarModel::Node *SidebarModel::find(const std::function<bool(const Node &)> &test) const
+{
+    std::vector<const Node *> stack{m_root.get()};
+    while (!stack.empty()) {
+        const Node *node = stack.back();
+        stack.pop_back();
+        if (node != m_root.get() && test(*node))
+            return node;
+        for (auto it = node->children.rbegin(); it != node->children.rend(); ++it)
+            stack.push_back(it->get());
+    }
+    return nullptr;
+}
+
+QModelIndex SidebarModel::indexOf(const LibrarySection &section) const
+{
+    return indexOfNode(find([&](const Node &node) { return node.data.section == section; }));
+}
+
+QModelIndex SidebarModel::indexOf(const Record *record) const
+{
+    if (!record)
+        return {};
+    return indexOfNode(find([&](const Node &node) { return node.data.record == record; }));
+}
+
+LibraryFolder *SidebarModel::folderAt(const QModelIndex &index) const
+{
+    const Node *node = nodeAt(index);
+    if (!node || !node->data.record || node->data.record->kind() != Record::Kind::libraryFolder)
+        return nullptr;
+    return static_cast<LibraryFolder *>(node->data.record);
+}
+
+Tag *SidebarModel::tagAt(const QModelIndex &index) const
+{
+    const Node *node = nodeAt(index);
+    if (!node || !node->data.record || node->data.record->kind() != Record::Kind::tag)
+        return nullptr;
+    return static_cast<Tag *>(node->data.record);
+}
+
+SmartList *SidebarModel::smartListAt(const QModelIndex &index) const
+{
+    const Node *node = nodeAt(index);
+    if (!node || !node->data.record || node->data.record->kind() != Record::Kind::smartList)
+        return nullptr;
+    return static_cast<SmartList *>(node->data.record);
+}
