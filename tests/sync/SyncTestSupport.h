@@ -1,0 +1,88 @@
+#pragma once
+
+#include "model/ModelContext.h"
+#include "shortcuts/ShortcutsEventsBridge.h"
+#include "simulator/SimulatedLibrary.h"
+#include "simulator/SimulatedShortcutsEvents.h"
+#include "sync/LibrarySyncController.h"
+
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+// A controller over an in-memory context, temporary settings and a simulated Shortcuts app
+// whose library file the test rewrites between syncs.
+struct SyncFixture {
+    QTemporaryDir dir;
+    QString libraryPath = dir.filePath(QStringLiteral("library.json"));
+    SimulatedLibrary library;
+    std::unique_ptr<ModelContext> context = std::make_unique<ModelContext>();
+    std::unique_ptr<QSettings> settings = makeSettings();
+    std::shared_ptr<SimulatedShortcutsEvents> host =
+        std::make_shared<SimulatedShortcutsEvents>(libraryPath);
+    ShortcutsEventsBridge bridge{host};
+    std::unique_ptr<LibrarySyncController> controller = makeController();
+
+    SyncFixture() { publish(); }
+
+    std::unique_ptr<QSettings> makeSettings()
+    {
+        return std::make_unique<QSettings>(dir.filePath(QStringLiteral("settings.ini")),
+                                           QSettings::IniFormat);
+    }
+    std::unique_ptr<LibrarySyncController> makeController()
+    {
+        auto c = std::make_unique<LibrarySyncController>(*context, bridge, *settings);
+        // No Shortcuts folder is linked in tests unless a test says so.
+        c->setDatabaseRowsLoader([]() -> QCoro::Task<std::optional<ShortcutsDatabase::Rows>> {
+            co_return std::nullopt;
+        });
+        return c;
+    }
+    // A second controller as after a restart: same settings file, same store contents.
+    void restart()
+    {
+        controller.reset();
+        settings->sync();
+        settings = makeSettings();
+        controller = makeController();
+    }
+
+    SimulatedShortcut &add(const QString &identifier, const QString &name)
+    {
+        SimulatedShortcut s;
+        s.identifier = identifier;
+        s.name = name;
+        s.glyph = QStringLiteral("star");
+        s.iconTop = QColor(QStringLiteral("#FF3B30"));
+        s.iconBottom = QColor(QStringLiteral("#FF9500"));
+        library.shortcuts.append(s);
+        return library.shortcuts.last();
+    }
+    void publish() { QVERIFY(library.save(libraryPath)); }
+
+    ShortcutItem *item(const QString &identifier) const
+    {
+        for (ShortcutItem *i : context->shortcuts())
+            if (i->identifier() == identifier)
+                return i;
+        return nullptr;
+    }
+};
+
+inline ShortcutSnapshot snapshot(const QString &identifier, const QString &name)
+{
+    ShortcutSnapshot s;
+    s.identifier = identifier;
+    s.name = name;
+    return s;
+}
+
+// Runs a task to its end, keeping the event loop turning.
+template<typename T> void runToEnd(QCoro::Task<T> &&task)
+{
+    bool done = false;
+    QCoro::connect(std::move(task), QCoreApplication::instance(), [&done] { done = true; });
+    QTRY_VERIFY_WITH_TIMEOUT(done, 30000);
+}
