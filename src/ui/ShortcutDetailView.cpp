@@ -1,0 +1,508 @@
+#include "ui/ShortcutDetailView.h"
+
+#include "model/FlattenedTree.h"
+#include "model/ModelContext.h"
+#include "shortcuts/ShortcutRunner.h"
+#include "ui/ShortcutContextMenu.h"
+#include "ui/ShortcutIconView.h"
+#include "ui/ShortcutPainter.h"
+#include "ui/SymbolIcon.h"
+#include "ui/TagChipFlow.h"
+#include "ui/TagEditor.h"
+
+#include <QFormLayout>
+#include <QGraphicsDropShadowEffect>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QLocale>
+#include <QMenu>
+#include <QPainter>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QShortcut>
+#include <QTimer>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+// A small spinning indicator, animated only while shown.
+class BusySpinner : public QWidget {
+public:
+    explicit BusySpinner(QWidget *parent) : QWidget(parent)
+    {
+        setObjectName(QStringLiteral("detailRunSpinner"));
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setFixedSize(16, 16);
+        m_timer.setInterval(33);
+        connect(&m_timer, &QTimer::timeout, this, [this] {
+            m_angle = std::fmod(m_angle + 12, 360);
+            update();
+        });
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        ShortcutPainter::drawSpinner(painter, QRectF(rect()).adjusted(1, 1, -1, -1), Qt::white,
+                                     m_angle);
+    }
+    void showEvent(QShowEvent *) override { m_timer.start(); }
+    void hideEvent(QHideEvent *) override { m_timer.stop(); }
+
+private:
+    QTimer m_timer;
+    qreal m_angle = 0;
+};
+
+QColor secondaryColor(const QPalette &palette)
+{
+    QColor color = palette.color(QPalette::WindowText);
+    color.setAlphaF(0.6f);
+    return color;
+}
+
+QLabel *secondaryLabel(QWidget *parent)
+{
+    auto *label = new QLabel(parent);
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, secondaryColor(palette));
+    label->setPalette(palette);
+    return label;
+}
+
+// A caption line with a leading symbol.
+QWidget *captionLine(const QString &objectName, const QString &symbol, const QColor &color,
+                     const QString &text, QWidget *parent)
+{
+    auto *line = new QWidget(parent);
+    line->setObjectName(objectName);
+    auto *layout = new QHBoxLayout(line);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(5);
+    auto *icon = new QLabel(line);
+    icon->setPixmap(SymbolIcon::pixmap(symbol, color, 13, line->devicePixelRatioF()));
+    layout->addWidget(icon);
+    auto *label = new QLabel(text, line);
+    QFont font = label->font();
+    font.setPointSizeF(font.pointSizeF() * 0.88);
+    label->setFont(font);
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, color);
+    label->setPalette(palette);
+    label->setWordWrap(true);
+    layout->addWidget(label, 1);
+    return line;
+}
+
+// A titled group box in the grouped style of the inspector.
+QVBoxLayout *addGroup(QVBoxLayout *column, const QString &title, const QString &objectName)
+{
+    auto *header = new QLabel(title);
+    QFont font = header->font();
+    font.setBold(true);
+    header->setFont(font);
+    column->addWidget(header);
+    auto *frame = new QFrame;
+    frame->setObjectName(objectName);
+    frame->setFrameShape(QFrame::StyledPanel);
+    frame->setAutoFillBackground(true);
+    frame->setBackgroundRole(QPalette::Base);
+    auto *layout = new QVBoxLayout(frame);
+    layout->setContentsMargins(12, 10, 12, 10);
+    layout->setSpacing(8);
+    column->addWidget(frame);
+    return layout;
+}
+} // namespace
+
+ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &runner,
+                                       QWidget *parent)
+    : QWidget(parent), m_context(context), m_runner(runner)
+{
+    setObjectName(QStringLiteral("shortcutDetail"));
+    auto *outer = new QVBoxLayout(this);
+    outer->setContentsMargins(0, 0, 0, 0);
+    m_scroll = new QScrollArea(this);
+    m_scroll->setWidgetResizable(true);
+    m_scroll->setFrameShape(QFrame::NoFrame);
+    m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    outer->addWidget(m_scroll);
+    auto *content = new QWidget(m_scroll);
+    auto *column = new QVBoxLayout(content);
+    column->setContentsMargins(18, 18, 18, 18);
+    column->setSpacing(12);
+    m_scroll->setWidget(content);
+
+    // Header.
+    auto *header = new QHBoxLayout;
+    header->setSpacing(14);
+    m_icon = new ShortcutIconView(76, ShortcutIconView::Style::standalone, content);
+    m_icon->setObjectName(QStringLiteral("detailIcon"));
+    auto *shadow = new QGraphicsDropShadowEffect(m_icon);
+    shadow->setColor(QColor(0, 0, 0, 38));
+    shadow->setBlurRadius(10);
+    shadow->setOffset(0, 2);
+    m_icon->setGraphicsEffect(shadow);
+    header->addWidget(m_icon, 0, Qt::AlignTop);
+    auto *titles = new QVBoxLayout;
+    titles->setSpacing(3);
+    m_name = new QLabel(content);
+    m_name->setObjectName(QStringLiteral("detailName"));
+    m_name->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_name->setWordWrap(true);
+    QFont nameFont = m_name->font();
+    nameFont.setBold(true);
+    nameFont.setPointSizeF(nameFont.pointSizeF() * 1.55);
+    m_name->setFont(nameFont);
+    titles->addWidget(m_name);
+    m_subtitle = secondaryLabel(content);
+    m_subtitle->setObjectName(QStringLiteral("detailSubtitle"));
+    m_subtitle->setWordWrap(true);
+    titles->addWidget(m_subtitle);
+    m_missingNote =
+        captionLine(QStringLiteral("detailMissingNote"),
+                    QStringLiteral("exclamationmark.triangle.fill"), QColor(0xFF, 0x95, 0x00),
+                    QStringLiteral("Not found in Shortcuts during the last sync"), content);
+    titles->addWidget(m_missingNote);
+    m_placeholderNote = captionLine(
+        QStringLiteral("detailPlaceholderNote"), QStringLiteral("iphone"),
+        secondaryColor(palette()),
+        QStringLiteral("Added from iPhone or iPad; a Mac sync will link its identifier"), content);
+    titles->addWidget(m_placeholderNote);
+    titles->addStretch(1);
+    header->addLayout(titles, 1);
+    column->addLayout(header);
+
+    // Run area.
+    m_input = new QLineEdit(content);
+    m_input->setObjectName(QStringLiteral("detailInput"));
+    m_input->setPlaceholderText(QStringLiteral("Input to pass to the shortcut (optional)"));
+    m_input->setClearButtonEnabled(true);
+    column->addWidget(m_input);
+    auto *buttons = new QHBoxLayout;
+    buttons->setSpacing(8);
+    m_run = new QPushButton(SymbolIcon::icon(QStringLiteral("play.fill"), Qt::white),
+                            QStringLiteral("Run Shortcut"), content);
+    m_run->setObjectName(QStringLiteral("detailRunButton"));
+    const QColor accent = ShortcutPainter::accentColor();
+    m_run->setStyleSheet(
+        QStringLiteral("QPushButton#detailRunButton { background: %1; color: white; border: none;"
+                       " border-radius: 6px; padding: 6px 14px; }"
+                       "QPushButton#detailRunButton:pressed { background: %2; }")
+            .arg(accent.name(), accent.darker(120).name()));
+    m_run->setMinimumWidth(m_run->sizeHint().width());
+    m_spinner = new BusySpinner(m_run);
+    m_spinner->hide();
+    buttons->addWidget(m_run);
+    m_open = new QPushButton(SymbolIcon::icon(QStringLiteral("arrow.up.forward.app")),
+                             QStringLiteral("Open in Shortcuts"), content);
+    m_open->setObjectName(QStringLiteral("detailOpenButton"));
+    buttons->addWidget(m_open);
+    buttons->addStretch(1);
+    column->addLayout(buttons);
+    connect(m_run, &QPushButton::clicked, this, &ShortcutDetailView::runShortcut);
+    connect(m_open, &QPushButton::clicked, this, [this] {
+        if (m_item && !m_item->isDeleted())
+            m_runner.openInShortcuts(m_item);
+    });
+    // "Run Shortcut" is the window's default action: Return runs it unless a text editor that
+    // takes Return has the focus.
+    m_returnKey = new QShortcut(QKeySequence(Qt::Key_Return), this);
+    m_enterKey = new QShortcut(QKeySequence(Qt::Key_Enter), this);
+    m_returnKey->setObjectName(QStringLiteral("detailReturnKey"));
+    for (QShortcut *key : {m_returnKey, m_enterKey})
+        connect(key, &QShortcut::activated, this, &ShortcutDetailView::runShortcut);
+
+    // Organize.
+    QVBoxLayout *organize =
+        addGroup(column, QStringLiteral("Organize"), QStringLiteral("detailOrganize"));
+    auto *organizeForm = new QFormLayout;
+    organizeForm->setLabelAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    organizeForm->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+    organize->addLayout(organizeForm);
+    m_folderButton = new QToolButton(content);
+    m_folderButton->setObjectName(QStringLiteral("detailFolderButton"));
+    m_folderButton->setPopupMode(QToolButton::InstantPopup);
+    m_folderButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    auto *folderMenu = new QMenu(m_folderButton);
+    folderMenu->setObjectName(QStringLiteral("detailFolderMenu"));
+    connect(folderMenu, &QMenu::aboutToShow, this, [this, folderMenu] {
+        folderMenu->clear();
+        if (m_item)
+            ShortcutContextMenu::populateFolderMenu(folderMenu, m_item, m_context);
+    });
+    m_folderButton->setMenu(folderMenu);
+    organizeForm->addRow(QStringLiteral("Folder"), m_folderButton);
+
+    m_tags = new TagChipFlow(content);
+    m_tags->setObjectName(QStringLiteral("detailTagFlow"));
+    m_addTag = new QToolButton;
+    m_addTag->setObjectName(QStringLiteral("detailAddTagButton"));
+    m_addTag->setText(QStringLiteral("Add Tag"));
+    m_addTag->setIcon(SymbolIcon::icon(QStringLiteral("plus.circle.fill"), accent));
+    m_addTag->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_addTag->setPopupMode(QToolButton::InstantPopup);
+    m_addTag->setAutoRaise(true);
+    auto *addTagMenu = new QMenu(m_addTag);
+    addTagMenu->setObjectName(QStringLiteral("detailAddTagMenu"));
+    connect(addTagMenu, &QMenu::aboutToShow, this, [this, addTagMenu] {
+        addTagMenu->clear();
+        populateAddTagMenu(addTagMenu);
+    });
+    m_addTag->setMenu(addTagMenu);
+    m_tags->setTrailing(m_addTag);
+    connect(m_tags, &TagChipFlow::removeRequested, this, [this](Tag *tag) {
+        if (m_item && !m_item->isDeleted())
+            ShortcutContextMenu::removeTag(m_context, m_item, tag);
+    });
+    organizeForm->addRow(QStringLiteral("Tags"), m_tags);
+
+    // Notes.
+    QVBoxLayout *notes =
+        addGroup(column, QStringLiteral("Notes"), QStringLiteral("detailNotesGroup"));
+    m_notes = new QPlainTextEdit(content);
+    m_notes->setObjectName(QStringLiteral("detailNotes"));
+    m_notes->setFrameShape(QFrame::NoFrame);
+    m_notes->setMinimumHeight(90);
+    m_notes->setTabChangesFocus(true);
+    notes->addWidget(m_notes);
+    connect(m_notes, &QPlainTextEdit::textChanged, this, &ShortcutDetailView::notesEdited);
+
+    // Details.
+    QVBoxLayout *details =
+        addGroup(column, QStringLiteral("Details"), QStringLiteral("detailDetails"));
+    m_details = new QFormLayout;
+    m_details->setLabelAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    m_details->setHorizontalSpacing(16);
+    m_details->setVerticalSpacing(6);
+    details->addLayout(m_details);
+    column->addStretch(1);
+
+    connect(&m_context, &ModelContext::changed, this, &ShortcutDetailView::contextChanged);
+    connect(&m_runner, &ShortcutRunner::runningIdentifiersChanged, this,
+            &ShortcutDetailView::refreshRunState);
+    refresh();
+}
+
+ShortcutDetailView::~ShortcutDetailView()
+{
+    if (m_tagEditor)
+        delete m_tagEditor.data();
+}
+
+void ShortcutDetailView::setItem(ShortcutItem *item)
+{
+    if (item && item->isDeleted())
+        item = nullptr;
+    if (m_item == item)
+        return;
+    m_item = item;
+    m_icon->setItem(item);
+    refresh();
+}
+
+QString ShortcutDetailView::formatDate(const QDateTime &date)
+{
+    const QLocale locale;
+    const QDateTime local = date.toLocalTime();
+    return locale.toString(local.date(), QStringLiteral("MMM d, yyyy")) + QStringLiteral(" at ") +
+           locale.toString(local.time(), QLocale::ShortFormat);
+}
+
+QString ShortcutDetailView::folderTitle() const
+{
+    if (!m_item || !m_item->folder())
+        return QStringLiteral("None");
+    QStringList names;
+    for (const LibraryFolder *folder : m_item->folder()->pathFromRoot())
+        names.append(folder->name());
+    return names.join(QStringLiteral(" › "));
+}
+
+QList<QPair<QString, QString>> ShortcutDetailView::detailRows() const
+{
+    QList<QPair<QString, QString>> rows;
+    if (!m_item)
+        return rows;
+    const ShortcutItem &item = *m_item;
+    rows.append({QStringLiteral("Shortcuts Folder"), item.nativeFolderName().isEmpty()
+                                                         ? QStringLiteral("None")
+                                                         : item.nativeFolderName()});
+    rows.append({QStringLiteral("Added to Library"), formatDate(item.firstSeenAt())});
+    rows.append({QStringLiteral("Accepts Input"),
+                 item.acceptsInput() ? QStringLiteral("Yes") : QStringLiteral("No")});
+    rows.append({QStringLiteral("Actions"), QString::number(item.actionCount())});
+    rows.append({QStringLiteral("Color"), item.colorHex()});
+    if (item.nativeCreatedAt())
+        rows.append({QStringLiteral("Created"), formatDate(*item.nativeCreatedAt())});
+    if (item.nativeModifiedAt())
+        rows.append({QStringLiteral("Last Modified"), formatDate(*item.nativeModifiedAt())});
+    else
+        rows.append({QStringLiteral("Last Changed"), formatDate(item.lastChangedAt())});
+    rows.append({QStringLiteral("Last Run"),
+                 item.lastRunAt() ? formatDate(*item.lastRunAt()) : QStringLiteral("Never")});
+    rows.append({QStringLiteral("Run Count"), QString::number(item.runCount())});
+    rows.append({QStringLiteral("Identifier"), item.identifier()});
+    return rows;
+}
+
+void ShortcutDetailView::populateAddTagMenu(QMenu *menu)
+{
+    if (!m_item)
+        return;
+    ShortcutItem *item = m_item;
+    for (const auto &entry : flattenedTree(m_context.tags())) {
+        Tag *tag = entry.record;
+        if (item->hasTag(tag))
+            continue;
+        QAction *action =
+            menu->addAction(SymbolIcon::icon(QStringLiteral("tag.fill"),
+                                             ShortcutPainter::colorOrFallback(
+                                                 tag->colorHex(), ShortcutPainter::accentColor())),
+                            entry.title());
+        action->setObjectName(QStringLiteral("addTag:") + tag->uuid());
+        connect(action, &QAction::triggered, this, [this, item, tag] {
+            if (!item->isDeleted() && !tag->isDeleted())
+                ShortcutContextMenu::addTag(m_context, item, tag);
+        });
+    }
+    menu->addSeparator();
+    QAction *create =
+        menu->addAction(SymbolIcon::icon(QStringLiteral("plus")), QStringLiteral("New Tag…"));
+    create->setObjectName(QStringLiteral("newTag"));
+    connect(create, &QAction::triggered, this, &ShortcutDetailView::newTag);
+}
+
+void ShortcutDetailView::newTag()
+{
+    if (!m_item)
+        return;
+    if (m_tagEditor) {
+        if (m_tagEditor->applyTo() == m_item) {
+            m_tagEditor->raise();
+            m_tagEditor->activateWindow();
+            return;
+        }
+        delete m_tagEditor.data();
+    }
+    m_tagEditor = new TagEditor(m_context, TagEditTarget::makeNew(nullptr), m_item, window());
+    m_tagEditor->open();
+}
+
+void ShortcutDetailView::runShortcut()
+{
+    if (!m_item || m_item->isDeleted())
+        return;
+    std::optional<QString> input;
+    if (m_item->acceptsInput())
+        input = m_input->text();
+    m_runner.run(m_item, input);
+}
+
+bool ShortcutDetailView::isShowingSpinner() const
+{
+    return !m_spinner->isHidden();
+}
+
+void ShortcutDetailView::refreshRunState()
+{
+    const bool running = m_item && m_runner.isRunning(m_item->identifier());
+    if (running == isShowingSpinner())
+        return;
+    m_spinner->setVisible(running);
+    if (running) {
+        m_run->setText(QString());
+        m_run->setIcon(QIcon());
+        m_spinner->move((m_run->width() - m_spinner->width()) / 2,
+                        (m_run->height() - m_spinner->height()) / 2);
+    } else {
+        m_run->setText(QStringLiteral("Run Shortcut"));
+        m_run->setIcon(SymbolIcon::icon(QStringLiteral("play.fill"), Qt::white));
+    }
+}
+
+void ShortcutDetailView::contextChanged(const ModelChanges &)
+{
+    if (m_item && m_item->isDeleted()) {
+        setItem(nullptr);
+        return;
+    }
+    refresh();
+}
+
+void ShortcutDetailView::notesEdited()
+{
+    if (m_settingNotes || !m_item || m_item->isDeleted())
+        return;
+    m_item->setNotes(m_notes->toPlainText());
+    m_context.save();
+}
+
+void ShortcutDetailView::refresh()
+{
+    const bool hasItem = m_item != nullptr;
+    for (QWidget *widget :
+         std::initializer_list<QWidget *>{m_run, m_open, m_folderButton, m_addTag, m_notes})
+        widget->setEnabled(hasItem);
+    m_returnKey->setEnabled(hasItem);
+    m_enterKey->setEnabled(hasItem);
+    if (!hasItem) {
+        m_name->clear();
+        m_subtitle->clear();
+        m_missingNote->hide();
+        m_placeholderNote->hide();
+        m_input->hide();
+        m_tags->setTags({});
+        QSignalBlocker blocker(m_notes);
+        m_notes->clear();
+        while (m_details->rowCount() > 0)
+            m_details->removeRow(0);
+        refreshRunState();
+        return;
+    }
+    const ShortcutItem &item = *m_item;
+    m_icon->refresh();
+    m_name->setText(item.name());
+    m_subtitle->setText(item.subtitle().isEmpty()
+                            ? QString::number(item.actionCount()) + QStringLiteral(" actions")
+                            : item.subtitle());
+    m_missingNote->setVisible(item.isMissing());
+    m_placeholderNote->setVisible(item.identifier().startsWith(QStringLiteral("name:")));
+    m_input->setVisible(item.acceptsInput());
+
+    m_folderButton->setText(folderTitle());
+    m_folderButton->setIcon(item.folder() ? QIcon() : SymbolIcon::icon(QStringLiteral("folder")));
+
+    const QList<Tag *> tags = item.sortedTags();
+    if (tags != m_tags->tags())
+        m_tags->setTags(tags);
+
+    if (m_notes->toPlainText() != item.notes()) {
+        m_settingNotes = true;
+        m_notes->setPlainText(item.notes());
+        m_settingNotes = false;
+    }
+
+    const auto rows = detailRows();
+    while (m_details->rowCount() > 0)
+        m_details->removeRow(0);
+    for (const auto &[label, value] : rows) {
+        auto *name = secondaryLabel(nullptr);
+        name->setText(label);
+        auto *text = new QLabel(value);
+        text->setWordWrap(true);
+        text->setObjectName(QStringLiteral("detailValue"));
+        if (label == QStringLiteral("Identifier")) {
+            QPalette palette = text->palette();
+            palette.setColor(QPalette::WindowText, secondaryColor(palette));
+            text->setPalette(palette);
+            text->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        }
+        m_details->addRow(name, text);
+    }
+    refreshRunState();
+}
