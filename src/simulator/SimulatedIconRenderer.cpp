@@ -151,11 +151,12 @@ const std::map<QString, Draw> &glyphs()
         {QStringLiteral("cloud"),
          [](QPainter &p) {
              QPainterPath c;
+             c.setFillRule(Qt::WindingFill); // overlapping puffs must not cancel out
              c.addEllipse(QPointF(32, 60), 20, 20);
              c.addEllipse(QPointF(54, 46), 26, 26);
              c.addEllipse(QPointF(74, 62), 18, 18);
              c.addRect(QRectF(32, 62, 42, 18));
-             p.fillPath(c.simplified(), Qt::white);
+             p.fillPath(c, Qt::white);
          }},
         {QStringLiteral("drop"),
          [](QPainter &p) {
@@ -229,8 +230,9 @@ const std::map<QString, Draw> &glyphs()
              b.cubicTo(36, 14, 22, 24, 22, 44);
              b.lineTo(22, 64);
              b.closeSubpath();
+             b.setFillRule(Qt::WindingFill);
              b.addEllipse(QPointF(50, 84), 9, 9);
-             p.fillPath(b.simplified(), Qt::white);
+             p.fillPath(b, Qt::white);
          }},
         {QStringLiteral("gear"),
          [](QPainter &p) {
