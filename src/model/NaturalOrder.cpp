@@ -2,7 +2,8 @@
 
 #include <QCollator>
 
-int naturalCompare(const QString &a, const QString &b)
+namespace {
+const QCollator &naturalCollator()
 {
     static const QCollator collator = [] {
         // The C locale's collator ignores numeric mode, so fall back to a real one.
@@ -14,5 +15,16 @@ int naturalCompare(const QString &a, const QString &b)
         c.setCaseSensitivity(Qt::CaseInsensitive);
         return c;
     }();
-    return collator.compare(a, b);
+    return collator;
+}
+} // namespace
+
+int naturalCompare(const QString &a, const QString &b)
+{
+    return naturalCollator().compare(a, b);
+}
+
+QCollatorSortKey naturalSortKey(const QString &text)
+{
+    return naturalCollator().sortKey(text);
 }

@@ -9,6 +9,7 @@
 #include "model/SmartRuleSet.h"
 #include "model/Tag.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace {
@@ -30,13 +31,36 @@ qint64 cutoffMSecs(const QDateTime &now, qint64 days)
     return cutoff;
 }
 
-// The record or one of its ancestors (at most 64 steps up) carries the uuid.
+// The record or one of its ancestors (at most 64 steps up) carries the uuid. Random uuids
+// nearly always differ in their first character, so that is looked at before the whole text.
 template<typename Node> bool inPath(const Node *node, const QString &uuid)
 {
-    for (int step = 0; node && step <= maxAncestorSteps; ++step, node = node->parent())
-        if (node->uuid() == uuid)
+    const QChar first = uuid.front();
+    for (int step = 0; node && step <= maxAncestorSteps; ++step, node = node->parent()) {
+        const QString &candidate = node->uuid();
+        if (!candidate.isEmpty() && candidate.front() == first && candidate == uuid)
             return true;
+    }
     return false;
+}
+
+// Relative cost of testing a rule of the field's kind; cheap rules go first.
+int cost(SmartRule::Field field)
+{
+    switch (SmartRule::kind(field)) {
+    case SmartRule::Kind::flag:
+    case SmartRule::Kind::number:
+        return 0;
+    case SmartRule::Kind::date:
+        return 1;
+    case SmartRule::Kind::color:
+        return 2;
+    case SmartRule::Kind::text:
+        return 3;
+    case SmartRule::Kind::reference:
+        return 4;
+    }
+    return 4;
 }
 } // namespace
 
@@ -76,7 +100,7 @@ bool RuleMatcher::matchesText(QStringView value) const
     return false;
 }
 
-bool RuleMatcher::matchesDate(const std::optional<QDateTime> &date) const
+bool RuleMatcher::matchesDate(const QDateTime *date) const
 {
     switch (m_dateOp) {
     case SmartRule::DateOp::withinDays:
@@ -89,19 +113,31 @@ bool RuleMatcher::matchesDate(const std::optional<QDateTime> &date) const
     return false;
 }
 
+template<typename Node> bool RuleMatcher::underReference(const Node *node) const
+{
+    // Many items share few folders and tags: each record's answer is worked out once per
+    // matcher, which lives for one evaluation pass.
+    const auto known = m_underReference.constFind(node);
+    if (known != m_underReference.cend())
+        return *known;
+    const bool found = inPath(node, m_reference);
+    m_underReference.insert(node, found);
+    return found;
+}
+
 bool RuleMatcher::hasReference(const ShortcutItem &item) const
 {
     if (m_field == SmartRule::Field::tag) {
         if (m_reference.isEmpty())
             return !item.tags().isEmpty();
         for (const Tag *tag : item.tags())
-            if (inPath(tag, m_reference))
+            if (underReference(tag))
                 return true;
         return false;
     }
     if (m_reference.isEmpty() || !item.folder())
         return item.folder() != nullptr;
-    return inPath(item.folder(), m_reference);
+    return underReference(item.folder());
 }
 
 bool RuleMatcher::matches(const ShortcutItem &item) const
@@ -140,12 +176,14 @@ bool RuleMatcher::matches(const ShortcutItem &item) const
         return number(item.actionCount());
     case Field::runCount:
         return number(item.runCount());
+    // The dates by reference: addedDate() and modifiedDate() would copy.
     case Field::dateAdded:
-        return matchesDate(item.addedDate());
+        return matchesDate(item.nativeCreatedAt() ? &*item.nativeCreatedAt() : &item.firstSeenAt());
     case Field::modified:
-        return matchesDate(item.modifiedDate());
+        return matchesDate(item.nativeModifiedAt() ? &*item.nativeModifiedAt()
+                                                   : &item.lastChangedAt());
     case Field::lastRun:
-        return matchesDate(item.lastRunAt());
+        return matchesDate(item.lastRunAt() ? &*item.lastRunAt() : nullptr);
     case Field::color: {
         const RGBComponents c = rgbComponents(item.colorHex());
         return (colorFamilyName(c.red, c.green, c.blue) == m_text) == m_boolValue;
@@ -157,9 +195,15 @@ bool RuleMatcher::matches(const ShortcutItem &item) const
 RuleSetMatcher::RuleSetMatcher(const SmartRuleSet &set)
     : m_matchAll(set.matchAll), m_includeMissing(set.includeMissing)
 {
+    // Rules have no side effects, so all-of and any-of give the same answer in any order: the
+    // cheap tests run first and settle most items before a text or tree walk is needed.
+    QList<SmartRule> rules = set.rules;
+    std::stable_sort(rules.begin(), rules.end(), [](const SmartRule &a, const SmartRule &b) {
+        return cost(a.field) < cost(b.field);
+    });
     const QDateTime now = Clock::now();
-    m_rules.reserve(set.rules.size());
-    for (const SmartRule &rule : set.rules)
+    m_rules.reserve(rules.size());
+    for (const SmartRule &rule : std::as_const(rules))
         m_rules.append(RuleMatcher(rule, now));
 }
 

@@ -3,6 +3,7 @@
 #include "model/SmartRule.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QString>
 
@@ -18,8 +19,9 @@ public:
     bool matchesText(QStringView value) const;
 
 private:
-    bool matchesDate(const std::optional<QDateTime> &date) const;
+    bool matchesDate(const QDateTime *date) const; // null when absent
     bool hasReference(const ShortcutItem &item) const;
+    template<typename Node> bool underReference(const Node *node) const;
 
     SmartRule::Field m_field;
     SmartRule::TextOp m_textOp;
@@ -31,6 +33,7 @@ private:
     QString m_needle; // trimmed and lower-cased
     QString m_text;   // as written (the colour family name)
     QString m_reference;
+    mutable QHash<const void *, bool> m_underReference;
 };
 
 // A rule set ready to test many items. "Now" is read once, when it is made.

@@ -76,11 +76,10 @@ QList<ShortcutItem *> sorted(const QList<ShortcutItem *> &items, ShortcutSort by
             });
         break;
     case ShortcutSort::name:
-        result = items;
-        std::stable_sort(result.begin(), result.end(),
-                         [](const ShortcutItem *a, const ShortcutItem *b) {
-                             return naturalCompare(a->name(), b->name()) < 0;
-                         });
+        // One collation key per item instead of one collation per comparison.
+        result = sortByKey(
+            items, [](const ShortcutItem &i) { return naturalSortKey(i.name()); },
+            [](const auto &a, const auto &b) { return a.first.compare(b.first) < 0; });
         break;
     case ShortcutSort::dateAdded:
         result = sortByNumber(items, [](const ShortcutItem &i) { return msecs(i.addedDate()); });

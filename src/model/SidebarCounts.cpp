@@ -57,9 +57,24 @@ SidebarCounts SidebarCounts::of(const ModelContext &context)
     TreeTally<Tag> tagTally(context.tags());
     QHash<QString, qsizetype> natives;
 
+    // Smart lists whose uuid came earlier are shadowed, as in sections.
+    QList<const SmartList *> lists;
+    std::vector<RuleSetMatcher> matchers;
+    for (const SmartList *list : context.smartLists()) {
+        if (std::any_of(lists.cbegin(), lists.cend(),
+                        [&](const SmartList *l) { return l->uuid() == list->uuid(); }))
+            continue;
+        lists.append(list);
+        matchers.emplace_back(list->ruleSet());
+    }
+    std::vector<qsizetype> selected(matchers.size(), 0);
+
+    // One pass: each item is read from memory once and answers every row while it is at hand.
     const QList<ShortcutItem *> &items = context.shortcuts();
     for (int n = 0; n < items.size(); ++n) {
         const ShortcutItem &item = *items[n];
+        for (size_t l = 0; l < matchers.size(); ++l)
+            selected[l] += matchers[l].selects(item);
         if (item.isMissing()) {
             ++counts.missing;
             continue;
@@ -80,16 +95,8 @@ SidebarCounts SidebarCounts::of(const ModelContext &context)
     }
     folderTally.store(context.folders(), counts.folders);
     tagTally.store(context.tags(), counts.tags);
-
-    for (const SmartList *list : context.smartLists()) {
-        if (counts.smartLists.contains(list->uuid()))
-            continue;
-        const RuleSetMatcher matcher(list->ruleSet());
-        qsizetype selected = 0;
-        for (const ShortcutItem *item : items)
-            selected += matcher.selects(*item);
-        counts.smartLists.insert(list->uuid(), selected);
-    }
+    for (qsizetype l = 0; l < lists.size(); ++l)
+        counts.smartLists.insert(lists[l]->uuid(), selected[size_t(l)]);
 
     counts.nativeFolders.reserve(natives.size());
     for (auto it = natives.cbegin(); it != natives.cend(); ++it)
