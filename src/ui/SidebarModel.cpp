@@ -2,13 +2,11 @@
 
 #include "model/ColorHex.h"
 #include "model/ModelContext.h"
-#include "model/NaturalOrder.h"
-#include "model/SmartRuleSet.h"
+#include "model/SidebarCounts.h"
 #include "ui/ShortcutDrag.h"
 #include "ui/ShortcutRoles.h"
 #include "ui/SidebarOperations.h"
 
-#include <QMap>
 #include <QMimeData>
 
 struct SidebarModel::Spec {
@@ -62,11 +60,6 @@ template<typename T> void sortTopLevel(QList<T *> &records)
     });
 }
 
-int visibleCount(const QList<ShortcutItem *> &items)
-{
-    return int(std::count_if(items.begin(), items.end(),
-                             [](const ShortcutItem *item) { return !item->isMissing(); }));
-}
 } // namespace
 
 SidebarModel::SidebarModel(ModelContext &context, QObject *parent)
@@ -82,22 +75,7 @@ SidebarModel::~SidebarModel() = default;
 
 QList<SidebarModel::Spec> SidebarModel::desiredTree() const
 {
-    const QList<ShortcutItem *> &shortcuts = m_context.shortcuts();
-    int visible = 0, favorites = 0, recent = 0, unfiled = 0, untagged = 0, missing = 0;
-    QMap<QString, int> nativeFolders; // name -> count; ordered below
-    for (const ShortcutItem *item : shortcuts) {
-        if (item->isMissing()) {
-            ++missing;
-            continue;
-        }
-        ++visible;
-        favorites += item->isFavorite() ? 1 : 0;
-        recent += item->lastRunAt() ? 1 : 0;
-        unfiled += item->folder() ? 0 : 1;
-        untagged += item->tags().isEmpty() ? 1 : 0;
-        if (!item->nativeFolderName().isEmpty())
-            ++nativeFolders[item->nativeFolderName()];
-    }
+    const SidebarCounts counts = SidebarCounts::of(m_context);
 
     const auto fixed = [](const QString &title, const QString &symbol,
                           const LibrarySection &section, int count) {
@@ -129,20 +107,20 @@ QList<SidebarModel::Spec> SidebarModel::desiredTree() const
     Spec library = header(Header::library, QStringLiteral("Library"));
     library.children = {
         fixed(QStringLiteral("All Shortcuts"), QStringLiteral("square.grid.2x2"),
-              LibrarySection::all(), visible),
+              LibrarySection::all(), int(counts.all)),
         fixed(QStringLiteral("Favorites"), QStringLiteral("star.fill"), LibrarySection::favorites(),
-              favorites),
+              int(counts.favorites)),
         fixed(QStringLiteral("Recently Run"), QStringLiteral("clock.arrow.circlepath"),
-              LibrarySection::recent(), recent),
+              LibrarySection::recent(), int(counts.recent)),
         fixed(QStringLiteral("Not in a Folder"), QStringLiteral("tray"), LibrarySection::unfiled(),
-              unfiled),
+              int(counts.unfiled)),
         fixed(QStringLiteral("Untagged"), QStringLiteral("tag.slash"), LibrarySection::untagged(),
-              untagged),
+              int(counts.untagged)),
     };
-    if (missing > 0)
+    if (counts.missing > 0)
         library.children.append(fixed(QStringLiteral("Missing from Shortcuts"),
                                       QStringLiteral("questionmark.folder"),
-                                      LibrarySection::missing(), missing));
+                                      LibrarySection::missing(), int(counts.missing)));
     tree.append(library);
 
     if (!m_context.smartLists().isEmpty()) {
@@ -152,12 +130,9 @@ QList<SidebarModel::Spec> SidebarModel::desiredTree() const
             return a->sortOrder() < b->sortOrder();
         });
         for (SmartList *list : lists) {
-            const SmartRuleSet rules = list->ruleSet();
-            int count = 0;
-            for (const ShortcutItem *item : shortcuts)
-                count += rules.selects(*item) ? 1 : 0;
-            Spec spec = fixed(list->name(), list->symbolName(),
-                              LibrarySection::smartList(list->uuid()), count);
+            Spec spec =
+                fixed(list->name(), list->symbolName(), LibrarySection::smartList(list->uuid()),
+                      int(counts.smartLists.value(list->uuid())));
             spec.key = recordKey("smart:", list);
             spec.record = list;
             spec.tintHex = list->colorHex();
@@ -170,7 +145,7 @@ QList<SidebarModel::Spec> SidebarModel::desiredTree() const
                                                                      int depth) {
         Spec spec =
             fixed(folder->name(), folder->symbolName(), LibrarySection::folder(folder->uuid()),
-                  visibleCount(folder->allShortcuts()));
+                  int(counts.folders.value(folder->uuid())));
         spec.key = recordKey("folder:", folder);
         spec.record = folder;
         spec.tintHex = folder->colorHex();
@@ -195,11 +170,8 @@ QList<SidebarModel::Spec> SidebarModel::desiredTree() const
     tree.append(folders);
 
     const std::function<Spec(Tag *, int)> tagSpec = [&](Tag *tag, int depth) {
-        QList<ShortcutItem *> items;
-        QSet<ShortcutItem *> seen;
-        tag->collectShortcuts(items, seen);
         Spec spec = fixed(tag->name(), QStringLiteral("tag.fill"), LibrarySection::tag(tag->uuid()),
-                          visibleCount(items));
+                          int(counts.tags.value(tag->uuid())));
         spec.key = recordKey("tag:", tag);
         spec.record = tag;
         spec.tintHex = tag->colorHex();
@@ -221,16 +193,11 @@ QList<SidebarModel::Spec> SidebarModel::desiredTree() const
             hint(QStringLiteral("hint:tags"), QStringLiteral("Use + above to create a tag.")));
     tree.append(tags);
 
-    if (!nativeFolders.isEmpty()) {
+    if (!counts.nativeFolders.isEmpty()) {
         Spec native = header(Header::nativeFolders, QStringLiteral("Shortcuts App Folders"));
-        QStringList names = nativeFolders.keys();
-        std::stable_sort(names.begin(), names.end(), [](const QString &a, const QString &b) {
-            return naturalCompare(a, b) < 0;
-        });
-        for (const QString &name : names)
+        for (const auto &[name, count] : counts.nativeFolders)
             native.children.append(fixed(name, QStringLiteral("folder.badge.gearshape"),
-                                         LibrarySection::nativeFolder(name),
-                                         nativeFolders.value(name)));
+                                         LibrarySection::nativeFolder(name), int(count)));
         tree.append(native);
     }
     return tree;

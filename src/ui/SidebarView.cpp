@@ -12,6 +12,7 @@
 #include "ui/SymbolIcon.h"
 #include "ui/TagEditor.h"
 
+#include <QDragMoveEvent>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -46,6 +47,19 @@ protected:
             return;
         }
         QTreeView::mousePressEvent(event);
+    }
+
+    // Without a drop indicator the base class only accepts drops on the viewport; accept them
+    // on the rows that take shortcuts instead.
+    void dragMoveEvent(QDragMoveEvent *event) override
+    {
+        QTreeView::dragMoveEvent(event);
+        const QModelIndex index = indexAt(event->position().toPoint());
+        if (index.isValid() &&
+            model()->canDropMimeData(event->mimeData(), event->dropAction(), -1, -1, index))
+            event->acceptProposedAction();
+        else
+            event->ignore();
     }
 
     void resizeEvent(QResizeEvent *event) override

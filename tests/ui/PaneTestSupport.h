@@ -1,0 +1,70 @@
+#pragma once
+
+#include "model/AppSettings.h"
+#include "model/LibraryStoreContainer.h"
+#include "model/ModelContext.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+// Helpers shared by the sidebar, detail and editor tests.
+namespace PaneTest {
+// Test-mode paths and settings in a temporary directory, so nothing touches real data.
+inline void isolateSettings(const QTemporaryDir &dir)
+{
+    QStandardPaths::setTestModeEnabled(true);
+    AppSettings::useDataDirectory(dir.path());
+}
+
+// A store-backed context in `dir`; reopening the same directory shows what was saved.
+inline std::unique_ptr<ModelContext> openStore(const QTemporaryDir &dir)
+{
+    QString error;
+    auto context = LibraryStoreContainer::open(dir.path(), &error);
+    if (!context)
+        qWarning("store did not open: %s", qPrintable(error));
+    return context;
+}
+
+// The action named `name` anywhere below `root` (menus and submenus included), or null.
+inline QAction *findAction(QObject *root, const QString &name)
+{
+    if (!root)
+        return nullptr;
+    return root->findChild<QAction *>(name);
+}
+
+inline QMenu *findMenu(QObject *root, const QString &name)
+{
+    return root ? root->findChild<QMenu *>(name) : nullptr;
+}
+
+// Texts of a menu's actions in order; separators show as "-".
+inline QStringList actionTexts(const QMenu *menu)
+{
+    QStringList texts;
+    for (const QAction *action : menu->actions())
+        texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
+    return texts;
+}
+
+// Lets the context's coalesced change announcement (one per turn of the event loop) arrive.
+inline void settle()
+{
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+}
+} // namespace PaneTest
+
+// Triggers a named action, failing the test when it is missing or disabled.
+#define TRIGGER(root, name)                                                                        \
+    do {                                                                                           \
+        QAction *action_ = PaneTest::findAction((root), (name));                                   \
+        QVERIFY2(action_, qPrintable(QStringLiteral("no action ") + (name)));                      \
+        QVERIFY2(action_->isEnabled(), qPrintable(QStringLiteral("disabled: ") + (name)));         \
+        action_->trigger();                                                                        \
+    } while (false)

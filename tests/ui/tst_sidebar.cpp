@@ -1,0 +1,566 @@
+#include "PaneTestSupport.h"
+#include "model/SmartRuleSet.h"
+#include "ui/ColorSwatchPicker.h"
+#include "ui/FolderEditor.h"
+#include "ui/LibraryNavigation.h"
+#include "ui/ShortcutDrag.h"
+#include "ui/ShortcutRoles.h"
+#include "ui/SidebarModel.h"
+#include "ui/SidebarOperations.h"
+#include "ui/SidebarView.h"
+#include "ui/SmartListEditor.h"
+#include "ui/TagEditor.h"
+
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QPushButton>
+#include <QToolButton>
+#include <QTreeView>
+
+using Header = SidebarModel::Header;
+
+class TestSidebar : public QObject {
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+    void sectionsRowsAndCounts();
+    void missingRowFollowsSync();
+    void foldersThroughMenusAndSheets();
+    void moveToGuardsAndMoveOut();
+    void deleteFolderMovesContentsUp();
+    void tagsThroughMenus();
+    void smartListDuplicateAndDelete();
+    void dropsOnFoldersAndTags();
+    void selectionFollowsNavigation();
+    void sheetsReplaceEachOther();
+
+private:
+    ShortcutItem *addShortcut(const QString &name);
+    QStringList rowTitles(const QModelIndex &parent) const;
+    QModelIndex row(Header header, const QString &title) const;
+    int count(const QModelIndex &index) const { return index.data(SidebarRoles::count).toInt(); }
+    std::unique_ptr<ModelContext> reopen();
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<ModelContext> m_context;
+    std::unique_ptr<LibraryNavigation> m_navigation;
+    std::unique_ptr<SidebarView> m_sidebar;
+    std::unique_ptr<QAbstractItemModelTester> m_tester;
+    int m_next = 0;
+};
+
+void TestSidebar::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    PaneTest::isolateSettings(*m_dir);
+    m_context = PaneTest::openStore(*m_dir);
+    QVERIFY(m_context);
+    m_navigation = std::make_unique<LibraryNavigation>();
+    m_sidebar = std::make_unique<SidebarView>(*m_context, *m_navigation);
+    m_sidebar->resize(260, 700);
+    m_sidebar->show();
+    m_tester = std::make_unique<QAbstractItemModelTester>(
+        m_sidebar->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+}
+
+void TestSidebar::cleanup()
+{
+    m_tester.reset();
+    m_sidebar.reset();
+    m_navigation.reset();
+    m_context.reset();
+    m_dir.reset();
+}
+
+ShortcutItem *TestSidebar::addShortcut(const QString &name)
+{
+    return m_context->insert(new ShortcutItem(QStringLiteral("ID-%1").arg(++m_next), name));
+}
+
+std::unique_ptr<ModelContext> TestSidebar::reopen()
+{
+    return PaneTest::openStore(*m_dir);
+}
+
+QStringList TestSidebar::rowTitles(const QModelIndex &parent) const
+{
+    QStringList titles;
+    const QAbstractItemModel *model = m_sidebar->model();
+    for (int r = 0; r < model->rowCount(parent); ++r)
+        titles.append(model->index(r, 0, parent).data().toString());
+    return titles;
+}
+
+QModelIndex TestSidebar::row(Header header, const QString &title) const
+{
+    const SidebarModel *model = m_sidebar->model();
+    QModelIndexList stack{model->headerIndex(header)};
+    while (!stack.isEmpty()) {
+        const QModelIndex parent = stack.takeFirst();
+        for (int r = 0; r < model->rowCount(parent); ++r) {
+            const QModelIndex index = model->index(r, 0, parent);
+            if (index.data().toString() == title)
+                return index;
+            stack.append(index);
+        }
+    }
+    return {};
+}
+
+void TestSidebar::sectionsRowsAndCounts()
+{
+    SidebarModel *model = m_sidebar->model();
+    // An empty library: fixed rows with zero counts, hints instead of folders and tags, no
+    // smart lists and no Shortcuts-app folders.
+    QCOMPARE(rowTitles({}), (QStringList{"Library", "Folders", "Tags"}));
+    QCOMPARE(
+        rowTitles(model->headerIndex(Header::library)),
+        (QStringList{"All Shortcuts", "Favorites", "Recently Run", "Not in a Folder", "Untagged"}));
+    QCOMPARE(model->headerIndex(Header::library).data(SidebarRoles::count), QVariant());
+    QCOMPARE(row(Header::library, "Favorites").data(SidebarRoles::count), QVariant(0));
+    QCOMPARE(rowTitles(model->headerIndex(Header::folders)),
+             QStringList{"Use + above to create a folder, then drag shortcuts onto it."});
+    QCOMPARE(rowTitles(model->headerIndex(Header::tags)),
+             QStringList{"Use + above to create a tag."});
+
+    auto *work = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
+    auto *reports = m_context->insert(new LibraryFolder(QStringLiteral("Reports"), work));
+    auto *home = m_context->insert(new LibraryFolder(QStringLiteral("home")));
+    home->setSortOrder(-1);
+    auto *errands = m_context->insert(new Tag(QStringLiteral("Errands"), QString()));
+    auto *urgent =
+        m_context->insert(new Tag(QStringLiteral("Urgent"), QStringLiteral("#FF0000"), errands));
+    ShortcutItem *a = addShortcut(QStringLiteral("A"));
+    ShortcutItem *b = addShortcut(QStringLiteral("B"));
+    ShortcutItem *c = addShortcut(QStringLiteral("C"));
+    ShortcutItem *gone = addShortcut(QStringLiteral("Gone"));
+    a->setFolder(work);
+    b->setFolder(reports);
+    gone->setFolder(reports);
+    gone->setIsMissing(true);
+    a->setIsFavorite(true);
+    b->setLastRunAt(QDateTime::currentDateTimeUtc());
+    a->addTag(errands);
+    a->addTag(urgent);
+    c->addTag(urgent);
+    a->setNativeFolderName(QStringLiteral("Folder 10"));
+    b->setNativeFolderName(QStringLiteral("Folder 2"));
+    c->setNativeFolderName(QStringLiteral("Folder 2"));
+    SmartRuleSet rules;
+    rules.rules.first().text = QStringLiteral("a");
+    m_context->insert(new SmartList(QStringLiteral("Has A"), rules));
+    PaneTest::settle();
+
+    QCOMPARE(rowTitles({}),
+             (QStringList{"Library", "Smart Lists", "Folders", "Tags", "Shortcuts App Folders"}));
+    QCOMPARE(count(row(Header::library, "All Shortcuts")), 3);
+    QCOMPARE(count(row(Header::library, "Favorites")), 1);
+    QCOMPARE(count(row(Header::library, "Recently Run")), 1);
+    QCOMPARE(count(row(Header::library, "Not in a Folder")), 1);
+    QCOMPARE(count(row(Header::library, "Untagged")), 1);
+    QCOMPARE(count(row(Header::library, "Missing from Shortcuts")), 1);
+    QCOMPARE(count(row(Header::smartLists, "Has A")), 1);
+    // Top level by sortOrder, then name; a folder counts its sub-folders' visible shortcuts.
+    QCOMPARE(rowTitles(model->headerIndex(Header::folders)), (QStringList{"home", "Work"}));
+    QCOMPARE(rowTitles(row(Header::folders, "Work")), QStringList{"Reports"});
+    QCOMPARE(count(row(Header::folders, "Work")), 2);
+    QCOMPARE(count(row(Header::folders, "Reports")), 1);
+    QCOMPARE(count(row(Header::folders, "home")), 0);
+    // A shortcut carrying a tag and its sub-tag counts once.
+    QCOMPARE(count(row(Header::tags, "Errands")), 2);
+    QCOMPARE(count(row(Header::tags, "Urgent")), 2);
+    QCOMPARE(row(Header::tags, "Errands").data(SidebarRoles::tint), QVariant());
+    QCOMPARE(row(Header::tags, "Urgent").data(SidebarRoles::tint).value<QColor>(), QColor(Qt::red));
+    QCOMPARE(rowTitles(model->headerIndex(Header::nativeFolders)),
+             (QStringList{"Folder 2", "Folder 10"}));
+    QCOMPARE(count(row(Header::nativeFolders, "Folder 2")), 2);
+    QCOMPARE(model->section(row(Header::nativeFolders, "Folder 2")).value_or(LibrarySection::all()),
+             LibrarySection::nativeFolder(QStringLiteral("Folder 2")));
+    // The Shortcuts-app group starts collapsed, the folder tree expanded.
+    QVERIFY(!m_sidebar->treeView()->isExpanded(model->headerIndex(Header::nativeFolders)));
+    QVERIFY(m_sidebar->treeView()->isExpanded(row(Header::folders, "Work")));
+}
+
+void TestSidebar::missingRowFollowsSync()
+{
+    ShortcutItem *item = addShortcut(QStringLiteral("Backup"));
+    PaneTest::settle();
+    const QModelIndex library = m_sidebar->model()->headerIndex(Header::library);
+    QCOMPARE(m_sidebar->model()->rowCount(library), 5);
+    item->setIsMissing(true);
+    PaneTest::settle();
+    QCOMPARE(m_sidebar->model()->rowCount(library), 6);
+    QCOMPARE(count(row(Header::library, "All Shortcuts")), 0);
+    item->setIsMissing(false);
+    PaneTest::settle();
+    QCOMPARE(m_sidebar->model()->rowCount(library), 5);
+    QCOMPARE(count(row(Header::library, "All Shortcuts")), 1);
+}
+
+void TestSidebar::foldersThroughMenusAndSheets()
+{
+    // "New Folder" from the New menu, with a name that needs trimming.
+    TRIGGER(m_sidebar.get(), "newFolder");
+    FolderEditor *editor = m_sidebar->folderEditor();
+    QVERIFY(editor);
+    QCOMPARE(editor->windowTitle(), QStringLiteral("New Folder"));
+    QVERIFY(!editor->saveButton()->isEnabled());
+    editor->nameField()->setText(QStringLiteral(" \t "));
+    QVERIFY(!editor->saveButton()->isEnabled());
+    editor->nameField()->setText(QStringLiteral("  Projects\t"));
+    QVERIFY(editor->saveButton()->isEnabled());
+    editor->saveButton()->click();
+    QTRY_VERIFY(!m_sidebar->folderEditor());
+    PaneTest::settle();
+    QCOMPARE(m_context->folders().size(), 1);
+    LibraryFolder *projects = m_context->folders().first();
+    QCOMPARE(projects->name(), QStringLiteral("Projects"));
+    QCOMPARE(projects->symbolName(), QStringLiteral("folder"));
+    QCOMPARE(projects->colorHex(), QStringLiteral("#24BAF7"));
+
+    // "New Folder Inside…" from the row's context menu.
+    std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::folders, "Projects")));
+    QVERIFY(menu);
+    QCOMPARE(
+        PaneTest::actionTexts(menu.get()),
+        (QStringList{"New Folder Inside…", "Edit Folder…", "-", "Move To", "-", "Delete Folder"}));
+    TRIGGER(menu.get(), "newFolderInside");
+    editor = m_sidebar->folderEditor();
+    QVERIFY(editor);
+    QCOMPARE(editor->parentPicker()->currentText(), QStringLiteral("Projects"));
+    editor->nameField()->setText(QStringLiteral("Archive"));
+    editor->saveButton()->click();
+    PaneTest::settle();
+    QCOMPARE(rowTitles(row(Header::folders, "Projects")), QStringList{"Archive"});
+
+    // "Edit Folder…": rename and clear the colour with the Default swatch.
+    menu.reset(m_sidebar->createContextMenu(row(Header::folders, "Archive")));
+    TRIGGER(menu.get(), "editFolder");
+    editor = m_sidebar->folderEditor();
+    QCOMPARE(editor->windowTitle(), QStringLiteral("Edit Folder"));
+    QCOMPARE(editor->nameField()->text(), QStringLiteral("Archive"));
+    editor->nameField()->setText(QStringLiteral("Old Stuff"));
+    editor->colorPicker()->setHex(QString());
+    editor->saveButton()->click();
+    PaneTest::settle();
+    QVERIFY(row(Header::folders, "Old Stuff").isValid());
+    QCOMPARE(row(Header::folders, "Old Stuff").data(SidebarRoles::tint), QVariant());
+
+    // Cancel writes nothing.
+    menu.reset(m_sidebar->createContextMenu(row(Header::folders, "Old Stuff")));
+    TRIGGER(menu.get(), "editFolder");
+    m_sidebar->folderEditor()->nameField()->setText(QStringLiteral("Never Saved"));
+    m_sidebar->folderEditor()->cancelButton()->click();
+    PaneTest::settle();
+    QVERIFY(row(Header::folders, "Old Stuff").isValid());
+
+    // What the store keeps.
+    auto stored = reopen();
+    QCOMPARE(stored->folders().size(), 2);
+    LibraryFolder *storedProjects = nullptr;
+    for (LibraryFolder *f : stored->folders())
+        if (f->name() == QStringLiteral("Projects"))
+            storedProjects = f;
+    QVERIFY(storedProjects);
+    QCOMPARE(storedProjects->children().size(), 1);
+    QCOMPARE(storedProjects->children().first()->name(), QStringLiteral("Old Stuff"));
+    QCOMPARE(storedProjects->children().first()->colorHex(), QString());
+}
+
+void TestSidebar::moveToGuardsAndMoveOut()
+{
+    auto *a = m_context->insert(new LibraryFolder(QStringLiteral("A")));
+    auto *b = m_context->insert(new LibraryFolder(QStringLiteral("B"), a));
+    auto *c = m_context->insert(new LibraryFolder(QStringLiteral("C"), b));
+    auto *d = m_context->insert(new LibraryFolder(QStringLiteral("D")));
+    m_context->save();
+    PaneTest::settle();
+
+    // "Move To" of B: Top Level, then the flattened tree without B and what lies below it.
+    std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::folders, "B")));
+    QMenu *moveTo = PaneTest::findMenu(menu.get(), "moveToMenu");
+    QVERIFY(moveTo);
+    QCOMPARE(PaneTest::actionTexts(moveTo), (QStringList{"Top Level", "A", "D"}));
+    QVERIFY(PaneTest::findAction(menu.get(), "moveOut"));
+    QCOMPARE(PaneTest::findAction(menu.get(), "moveOut")->text(), QStringLiteral("Move Out of A"));
+    // Titles are indented four spaces per level.
+    menu.reset(m_sidebar->createContextMenu(row(Header::folders, "D")));
+    QCOMPARE(PaneTest::actionTexts(PaneTest::findMenu(menu.get(), "moveToMenu")),
+             (QStringList{"Top Level", "A", "    B", "        C"}));
+    QVERIFY(!PaneTest::findAction(menu.get(), "moveOut"));
+
+    // The guard itself: no folder goes below itself.
+    QVERIFY(!SidebarOperations::moveFolder(*m_context, a, c));
+    QVERIFY(!SidebarOperations::moveFolder(*m_context, a, a));
+    QCOMPARE(a->parent(), nullptr);
+
+    menu.reset(m_sidebar->createContextMenu(row(Header::folders, "D")));
+    TRIGGER(menu.get(), QStringLiteral("moveTo:") + c->uuid());
+    PaneTest::settle();
+    QCOMPARE(d->parent(), c);
+    QCOMPARE(rowTitles(row(Header::folders, "C")), QStringList{"D"});
+    menu.reset(m_sidebar->createContextMenu(row(Header::folders, "D")));
+    TRIGGER(menu.get(), "moveOut");
+    PaneTest::settle();
+    QCOMPARE(d->parent(), b);
+    menu.reset(m_sidebar->createContextMenu(row(Header::folders, "D")));
+    TRIGGER(menu.get(), "moveToTopLevel");
+    PaneTest::settle();
+    QCOMPARE(d->parent(), nullptr);
+    QCOMPARE(rowTitles(m_sidebar->model()->headerIndex(Header::folders)), (QStringList{"A", "D"}));
+    QCOMPARE(reopen()->folder(d->uuid())->parent(), nullptr);
+}
+
+void TestSidebar::deleteFolderMovesContentsUp()
+{
+    auto *top = m_context->insert(new LibraryFolder(QStringLiteral("Top")));
+    auto *middle = m_context->insert(new LibraryFolder(QStringLiteral("Middle"), top));
+    auto *leaf = m_context->insert(new LibraryFolder(QStringLiteral("Leaf"), middle));
+    ShortcutItem *inMiddle = addShortcut(QStringLiteral("In Middle"));
+    ShortcutItem *inTop = addShortcut(QStringLiteral("In Top"));
+    inMiddle->setFolder(middle);
+    inTop->setFolder(top);
+    m_context->save();
+    PaneTest::settle();
+
+    // Deleting the selected folder's parent leaves the selection alone.
+    m_navigation->setSection(LibrarySection::folder(leaf->uuid()));
+    std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::folders, "Middle")));
+    TRIGGER(menu.get(), "deleteFolder");
+    PaneTest::settle();
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::folder(leaf->uuid()));
+    QCOMPARE(leaf->parent(), top);
+    QCOMPARE(inMiddle->folder(), top);
+    QCOMPARE(rowTitles(row(Header::folders, "Top")), QStringList{"Leaf"});
+
+    // Deleting the selected top-level folder selects all shortcuts and unfiles its shortcuts.
+    m_navigation->setSection(LibrarySection::folder(top->uuid()));
+    menu.reset(m_sidebar->createContextMenu(row(Header::folders, "Top")));
+    TRIGGER(menu.get(), "deleteFolder");
+    PaneTest::settle();
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::all());
+    QCOMPARE(inTop->folder(), nullptr);
+    QCOMPARE(inMiddle->folder(), nullptr);
+    QCOMPARE(leaf->parent(), nullptr);
+
+    auto stored = reopen();
+    QCOMPARE(stored->folders().size(), 1);
+    QCOMPARE(stored->shortcuts().size(), 2);
+    for (ShortcutItem *item : stored->shortcuts())
+        QCOMPARE(item->folder(), nullptr);
+}
+
+void TestSidebar::tagsThroughMenus()
+{
+    TRIGGER(m_sidebar.get(), "newTag");
+    TagEditor *editor = m_sidebar->tagEditor();
+    QVERIFY(editor);
+    QVERIFY(!editor->colorPicker()->allowNone());
+    editor->nameField()->setText(QStringLiteral("Home "));
+    editor->saveButton()->click();
+    PaneTest::settle();
+    QCOMPARE(m_context->tags().size(), 1);
+    Tag *homeTag = m_context->tags().first();
+    QCOMPARE(homeTag->name(), QStringLiteral("Home"));
+    QCOMPARE(homeTag->colorHex(), QStringLiteral("#24BAF7"));
+    QCOMPARE(homeTag->shortcuts().size(), 0);
+
+    std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::tags, "Home")));
+    QCOMPARE(PaneTest::actionTexts(menu.get()),
+             (QStringList{"New Tag Inside…", "Edit Tag…", "-", "Move To", "-", "Delete Tag"}));
+    TRIGGER(menu.get(), "newTagInside");
+    m_sidebar->tagEditor()->nameField()->setText(QStringLiteral("Kitchen"));
+    m_sidebar->tagEditor()->saveButton()->click();
+    PaneTest::settle();
+    Tag *kitchen = m_context->tags().last();
+    QCOMPARE(kitchen->parent(), homeTag);
+    ShortcutItem *item = addShortcut(QStringLiteral("Timer"));
+    item->addTag(kitchen);
+    item->addTag(homeTag);
+    m_context->save();
+    PaneTest::settle();
+
+    // The parent cannot move below its own child; the child moves out again.
+    menu.reset(m_sidebar->createContextMenu(row(Header::tags, "Home")));
+    QCOMPARE(PaneTest::actionTexts(PaneTest::findMenu(menu.get(), "moveToMenu")),
+             QStringList{"Top Level"});
+    menu.reset(m_sidebar->createContextMenu(row(Header::tags, "Kitchen")));
+    QCOMPARE(PaneTest::findAction(menu.get(), "moveOut")->text(),
+             QStringLiteral("Move Out of Home"));
+    TRIGGER(menu.get(), "moveOut");
+    PaneTest::settle();
+    QCOMPARE(kitchen->parent(), nullptr);
+    QVERIFY(!SidebarOperations::moveTag(*m_context, kitchen, kitchen));
+
+    // Deleting a tag with a child: the child moves up, shortcuts just lose the tag.
+    kitchen->setParent(homeTag);
+    m_context->save();
+    PaneTest::settle();
+    menu.reset(m_sidebar->createContextMenu(row(Header::tags, "Home")));
+    TRIGGER(menu.get(), "deleteTag");
+    PaneTest::settle();
+    QCOMPARE(kitchen->parent(), nullptr);
+    QCOMPARE(item->tags(), QList<Tag *>{kitchen});
+    auto stored = reopen();
+    QCOMPARE(stored->tags().size(), 1);
+    QCOMPARE(stored->shortcuts().first()->tags().size(), 1);
+}
+
+void TestSidebar::smartListDuplicateAndDelete()
+{
+    SmartRuleSet rules;
+    rules.sort = ShortcutSort::dateAdded;
+    rules.ascending = false;
+    auto *work = m_context->insert(new SmartList(QStringLiteral("Work"), rules));
+    work->setSortOrder(4);
+    work->setSymbolName(QStringLiteral("bolt"));
+    work->setColorHex(QStringLiteral("#53CD6B"));
+    m_context->save();
+    PaneTest::settle();
+
+    std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::smartLists, "Work")));
+    QCOMPARE(PaneTest::actionTexts(menu.get()),
+             (QStringList{"Edit Smart List…", "Duplicate", "Delete"}));
+    m_navigation->setSection(LibrarySection::smartList(work->uuid()));
+    TRIGGER(menu.get(), "duplicateSmartList");
+    PaneTest::settle();
+    QCOMPARE(m_context->smartLists().size(), 2);
+    SmartList *copy = m_context->smartLists().last();
+    QCOMPARE(copy->name(), QStringLiteral("Work Copy"));
+    QCOMPARE(copy->sortOrder(), qint64(5));
+    QCOMPARE(copy->symbolName(), QStringLiteral("bolt"));
+    QCOMPARE(copy->colorHex(), QStringLiteral("#53CD6B"));
+    QCOMPARE(copy->ruleSet().sort, ShortcutSort::dateAdded);
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::smartList(work->uuid()));
+    QCOMPARE(rowTitles(m_sidebar->model()->headerIndex(Header::smartLists)),
+             (QStringList{"Work", "Work Copy"}));
+
+    menu.reset(m_sidebar->createContextMenu(row(Header::smartLists, "Work")));
+    TRIGGER(menu.get(), "deleteSmartList");
+    PaneTest::settle();
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::all());
+    menu.reset(m_sidebar->createContextMenu(row(Header::smartLists, "Work Copy")));
+    TRIGGER(menu.get(), "deleteSmartList");
+    PaneTest::settle();
+    QVERIFY(!m_sidebar->model()->headerIndex(Header::smartLists).isValid());
+    QCOMPARE(reopen()->smartLists().size(), 0);
+}
+
+void TestSidebar::dropsOnFoldersAndTags()
+{
+    auto *inbox = m_context->insert(new LibraryFolder(QStringLiteral("Inbox")));
+    auto *done = m_context->insert(new LibraryFolder(QStringLiteral("Done")));
+    auto *tag = m_context->insert(new Tag(QStringLiteral("Later"), QString()));
+    ShortcutItem *one = addShortcut(QStringLiteral("One"));
+    ShortcutItem *two = addShortcut(QStringLiteral("Two"));
+    one->setFolder(done);
+    m_context->save();
+    PaneTest::settle();
+    SidebarModel *model = m_sidebar->model();
+
+    // Through the model: our own type, unknown identifiers ignored, and reported as done.
+    const QModelIndex inboxRow = row(Header::folders, "Inbox");
+    std::unique_ptr<QMimeData> data(
+        ShortcutDrag::mimeData({one->identifier(), QStringLiteral("NOPE"), two->identifier()}));
+    QVERIFY(!model->canDropMimeData(data.get(), Qt::CopyAction, 0, 0, inboxRow));
+    QVERIFY(!model->canDropMimeData(data.get(), Qt::CopyAction, -1, -1,
+                                    row(Header::library, "Favorites")));
+    QVERIFY(model->dropMimeData(data.get(), Qt::CopyAction, -1, -1, inboxRow));
+    QCOMPARE(one->folder(), inbox);
+    QCOMPARE(two->folder(), inbox);
+    QVERIFY(done->shortcuts().isEmpty());
+    std::unique_ptr<QMimeData> unknown(ShortcutDrag::mimeData({QStringLiteral("NOPE")}));
+    QVERIFY(
+        model->dropMimeData(unknown.get(), Qt::CopyAction, -1, -1, row(Header::folders, "Done")));
+
+    // Plain text, one identifier a line; twice on the same tag leaves one copy.
+    QMimeData text;
+    text.setText(one->identifier() + QStringLiteral("\r\n"));
+    QVERIFY(model->dropMimeData(&text, Qt::CopyAction, -1, -1, row(Header::tags, "Later")));
+    QVERIFY(model->dropMimeData(&text, Qt::CopyAction, -1, -1, row(Header::tags, "Later")));
+    QCOMPARE(one->tags(), QList<Tag *>{tag});
+    PaneTest::settle();
+    QCOMPARE(count(row(Header::tags, "Later")), 1);
+    QCOMPARE(count(row(Header::folders, "Inbox")), 2);
+
+    // A real drop event on the row of the Done folder.
+    QTreeView *tree = m_sidebar->treeView();
+    const QRect target = tree->visualRect(row(Header::folders, "Done"));
+    QVERIFY(target.isValid());
+    std::unique_ptr<QMimeData> dragged(ShortcutDrag::mimeData({two->identifier()}));
+    QDragEnterEvent enter(target.center(), Qt::CopyAction, dragged.get(), Qt::LeftButton,
+                          Qt::NoModifier);
+    QCoreApplication::sendEvent(tree->viewport(), &enter);
+    QDragMoveEvent move(target.center(), Qt::CopyAction, dragged.get(), Qt::LeftButton,
+                        Qt::NoModifier);
+    QCoreApplication::sendEvent(tree->viewport(), &move);
+    QVERIFY(move.isAccepted());
+    QDropEvent drop(target.center(), Qt::CopyAction, dragged.get(), Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(tree->viewport(), &drop);
+    QCOMPARE(two->folder(), done);
+
+    auto stored = reopen();
+    for (ShortcutItem *item : stored->shortcuts())
+        QCOMPARE(item->folder()->name(), item->name() == QStringLiteral("One")
+                                             ? QStringLiteral("Inbox")
+                                             : QStringLiteral("Done"));
+}
+
+void TestSidebar::selectionFollowsNavigation()
+{
+    auto *folder = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
+    m_context->save();
+    PaneTest::settle();
+    QTreeView *tree = m_sidebar->treeView();
+    const auto selectedTitle = [tree] {
+        const QModelIndexList selected = tree->selectionModel()->selectedIndexes();
+        return selected.isEmpty() ? QString() : selected.first().data().toString();
+    };
+    QCOMPARE(selectedTitle(), QStringLiteral("All Shortcuts"));
+
+    // A click on a row sets the section; headers and hints select nothing.
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {},
+                      tree->visualRect(row(Header::library, "Untagged")).center());
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::untagged());
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {},
+                      tree->visualRect(m_sidebar->model()->headerIndex(Header::tags)).center());
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::untagged());
+
+    // The navigation drives the selection, and a row that moves keeps it.
+    m_navigation->setSection(LibrarySection::folder(folder->uuid()));
+    QCOMPARE(selectedTitle(), QStringLiteral("Work"));
+    m_context->insert(new LibraryFolder(QStringLiteral("Alpha")));
+    m_context->save();
+    PaneTest::settle();
+    QCOMPARE(selectedTitle(), QStringLiteral("Work"));
+    folder->setName(QStringLiteral("Zed"));
+    PaneTest::settle();
+    QCOMPARE(selectedTitle(), QStringLiteral("Zed"));
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::folder(folder->uuid()));
+}
+
+void TestSidebar::sheetsReplaceEachOther()
+{
+    TRIGGER(m_sidebar.get(), "newFolder");
+    QPointer<EditorSheet> first = m_sidebar->openSheet();
+    QVERIFY(first);
+    // The same target keeps the open sheet.
+    m_sidebar->editFolder(FolderEditTarget::makeNew(nullptr));
+    QCOMPARE(m_sidebar->openSheet(), first.data());
+    // Another one replaces it.
+    TRIGGER(m_sidebar.get(), "newSmartList");
+    QTRY_VERIFY(!first);
+    QVERIFY(m_sidebar->smartListEditor());
+    QCOMPARE(m_sidebar->smartListEditor()->windowTitle(), QStringLiteral("New Smart List"));
+    // The New button carries the menu and its help text.
+    QCOMPARE(m_sidebar->newButton()->toolTip(), QStringLiteral("New Smart List, Folder, or Tag"));
+    QCOMPARE(PaneTest::actionTexts(m_sidebar->newMenu()),
+             (QStringList{"New Smart List", "New Folder", "New Tag"}));
+}
+
+QTEST_MAIN(TestSidebar)
+#include "tst_sidebar.moc"
