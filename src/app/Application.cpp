@@ -4,13 +4,13 @@
 #include "app/IntentCommand.h"
 #include "app/ListCommand.h"
 #include "app/SyncCommand.h"
+#include "app/WindowApplication.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
 #include "simulator/PlatformSetup.h"
 
 #include <QApplication>
-#include <QMainWindow>
 #include <cstdio>
 
 namespace {
@@ -20,18 +20,6 @@ void printText(FILE *stream, const QString &text)
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
 }
 
-int runWindow(int argc, char *argv[])
-{
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Thimblecraft"));
-    LibraryStoreContainer::shared(); // a store that cannot be opened stops here
-    QMainWindow window;
-    window.setWindowTitle(QStringLiteral("Thimblecraft"));
-    window.setMinimumSize(1000, 560);
-    window.resize(1200, 760);
-    window.show();
-    return app.exec();
-}
 } // namespace
 
 int runThimblecraft(int argc, char *argv[])
@@ -96,5 +84,5 @@ int runThimblecraft(int argc, char *argv[])
     }
     if (!installPlatform())
         return 1;
-    return runWindow(argc, argv);
+    return runWindowApplication(argc, argv, commandLine->positional);
 }

@@ -10,7 +10,7 @@ class LibraryNavigation;
 class LibrarySyncController;
 class ModelContext;
 class OutcomeBanner;
-class QMessageBox;
+#include <QMessageBox>
 class QSplitter;
 class ShortcutCollectionView;
 class ShortcutRunner;

@@ -16,7 +16,7 @@ class LibrarySyncController;
 class ModelContext;
 class QAction;
 class QActionGroup;
-class QDialog;
+#include <QDialog>
 class QLabel;
 class QLineEdit;
 class QMenu;

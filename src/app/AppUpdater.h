@@ -1,0 +1,89 @@
+#pragma once
+
+#include <QByteArray>
+#include <QCoro/QCoroTask>
+#include <QDateTime>
+#include <QMessageBox>
+#include <QObject>
+#include <QPointer>
+#include <QUrl>
+class QNetworkAccessManager;
+class QWidget;
+
+// Checks a Sparkle-format appcast (RSS with the sparkle: namespace) for a newer version.
+// Offers whether a check can start now, a user-initiated check that tells the person what it
+// found, and the automatic-check switch (at most one automatic check a day).
+class AppUpdater : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool canCheckForUpdates READ canCheckForUpdates NOTIFY canCheckForUpdatesChanged)
+    Q_PROPERTY(bool automaticallyChecksForUpdates READ automaticallyChecksForUpdates WRITE
+                   setAutomaticallyChecksForUpdates NOTIFY automaticallyChecksForUpdatesChanged)
+public:
+    // Settings keys, as Sparkle names them.
+    static constexpr char feedURLKey[] = "SUFeedURL";
+    static constexpr char automaticChecksKey[] = "SUEnableAutomaticChecks";
+    static constexpr char lastCheckTimeKey[] = "SULastCheckTime";
+    static constexpr qint64 maximumFeedSize = 1024 * 1024;
+    static constexpr int timeoutMilliseconds = 30'000;
+
+    struct Item {
+        QString version;        // sparkle:version (the build number compared)
+        QString displayVersion; // sparkle:shortVersionString, else version
+        QUrl releaseNotes;
+        QUrl download;
+    };
+    struct Result {
+        enum class Kind { upToDate, updateAvailable, failed };
+        Kind kind = Kind::failed;
+        Item newest;   // for updateAvailable
+        QString error; // for failed
+    };
+
+    explicit AppUpdater(QObject *parent = nullptr);
+    ~AppUpdater() override;
+    static AppUpdater &shared();
+
+    // The feed: "SUFeedURL" from settings, else the build's default; https only (http only to a
+    // loopback address, for local feeds).
+    QUrl feedURL() const;
+    void setFeedURL(const QUrl &url);
+    QString currentVersion() const { return m_currentVersion; }
+    void setCurrentVersion(const QString &version) { m_currentVersion = version; }
+
+    bool canCheckForUpdates() const;
+    bool automaticallyChecksForUpdates() const;
+    void setAutomaticallyChecksForUpdates(bool on);
+
+    // The menu command: checks and tells the person the result in a window-modal message.
+    void checkForUpdates(QWidget *parent = nullptr);
+    // Checks now and answers; no message.
+    QCoro::Task<Result> check();
+    // Checks quietly when automatic checks are on and the last check is a day old or more.
+    // True when a check was started.
+    bool checkAutomaticallyIfDue();
+
+    // Test hooks.
+    const std::optional<Result> &lastResult() const { return m_lastResult; }
+    QMessageBox *resultAlert() const { return m_alert; }
+
+    // The appcast's newest item compared with a version; failed with a clear text when the
+    // bytes are not an appcast.
+    static Result evaluate(const QByteArray &feed, const QString &currentVersion);
+    static int compareVersions(const QString &a, const QString &b);
+
+signals:
+    void canCheckForUpdatesChanged();
+    void automaticallyChecksForUpdatesChanged();
+    void checkFinished();
+
+private:
+    void setChecking(bool checking);
+    void showResult(const Result &result, QWidget *parent);
+    QCoro::Task<> userCheck(QPointer<QWidget> parent);
+
+    QNetworkAccessManager *m_network;
+    QString m_currentVersion;
+    bool m_checking = false;
+    std::optional<Result> m_lastResult;
+    QPointer<QMessageBox> m_alert;
+};

@@ -1,0 +1,120 @@
+#include "app/LibraryCommands.h"
+
+#include "app/AppUpdater.h"
+#include "shortcuts/ShortcutRunner.h"
+#include "shortcuts/ShortcutsDatabase.h"
+#include "sync/LibrarySyncController.h"
+#include "ui/LibraryNavigation.h"
+#include "ui/LibraryWindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+
+namespace {
+QString databaseTitle()
+{
+    return ShortcutsDatabase::hasFolderAccess()
+               ? QStringLiteral("Refresh App Icons from Shortcuts Database")
+               : QStringLiteral("Link Shortcuts Database for App Icons…");
+}
+
+QCoro::Task<> databaseCommand(QPointer<LibrarySyncController> syncer)
+{
+    if (!ShortcutsDatabase::hasFolderAccess() && !ShortcutsDatabase::chooseShortcutsFolder())
+        co_return; // a cancelled chooser does nothing further
+    if (syncer)
+        co_await syncer->refreshFromDatabase();
+}
+} // namespace
+
+LibraryCommands::LibraryCommands(LibraryWindow &window, AppUpdater &updater, QObject *parent)
+    : QObject(parent), m_window(window), m_updater(updater)
+{
+    QMenuBar *bar = window.menuBar();
+    m_applicationMenu = bar->addMenu(QStringLiteral("Thimblecraft"));
+    m_applicationMenu->setObjectName(QStringLiteral("applicationMenu"));
+    QAction *about =
+        add(m_applicationMenu, QStringLiteral("About Thimblecraft"), QStringLiteral("aboutAction"));
+    about->setMenuRole(QAction::AboutRole);
+    connect(about, &QAction::triggered, this, [this] {
+        QMessageBox::about(&m_window, QStringLiteral("About Thimblecraft"),
+                           QStringLiteral("Thimblecraft %1\nAn organised library of your "
+                                          "shortcuts.")
+                               .arg(QApplication::applicationVersion()));
+    });
+    m_checkForUpdates = add(m_applicationMenu, QStringLiteral("Check for Updates…"),
+                            QStringLiteral("checkForUpdatesAction"));
+    m_checkForUpdates->setMenuRole(QAction::ApplicationSpecificRole);
+    connect(m_checkForUpdates, &QAction::triggered, this,
+            [this] { m_updater.checkForUpdates(&m_window); });
+    m_applicationMenu->addSeparator();
+    m_settings =
+        add(m_applicationMenu, QStringLiteral("Settings…"), QStringLiteral("settingsAction"));
+    m_settings->setMenuRole(QAction::PreferencesRole);
+    m_settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    connect(m_settings, &QAction::triggered, this, &LibraryCommands::settingsRequested);
+    m_applicationMenu->addSeparator();
+    QAction *quit =
+        add(m_applicationMenu, QStringLiteral("Quit Thimblecraft"), QStringLiteral("quitAction"));
+    quit->setMenuRole(QAction::QuitRole);
+    quit->setShortcut(QKeySequence::Quit);
+    connect(quit, &QAction::triggered, qApp, &QApplication::closeAllWindows);
+
+    m_fileMenu = bar->addMenu(QStringLiteral("File"));
+    m_fileMenu->setObjectName(QStringLiteral("fileMenu"));
+    m_sync = add(m_fileMenu, QStringLiteral("Sync with Shortcuts"), QStringLiteral("syncCommand"));
+    m_sync->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
+    connect(m_sync, &QAction::triggered, this, [this] { m_window.syncer().sync(); });
+    m_runSelected = add(m_fileMenu, QStringLiteral("Run Selected Shortcut"),
+                        QStringLiteral("runSelectedCommand"));
+    m_runSelected->setShortcuts(
+        {QKeySequence(Qt::CTRL | Qt::Key_Return), QKeySequence(Qt::CTRL | Qt::Key_Enter)});
+    connect(m_runSelected, &QAction::triggered, this, [this] {
+        if (ShortcutItem *item = m_window.navigation().selectedShortcut())
+            m_window.runner().run(item);
+    });
+    m_fileMenu->addSeparator();
+    m_installHelper = add(m_fileMenu, QStringLiteral("Install Helper Shortcut…"),
+                          QStringLiteral("installHelperCommand"));
+    connect(m_installHelper, &QAction::triggered, this,
+            [this] { m_window.syncer().installHelperShortcut(); });
+    m_runHelper = add(m_fileMenu, QStringLiteral("Run Helper Shortcut (Icons & Dates)"),
+                      QStringLiteral("runHelperCommand"));
+    connect(m_runHelper, &QAction::triggered, this,
+            [this] { m_window.syncer().runHelperShortcut(); });
+    m_retryIcons = add(m_fileMenu, QStringLiteral("Retry Icons from Shortcuts Events"),
+                       QStringLiteral("retryIconsCommand"));
+    connect(m_retryIcons, &QAction::triggered, this, [this] { m_window.syncer().retryIcons(); });
+    m_fileMenu->addSeparator();
+    m_database = add(m_fileMenu, databaseTitle(), QStringLiteral("databaseCommand"));
+    connect(m_database, &QAction::triggered, this,
+            [this] { databaseCommand(QPointer<LibrarySyncController>(&m_window.syncer())); });
+
+    // The menus are rebuilt (re-read) each time they open.
+    connect(m_fileMenu, &QMenu::aboutToShow, this, &LibraryCommands::refresh);
+    connect(m_applicationMenu, &QMenu::aboutToShow, this, &LibraryCommands::refresh);
+    connect(&window.navigation(), &LibraryNavigation::selectedShortcutChanged, this,
+            &LibraryCommands::refresh);
+    connect(&updater, &AppUpdater::canCheckForUpdatesChanged, this, &LibraryCommands::refresh);
+    refresh();
+}
+
+QAction *LibraryCommands::add(QMenu *menu, const QString &title, const QString &name)
+{
+    QAction *action = menu->addAction(title);
+    action->setObjectName(name);
+    // Key equivalents work wherever the focus is in the window.
+    action->setShortcutContext(Qt::WindowShortcut);
+    m_window.addAction(action);
+    return action;
+}
+
+void LibraryCommands::refresh()
+{
+    m_checkForUpdates->setEnabled(m_updater.canCheckForUpdates());
+    m_runSelected->setEnabled(m_window.navigation().selectedShortcut() != nullptr);
+    m_database->setText(databaseTitle());
+}

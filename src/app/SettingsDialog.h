@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QDialog>
+
+class AppUpdater;
+class QCheckBox;
+
+// The settings pane: four switches written at once.
+class SettingsDialog : public QDialog {
+    Q_OBJECT
+public:
+    explicit SettingsDialog(AppUpdater &updater, QWidget *parent = nullptr);
+
+    QCheckBox *syncOnLaunch() const { return m_syncOnLaunch; }
+    QCheckBox *doubleClickRuns() const { return m_doubleClickRuns; }
+    QCheckBox *includeSubfolders() const { return m_includeSubfolders; }
+    QCheckBox *automaticUpdates() const { return m_automaticUpdates; }
+    // Shows the stored values again.
+    void reload();
+
+private:
+    AppUpdater &m_updater;
+    QCheckBox *m_syncOnLaunch;
+    QCheckBox *m_doubleClickRuns;
+    QCheckBox *m_includeSubfolders;
+    QCheckBox *m_automaticUpdates;
+};
