@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/TagEditor.h"
+
 #include <QDateTime>
 #include <QList>
 #include <QPair>
@@ -20,7 +22,6 @@ class ShortcutIconView;
 class ShortcutItem;
 class ShortcutRunner;
 class TagChipFlow;
-class TagEditor;
 struct ModelChanges;
 
 // The inspector's content for one shortcut: icon, name and status notes; running it (with input

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "model/LibrarySection.h"
+#include "ui/EditorSheet.h"
 
 #include <QPointer>
 #include <QWidget>
 
-class EditorSheet;
 class LibraryFolder;
 class SmartList;
 class Tag;
