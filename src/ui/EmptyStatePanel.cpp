@@ -1,5 +1,6 @@
 #include "ui/EmptyStatePanel.h"
 
+#include "shortcuts/SymbolTable.h"
 #include "ui/SymbolIcon.h"
 
 #include <QLabel>
@@ -20,7 +21,6 @@ EmptyStatePanel::EmptyStatePanel(QWidget *parent)
     titleFont.setBold(true);
     m_title->setFont(titleFont);
     m_text->setWordWrap(true);
-    m_text->setMaximumWidth(380);
     QPalette secondary = m_text->palette();
     QColor colour = secondary.color(QPalette::WindowText);
     colour.setAlphaF(0.6f);
@@ -33,11 +33,12 @@ EmptyStatePanel::EmptyStatePanel(QWidget *parent)
     connect(m_button, &QPushButton::clicked, this, &EmptyStatePanel::buttonClicked);
 
     auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(32, 24, 32, 24);
     layout->addStretch(1);
     layout->addWidget(m_symbolLabel, 0, Qt::AlignHCenter);
     layout->addSpacing(6);
     layout->addWidget(m_title, 0, Qt::AlignHCenter);
-    layout->addWidget(m_text, 0, Qt::AlignHCenter);
+    layout->addWidget(m_text);
     layout->addSpacing(8);
     layout->addWidget(m_button, 0, Qt::AlignHCenter);
     layout->addStretch(1);
@@ -50,6 +51,7 @@ void EmptyStatePanel::show(const QString &symbol, const QString &title, const QS
     QColor colour = palette().color(QPalette::WindowText);
     colour.setAlphaF(0.45f);
     m_symbolLabel->setPixmap(SymbolIcon::pixmap(symbol, colour, 44, devicePixelRatioF()));
+    m_symbolLabel->setVisible(SymbolTable::contains(symbol));
     m_title->setText(title);
     m_text->setText(text);
     m_text->setVisible(!text.isEmpty());

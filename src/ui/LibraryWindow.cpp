@@ -3,11 +3,16 @@
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "sync/LibrarySyncController.h"
+#include "ui/EditorSheet.h"
 #include "ui/InspectorPane.h"
 #include "ui/LibraryNavigation.h"
 #include "ui/OutcomeBanner.h"
 #include "ui/ShortcutCollectionView.h"
+#include "ui/ShortcutContextMenu.h"
+#include "ui/ShortcutDetailView.h"
 #include "ui/ShortcutIconView.h"
+#include "ui/SidebarView.h"
+#include "ui/TagEditor.h"
 #include "ui/WindowSettings.h"
 
 #include <QMessageBox>
@@ -69,6 +74,15 @@ LibraryWindow::LibraryWindow(ModelContext &context, LibraryNavigation &navigatio
     setCentralWidget(central);
     m_banner = new OutcomeBanner(runner, central);
 
+    setSidebar(new SidebarView(context, navigation));
+    auto *detail = new ShortcutDetailView(context, runner);
+    m_inspector->setDetailView(detail, [detail](ShortcutItem *item) { detail->setItem(item); });
+    m_collection->setContextMenuBuilder([this](QMenu *menu, ShortcutItem *item) {
+        ShortcutContextMenu::populate(
+            menu, item, {m_context, m_runner, m_navigation, [this](ShortcutItem *target) {
+                             m_collection->promptForInput(target);
+                         }});
+    });
     m_inspector->setItem(navigation.selectedShortcut());
     connect(&navigation, &LibraryNavigation::selectedShortcutChanged, m_inspector,
             &InspectorPane::setItem);

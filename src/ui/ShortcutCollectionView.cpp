@@ -3,6 +3,7 @@
 #include "model/LibraryQuery.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
+#include "shortcuts/SymbolTable.h"
 #include "sync/LibrarySyncController.h"
 #include "ui/EmptyStatePanel.h"
 #include "ui/LibraryNavigation.h"
@@ -104,8 +105,9 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
 
     m_search->setPlaceholderText(QStringLiteral("Search shortcuts, tags, notes"));
     m_search->setClearButtonEnabled(true);
-    m_search->addAction(SymbolIcon::icon(QStringLiteral("magnifyingglass")),
-                        QLineEdit::LeadingPosition);
+    if (SymbolTable::contains(QStringLiteral("magnifyingglass")))
+        m_search->addAction(SymbolIcon::icon(QStringLiteral("magnifyingglass")),
+                            QLineEdit::LeadingPosition);
     m_search->setMinimumWidth(160);
     m_search->setMaximumWidth(260);
     buildToolbar();
