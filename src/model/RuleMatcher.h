@@ -11,7 +11,8 @@ class ShortcutItem;
 struct SmartRuleSet;
 
 // A rule ready to test many items: the needle trimmed and lower-cased once, the date cutoff
-// taken from the given "now".
+// taken from the given "now". It remembers which folders and tags lie under its reference, so
+// it is meant for one evaluation pass: make a new one after records change.
 class RuleMatcher {
 public:
     RuleMatcher(const SmartRule &rule, const QDateTime &now);
