@@ -216,6 +216,9 @@ ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &ru
     m_returnKey->setObjectName(QStringLiteral("detailReturnKey"));
     for (QShortcut *key : {m_returnKey, m_enterKey})
         connect(key, &QShortcut::activated, this, &ShortcutDetailView::runShortcut);
+    // Only one of the two sees a given key press: the field's own signal covers a window that
+    // is not active, where window shortcuts do not fire.
+    connect(m_input, &QLineEdit::returnPressed, this, &ShortcutDetailView::runShortcut);
 
     // Organize.
     QVBoxLayout *organize =

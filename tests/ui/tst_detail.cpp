@@ -1,0 +1,368 @@
+#include "PaneTestSupport.h"
+#include "shortcuts/ShortcutRunner.h"
+#include "shortcuts/ShortcutsEventsBridge.h"
+#include "shortcuts/Workspace.h"
+#include "ui/LibraryNavigation.h"
+#include "ui/ShortcutContextMenu.h"
+#include "ui/ShortcutDetailView.h"
+#include "ui/TagChipFlow.h"
+#include "ui/TagEditor.h"
+
+#include <QClipboard>
+#include <QFormLayout>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMutex>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSemaphore>
+#include <QToolButton>
+
+namespace {
+// Holds each script until released and remembers what it was asked.
+class GatedHost final : public ScriptHost {
+public:
+    QSemaphore gate;
+    QMutex mutex;
+    QStringList scripts;
+    ScriptHostReply execute(const QString &script) override
+    {
+        {
+            QMutexLocker lock(&mutex);
+            scripts.append(script);
+        }
+        gate.acquire();
+        return ScriptHostReply::success(AppleEventDescriptor::null());
+    }
+};
+
+class RecordingWorkspace final : public Workspace {
+public:
+    QList<QUrl> opened;
+    bool openUrl(const QUrl &url) override
+    {
+        opened.append(url);
+        return true;
+    }
+    bool openFile(const QString &) override { return false; }
+    QImage applicationIcon(const QString &) override { return {}; }
+};
+} // namespace
+
+class TestDetail : public QObject {
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+    void headerNotes();
+    void notesAreKept();
+    void runArea();
+    void organize();
+    void detailRows();
+    void contextMenuEntries();
+    void contextMenuWrites();
+
+private:
+    ShortcutItem *addShortcut(const QString &name);
+    QString label(const QString &objectName) const
+    {
+        return m_detail->findChild<QLabel *>(objectName)->text();
+    }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<ModelContext> m_context;
+    std::shared_ptr<GatedHost> m_host;
+    std::unique_ptr<ShortcutsEventsBridge> m_bridge;
+    RecordingWorkspace m_workspace;
+    std::unique_ptr<ShortcutRunner> m_runner;
+    std::unique_ptr<LibraryNavigation> m_navigation;
+    std::unique_ptr<ShortcutDetailView> m_detail;
+    int m_next = 0;
+};
+
+void TestDetail::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    PaneTest::isolateSettings(*m_dir);
+    m_context = PaneTest::openStore(*m_dir);
+    QVERIFY(m_context);
+    m_host = std::make_shared<GatedHost>();
+    m_bridge = std::make_unique<ShortcutsEventsBridge>(m_host);
+    m_workspace.opened.clear();
+    m_runner = std::make_unique<ShortcutRunner>(m_bridge.get(), &m_workspace);
+    m_navigation = std::make_unique<LibraryNavigation>();
+    m_detail = std::make_unique<ShortcutDetailView>(*m_context, *m_runner);
+    m_detail->resize(360, 800);
+    m_detail->show();
+    m_detail->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_detail.get()));
+}
+
+void TestDetail::cleanup()
+{
+    m_host->gate.release(100); // never leave the shared queue blocked
+    QTRY_VERIFY(m_runner->runningIdentifiers().isEmpty());
+    m_detail.reset();
+    m_navigation.reset();
+    m_runner.reset();
+    m_context.reset();
+    m_dir.reset();
+}
+
+ShortcutItem *TestDetail::addShortcut(const QString &name)
+{
+    auto *item = m_context->insert(new ShortcutItem(QStringLiteral("ID-%1").arg(++m_next), name));
+    m_context->save();
+    return item;
+}
+
+void TestDetail::headerNotes()
+{
+    ShortcutItem *item = addShortcut(QStringLiteral("Resize"));
+    item->setActionCount(4);
+    m_detail->setItem(item);
+    QCOMPARE(label("detailName"), QStringLiteral("Resize"));
+    QCOMPARE(label("detailSubtitle"), QStringLiteral("4 actions"));
+    QVERIFY(m_detail->findChild<QWidget *>("detailMissingNote")->isHidden());
+    QVERIFY(m_detail->findChild<QWidget *>("detailPlaceholderNote")->isHidden());
+
+    item->setSubtitle(QStringLiteral("Makes images smaller"));
+    item->setIsMissing(true);
+    item->setIdentifier(QStringLiteral("name:Resize"));
+    PaneTest::settle();
+    QCOMPARE(label("detailSubtitle"), QStringLiteral("Makes images smaller"));
+    QVERIFY(!m_detail->findChild<QWidget *>("detailMissingNote")->isHidden());
+    QVERIFY(!m_detail->findChild<QWidget *>("detailPlaceholderNote")->isHidden());
+    // A later sync that links a real identifier removes the note.
+    item->setIdentifier(QStringLiteral("REAL-ID"));
+    PaneTest::settle();
+    QVERIFY(m_detail->findChild<QWidget *>("detailPlaceholderNote")->isHidden());
+}
+
+void TestDetail::notesAreKept()
+{
+    ShortcutItem *item = addShortcut(QStringLiteral("Journal"));
+    m_detail->setItem(item);
+    QPlainTextEdit *notes = m_detail->notesEditor();
+    notes->setFocus();
+    QTest::keyClicks(notes, QStringLiteral("Runs at 9"));
+    QTest::keyClick(notes, Qt::Key_Return); // a new line, not a run
+    QTest::keyClicks(notes, QStringLiteral("daily"));
+    QCOMPARE(item->notes(), QStringLiteral("Runs at 9\ndaily"));
+    QVERIFY(m_runner->runningIdentifiers().isEmpty());
+    QVERIFY(!m_context->hasChanges());
+    auto stored = PaneTest::openStore(*m_dir);
+    QCOMPARE(stored->shortcuts().first()->notes(), QStringLiteral("Runs at 9\ndaily"));
+
+    // A change from elsewhere shows up without losing what is typed in sync.
+    item->setNotes(QStringLiteral("From sync"));
+    PaneTest::settle();
+    QCOMPARE(notes->toPlainText(), QStringLiteral("From sync"));
+}
+
+void TestDetail::runArea()
+{
+    ShortcutItem *item = addShortcut(QStringLiteral("Translate"));
+    item->setAcceptsInput(true);
+    m_detail->setItem(item);
+    QVERIFY(!m_detail->inputField()->isHidden());
+    QCOMPARE(m_detail->inputField()->placeholderText(),
+             QStringLiteral("Input to pass to the shortcut (optional)"));
+    m_detail->inputField()->setFocus();
+    QTest::keyClicks(m_detail->inputField(), QStringLiteral("bonjour"));
+    // Return in the input field runs it: the window's default action.
+    QTest::keyClick(m_detail->inputField(), Qt::Key_Return);
+    QTRY_VERIFY(m_runner->isRunning(item->identifier()));
+    QVERIFY(m_detail->isShowingSpinner());
+    QCOMPARE(item->runCount(), qint64(1));
+    QTRY_COMPARE(m_host->scripts.size(), 1);
+    QCOMPARE(m_host->scripts.first(), ShortcutsEventsBridge::runByIdentifierScript(
+                                          item->identifier(), QStringLiteral("bonjour")));
+    m_host->gate.release();
+    QTRY_VERIFY(!m_runner->isRunning(item->identifier()));
+    QVERIFY(!m_detail->isShowingSpinner());
+    QCOMPARE(m_detail->inputField()->text(), QStringLiteral("bonjour"));
+
+    // Once it no longer accepts input, the typed text is not passed.
+    item->setAcceptsInput(false);
+    PaneTest::settle();
+    QVERIFY(m_detail->inputField()->isHidden());
+    m_detail->runButton()->click();
+    QTRY_COMPARE(m_host->scripts.size(), 2);
+    QCOMPARE(m_host->scripts.last(),
+             ShortcutsEventsBridge::runByIdentifierScript(item->identifier(), std::nullopt));
+    m_host->gate.release();
+
+    m_detail->findChild<QPushButton *>("detailOpenButton")->click();
+    QCOMPARE(m_workspace.opened, QList<QUrl>{ShortcutRunner::openShortcutURL("Translate")});
+}
+
+void TestDetail::organize()
+{
+    auto *a = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
+    auto *b = m_context->insert(new LibraryFolder(QStringLiteral("Clients"), a));
+    auto *c = m_context->insert(new LibraryFolder(QStringLiteral("Acme"), b));
+    auto *red = m_context->insert(new Tag(QStringLiteral("Red"), QString()));
+    auto *blue = m_context->insert(new Tag(QStringLiteral("Blue"), QString()));
+    ShortcutItem *item = addShortcut(QStringLiteral("Invoice"));
+    m_detail->setItem(item);
+    QCOMPARE(m_detail->folderButton()->text(), QStringLiteral("None"));
+
+    // The folder menu files the shortcut; the button shows the path.
+    QMenu *folderMenu = m_detail->folderButton()->menu();
+    emit folderMenu->aboutToShow();
+    QCOMPARE(PaneTest::actionTexts(folderMenu),
+             (QStringList{"None", "Work", "    Clients", "        Acme"}));
+    TRIGGER(folderMenu, QStringLiteral("folder:") + c->uuid());
+    PaneTest::settle();
+    QCOMPARE(item->folder(), c);
+    QCOMPARE(m_detail->folderButton()->text(), QStringLiteral("Work › Clients › Acme"));
+
+    // Add Tag lists the tags the shortcut lacks, then New Tag….
+    QMenu *addMenu = m_detail->addTagButton()->menu();
+    emit addMenu->aboutToShow();
+    QCOMPARE(PaneTest::actionTexts(addMenu), (QStringList{"Blue", "Red", "-", "New Tag…"}));
+    TRIGGER(addMenu, QStringLiteral("addTag:") + red->uuid());
+    TRIGGER(addMenu, QStringLiteral("addTag:") + blue->uuid());
+    PaneTest::settle();
+    QCOMPARE(m_detail->tagFlow()->tags(), (QList<Tag *>{blue, red}));
+    emit addMenu->aboutToShow();
+    QCOMPARE(PaneTest::actionTexts(addMenu), (QStringList{"-", "New Tag…"}));
+
+    // A chip's remove control takes the tag off.
+    auto *chip = m_detail->tagFlow()->findChildren<TagChip *>().first();
+    QCOMPARE(chip->tag(), blue);
+    chip->findChild<QToolButton *>("tagChipRemove")->click();
+    PaneTest::settle();
+    QCOMPARE(item->tags(), QList<Tag *>{red});
+
+    // New Tag… creates the tag and puts it on this shortcut.
+    emit addMenu->aboutToShow();
+    TRIGGER(addMenu, "newTag");
+    TagEditor *editor = m_detail->tagEditor();
+    QVERIFY(editor);
+    QCOMPARE(editor->applyTo(), item);
+    editor->nameField()->setText(QStringLiteral("Billing"));
+    editor->saveButton()->click();
+    PaneTest::settle();
+    QCOMPARE(item->sortedTags().first()->name(), QStringLiteral("Billing"));
+    auto stored = PaneTest::openStore(*m_dir);
+    QCOMPARE(stored->shortcuts().first()->tags().size(), 2);
+    QCOMPARE(stored->shortcuts().first()->folder()->name(), QStringLiteral("Acme"));
+}
+
+void TestDetail::detailRows()
+{
+    ShortcutItem *item = addShortcut(QStringLiteral("Clock"));
+    const QDateTime seen(QDate(2024, 3, 5), QTime(9, 41), Qt::LocalTime);
+    item->setFirstSeenAt(seen);
+    item->setLastChangedAt(seen);
+    item->setActionCount(3);
+    item->setColorHex(QStringLiteral("#FF8000"));
+    m_detail->setItem(item);
+    using Rows = QList<QPair<QString, QString>>;
+    const QString date = ShortcutDetailView::formatDate(seen);
+    QVERIFY(date.contains(QStringLiteral("2024")));
+    QCOMPARE(m_detail->detailRows(), (Rows{{"Shortcuts Folder", "None"},
+                                           {"Added to Library", date},
+                                           {"Accepts Input", "No"},
+                                           {"Actions", "3"},
+                                           {"Color", "#FF8000"},
+                                           {"Last Changed", date},
+                                           {"Last Run", "Never"},
+                                           {"Run Count", "0"},
+                                           {"Identifier", item->identifier()}}));
+
+    item->setNativeCreatedAt(seen.addDays(-1));
+    item->setNativeModifiedAt(seen.addDays(1));
+    item->setLastRunAt(seen);
+    item->setNativeFolderName(QStringLiteral("Utilities"));
+    PaneTest::settle();
+    const Rows rows = m_detail->detailRows();
+    QCOMPARE(rows.at(0).second, QStringLiteral("Utilities"));
+    QCOMPARE(rows.at(5), (QPair<QString, QString>{
+                             "Created", ShortcutDetailView::formatDate(seen.addDays(-1))}));
+    QCOMPARE(rows.at(6).first, QStringLiteral("Last Modified"));
+    QCOMPARE(rows.at(7), (QPair<QString, QString>{"Last Run", date}));
+}
+
+void TestDetail::contextMenuEntries()
+{
+    ShortcutItem *item = addShortcut(QStringLiteral("Backup"));
+    QList<ShortcutItem *> askedForInput;
+    const ShortcutContextMenu::Services services{*m_context, *m_runner, *m_navigation,
+                                                 [&](ShortcutItem *i) { askedForInput.append(i); }};
+    QMenu menu;
+    ShortcutContextMenu::populate(&menu, item, services);
+    QCOMPARE(PaneTest::actionTexts(&menu),
+             (QStringList{"Run", "Run with Input…", "-", "Add to Favorites", "Move to Folder",
+                          "Tags", "-", "Open in Shortcuts", "Copy Name"}));
+    QCOMPARE(PaneTest::actionTexts(PaneTest::findMenu(&menu, "tagsMenu")),
+             QStringList{"No tags yet"});
+    QVERIFY(!PaneTest::findAction(&menu, "noTags")->isEnabled());
+    TRIGGER(&menu, "runWithInput");
+    QCOMPARE(askedForInput, QList<ShortcutItem *>{item});
+
+    // Missing shortcuts can be removed from the library; the selection lets go first.
+    item->setIsMissing(true);
+    item->setIsFavorite(true);
+    QMenu missing;
+    ShortcutContextMenu::populate(&missing, item, services);
+    QCOMPARE(PaneTest::actionTexts(&missing).mid(3, 1), QStringList{"Remove from Favorites"});
+    QCOMPARE(PaneTest::actionTexts(&missing).mid(9), (QStringList{"-", "Remove from Library"}));
+    m_navigation->setSelectedShortcut(item);
+    TRIGGER(&missing, "removeFromLibrary");
+    QCOMPARE(m_navigation->selectedShortcut(), nullptr);
+    QVERIFY(item->isDeleted());
+    QCOMPARE(PaneTest::openStore(*m_dir)->shortcuts().size(), 0);
+}
+
+void TestDetail::contextMenuWrites()
+{
+    auto *folder = m_context->insert(new LibraryFolder(QStringLiteral("Inbox")));
+    auto *parentTag = m_context->insert(new Tag(QStringLiteral("Home"), QString()));
+    auto *childTag = m_context->insert(new Tag(QStringLiteral("Kitchen"), QString(), parentTag));
+    ShortcutItem *item = addShortcut(QStringLiteral("Grocery List"));
+    const ShortcutContextMenu::Services services{*m_context, *m_runner, *m_navigation, {}};
+    const auto menuFor = [&] {
+        auto menu = std::make_unique<QMenu>();
+        ShortcutContextMenu::populate(menu.get(), item, services);
+        return menu;
+    };
+
+    auto menu = menuFor();
+    QCOMPARE(PaneTest::actionTexts(PaneTest::findMenu(menu.get(), "tagsMenu")),
+             (QStringList{"Home", "    Kitchen"}));
+    TRIGGER(menu.get(), QStringLiteral("tag:") + childTag->uuid());
+    QCOMPARE(item->tags(), QList<Tag *>{childTag});
+    menu = menuFor();
+    QVERIFY(
+        PaneTest::findAction(menu.get(), QStringLiteral("tag:") + childTag->uuid())->isChecked());
+    TRIGGER(menu.get(), QStringLiteral("tag:") + childTag->uuid());
+    QVERIFY(item->tags().isEmpty());
+
+    menu = menuFor();
+    TRIGGER(menu.get(), QStringLiteral("folder:") + folder->uuid());
+    QCOMPARE(item->folder(), folder);
+    menu = menuFor();
+    TRIGGER(menu.get(), "folderNone");
+    QCOMPARE(item->folder(), nullptr);
+    TRIGGER(menu.get(), "toggleFavorite");
+    QVERIFY(item->isFavorite());
+
+    QGuiApplication::clipboard()->setText(QStringLiteral("something else"));
+    TRIGGER(menu.get(), "copyName");
+    QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("Grocery List"));
+
+    TRIGGER(menu.get(), "run");
+    QTRY_VERIFY(m_runner->isRunning(item->identifier()));
+    QCOMPARE(item->runCount(), qint64(1));
+    TRIGGER(menu.get(), "openInShortcuts");
+    QCOMPARE(m_workspace.opened.size(), 1);
+    QVERIFY(!m_context->hasChanges());
+    QVERIFY(PaneTest::openStore(*m_dir)->shortcuts().first()->isFavorite());
+}
+
+QTEST_MAIN(TestDetail)
+#include "tst_detail.moc"
