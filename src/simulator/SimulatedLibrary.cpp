@@ -8,6 +8,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSaveFile>
+#include <QSet>
 
 static void initSimulatorResources()
 {
@@ -112,6 +113,7 @@ std::optional<SimulatedLibrary> SimulatedLibrary::fromJson(const QByteArray &jso
     if (!shortcutsValue.isUndefined() && !shortcutsValue.isArray())
         return fail(QStringLiteral("\"shortcuts\" must be a list"));
     const QJsonArray list = shortcutsValue.toArray();
+    QSet<QString> identifiers; // a scan per entry made large libraries quadratic
     for (qsizetype i = 0; i < list.size(); ++i) {
         const QString where = QStringLiteral("shortcut %1").arg(i + 1);
         if (!list.at(i).isObject())
@@ -124,8 +126,9 @@ std::optional<SimulatedLibrary> SimulatedLibrary::fromJson(const QByteArray &jso
             return fail(where + QStringLiteral(" has no \"identifier\""));
         if (s.name.isEmpty())
             return fail(where + QStringLiteral(" has no \"name\""));
-        if (library.shortcutWithIdentifier(s.identifier))
+        if (identifiers.contains(s.identifier))
             return fail(where + QStringLiteral(" repeats the identifier ") + s.identifier);
+        identifiers.insert(s.identifier);
         const QString named = QStringLiteral("shortcut \"%1\"").arg(s.name);
         s.subtitle = o.value(QLatin1String("subtitle")).toString();
         const auto color = colorValue(o.value(QLatin1String("color")));

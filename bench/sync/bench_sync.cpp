@@ -1,0 +1,150 @@
+// Full sync of 10,000 shortcuts through the simulated Shortcuts Events (list script, reply
+// decoding, merge, save) into an empty store, then again unchanged; each beside raw SQLite
+// inserting 10,000 rows of the same width in one transaction, measured in the same run.
+#include "model/LibraryStoreContainer.h"
+#include "model/ModelContext.h"
+#include "shortcuts/ShortcutsEventsBridge.h"
+#include "simulator/SimulatedLibrary.h"
+#include "simulator/SimulatedShortcutsEvents.h"
+#include "sync/LibrarySyncController.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <cstdio>
+#include <sqlite3.h>
+
+namespace {
+constexpr int shortcutCount = 10000;
+
+double ms(const QElapsedTimer &t)
+{
+    return t.nsecsElapsed() / 1e6;
+}
+
+double rawInsert(const QString &path)
+{
+    sqlite3 *db = nullptr;
+    sqlite3_open(path.toUtf8().constData(), &db);
+    sqlite3_exec(db,
+                 "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;"
+                 "CREATE TABLE items (id INTEGER PRIMARY KEY, identifier TEXT, name TEXT, "
+                 "subtitle TEXT, native_folder_name TEXT, color_hex TEXT, top TEXT, bottom TEXT,"
+                 "library_order INTEGER, action_count INTEGER, notes TEXT, folder_id INTEGER,"
+                 "created REAL, changed REAL, seen REAL, run_count INTEGER, a INTEGER, b INTEGER,"
+                 "c INTEGER, d TEXT, e TEXT, f REAL, g REAL, h REAL, has_icon INTEGER);",
+                 nullptr, nullptr, nullptr);
+    QElapsedTimer t;
+    t.start();
+    sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+    sqlite3_stmt *item = nullptr;
+    sqlite3_prepare_v2(
+        db, "INSERT INTO items VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)", -1,
+        &item, nullptr);
+    for (int i = 0; i < shortcutCount; ++i) {
+        const QByteArray identifier = QByteArray::number(i).rightJustified(36, '0');
+        const QByteArray name = "Shortcut " + QByteArray::number(i);
+        sqlite3_bind_int64(item, 1, i + 1);
+        sqlite3_bind_text(item, 2, identifier.constData(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_text(item, 3, name.constData(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_text(item, 4, "3 actions", -1, SQLITE_STATIC);
+        sqlite3_bind_text(item, 5, "Folder 3", -1, SQLITE_STATIC);
+        for (int c = 6; c <= 8; ++c)
+            sqlite3_bind_text(item, c, "#FF9500", -1, SQLITE_STATIC);
+        for (int c = 9; c <= 25; ++c)
+            sqlite3_bind_int64(item, c, i);
+        sqlite3_step(item);
+        sqlite3_reset(item);
+    }
+    sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    const double elapsed = ms(t);
+    sqlite3_finalize(item);
+    sqlite3_close(db);
+    return elapsed;
+}
+
+SimulatedLibrary makeLibrary()
+{
+    SimulatedLibrary library;
+    for (int f = 0; f < 12; ++f)
+        library.folders.append(QStringLiteral("Folder %1").arg(f));
+    for (int i = 0; i < shortcutCount; ++i) {
+        SimulatedShortcut s;
+        s.identifier = QStringLiteral("%1-0000-4000-8000-000000000000")
+                           .arg(i, 8, 16, QLatin1Char('0'))
+                           .toUpper();
+        s.name = QStringLiteral("Shortcut %1").arg(i);
+        s.subtitle = QStringLiteral("%1 actions").arg(i % 30);
+        s.color = QColor::fromRgb(0xFF9500 + i % 7);
+        s.acceptsInput = i % 3 == 0;
+        s.actionCount = i % 30 + 1;
+        s.folder = i % 4 ? QStringLiteral("Folder %1").arg(i % 12) : QString();
+        s.glyph = QStringLiteral("star");
+        s.iconTop = Qt::red;
+        s.iconBottom = Qt::blue;
+        library.shortcuts.append(s);
+    }
+    return library;
+}
+
+// One full sync without the icon queue and the database pass that follow it.
+QCoro::Task<double> timedSync(LibrarySyncController &controller, ShortcutsEventsBridge &bridge,
+                              SyncSummary *summary)
+{
+    QElapsedTimer t;
+    t.start();
+    auto listing = bridge.listShortcuts();
+    auto listed = co_await listing;
+    if (!listed)
+        co_return -1.0;
+    const double listedAt = ms(t);
+    QString error;
+    const auto merged = controller.merge(listed.value(), &error);
+    std::printf("  (listing and decoding %.1f ms, merge and save %.1f ms)\n", listedAt,
+                ms(t) - listedAt);
+    if (!merged)
+        co_return -1.0;
+    *summary = *merged;
+    co_return ms(t);
+}
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QTemporaryDir dir;
+    const QString libraryPath = dir.filePath(QStringLiteral("library.json"));
+    if (!makeLibrary().save(libraryPath)) {
+        std::fprintf(stderr, "cannot write the library\n");
+        return 1;
+    }
+    QString error;
+    auto context = LibraryStoreContainer::open(dir.filePath(QStringLiteral("data")), &error);
+    if (!context) {
+        std::fprintf(stderr, "cannot open the store: %s\n", qPrintable(error));
+        return 1;
+    }
+    QSettings settings(dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
+    ShortcutsEventsBridge bridge(std::make_shared<SimulatedShortcutsEvents>(libraryPath));
+    LibrarySyncController controller(*context, bridge, settings);
+
+    SyncSummary first, second;
+    const double firstRaw = rawInsert(dir.filePath(QStringLiteral("raw1.sqlite")));
+    const double firstSync = QCoro::waitFor(timedSync(controller, bridge, &first));
+    const double secondRaw = rawInsert(dir.filePath(QStringLiteral("raw2.sqlite")));
+    const double secondSync = QCoro::waitFor(timedSync(controller, bridge, &second));
+    if (firstSync < 0 || secondSync < 0 || first.added != shortcutCount || second.added != 0) {
+        std::fprintf(stderr, "sync failed\n");
+        return 1;
+    }
+    std::printf("first sync of %d shortcuts: %.1f ms; raw SQLite insert: %.1f ms; ratio %.2f "
+                "(target <= 3)\n",
+                shortcutCount, firstSync, firstRaw, firstSync / firstRaw);
+    std::printf("unchanged re-sync:          %.1f ms; raw SQLite insert: %.1f ms; ratio %.2f "
+                "(target <= 1.5)\n",
+                secondSync, secondRaw, secondSync / secondRaw);
+    std::printf("summaries: \"%s\" then \"%s\"\n", qPrintable(first.text()),
+                qPrintable(second.text()));
+    return 0;
+}
