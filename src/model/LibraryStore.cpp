@@ -5,6 +5,8 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QTimeZone>
+#include <algorithm>
+#include <cmath>
 #include <sqlite3.h>
 
 namespace {
@@ -61,6 +63,10 @@ double toSeconds(const QDateTime &d)
 
 QDateTime fromSeconds(double s)
 {
+    // A damaged or foreign file may hold any number here (even infinity); beyond ±300,000 years
+    // the conversion to milliseconds would overflow.
+    constexpr double limit = 1e13;
+    s = std::isnan(s) ? 0.0 : std::clamp(s, -limit, limit);
     return QDateTime::fromMSecsSinceEpoch(qRound64(s * 1000.0), Qt::UTC);
 }
 
