@@ -1,0 +1,115 @@
+#pragma once
+
+#include "../common/AwaitTask.h"
+#include "model/AppSettings.h"
+#include "model/ModelContext.h"
+#include "shortcuts/ShortcutRunner.h"
+#include "shortcuts/ShortcutsEventsBridge.h"
+#include "simulator/SimulatedLibrary.h"
+#include "simulator/SimulatedShortcutsEvents.h"
+#include "sync/LibrarySyncController.h"
+#include "ui/LibraryNavigation.h"
+#include "ui/LibraryWindow.h"
+#include "ui/WindowSettings.h"
+
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+// The real library window over an in-memory store, settings in a temporary directory and a
+// simulated Shortcuts app whose library file the test writes.
+struct WindowFixture {
+    QTemporaryDir dir;
+    QString libraryPath = dir.filePath(QStringLiteral("library.json"));
+    SimulatedLibrary library;
+    std::unique_ptr<ModelContext> context;
+    std::shared_ptr<SimulatedShortcutsEvents> host;
+    std::unique_ptr<ShortcutsEventsBridge> bridge;
+    std::unique_ptr<LibraryNavigation> navigation;
+    std::unique_ptr<ShortcutRunner> runner;
+    std::unique_ptr<LibrarySyncController> syncer;
+    std::unique_ptr<LibraryWindow> window;
+
+    explicit WindowFixture(bool syncOnLaunch = false)
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        AppSettings::useDataDirectory(dir.path());
+        WindowSettings::shared().setSyncOnLaunch(syncOnLaunch);
+        context = std::make_unique<ModelContext>();
+        host = std::make_shared<SimulatedShortcutsEvents>(libraryPath);
+        bridge = std::make_unique<ShortcutsEventsBridge>(host);
+        navigation = std::make_unique<LibraryNavigation>();
+        runner = std::make_unique<ShortcutRunner>(bridge.get());
+        syncer = std::make_unique<LibrarySyncController>(*context, *bridge, AppSettings::store());
+        syncer->setDatabaseRowsLoader([]() -> QCoro::Task<std::optional<ShortcutsDatabase::Rows>> {
+            co_return std::nullopt;
+        });
+        publish();
+    }
+    ~WindowFixture()
+    {
+        window.reset();
+        syncer.reset();
+    }
+
+    LibraryWindow &open()
+    {
+        window = std::make_unique<LibraryWindow>(*context, *navigation, *runner, *syncer);
+        window->show();
+        return *window;
+    }
+
+    SimulatedShortcut &add(const QString &identifier, const QString &name)
+    {
+        SimulatedShortcut s;
+        s.identifier = identifier;
+        s.name = name;
+        s.glyph = QStringLiteral("star");
+        s.iconTop = QColor(QStringLiteral("#FF3B30"));
+        s.iconBottom = QColor(QStringLiteral("#FF9500"));
+        library.shortcuts.append(s);
+        return library.shortcuts.last();
+    }
+    void publish() { QVERIFY(library.save(libraryPath)); }
+    void sync()
+    {
+        awaitTask([](LibrarySyncController &c) -> QCoro::Task<bool> {
+            co_await c.sync();
+            co_return true;
+        }(*syncer));
+    }
+
+    // A record straight in the context (no sync).
+    ShortcutItem *insert(const QString &name, qint64 order = 0)
+    {
+        auto *item = context->insert(new ShortcutItem(QStringLiteral("ID-") + name, name));
+        item->setLibraryOrder(order);
+        return item;
+    }
+    ShortcutItem *item(const QString &name) const
+    {
+        for (ShortcutItem *i : context->shortcuts())
+            if (i->name() == name)
+                return i;
+        return nullptr;
+    }
+};
+
+// Lets the context's coalesced announcement and the collection's refresh run.
+inline void settle()
+{
+    for (int i = 0; i < 3; ++i) {
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+    }
+}
+
+#define TRIGGER_ACTION(action)                                                                     \
+    do {                                                                                           \
+        QAction *action_ = (action);                                                               \
+        QVERIFY2(action_, "missing action");                                                       \
+        QVERIFY2(action_->isEnabled(),                                                             \
+                 qPrintable(QStringLiteral("disabled: ") + action_->objectName()));                \
+        action_->trigger();                                                                        \
+    } while (false)

@@ -1,0 +1,387 @@
+#include "WindowTestSupport.h"
+#include "app/AppUpdater.h"
+#include "app/LibraryCommands.h"
+#include "app/SettingsDialog.h"
+#include "model/LibraryFolder.h"
+#include "model/SmartList.h"
+#include "model/SmartRuleSet.h"
+#include "ui/EmptyStatePanel.h"
+#include "ui/InspectorPane.h"
+#include "ui/OutcomeBanner.h"
+#include "ui/ShortcutCollectionView.h"
+#include "ui/ShortcutGridView.h"
+#include "ui/ShortcutListModel.h"
+
+#include <QAbstractItemModelTester>
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QToolButton>
+
+namespace {
+QStringList names(const ShortcutListModel *model)
+{
+    QStringList out;
+    for (const ShortcutItem *item : model->items())
+        out.append(item->name());
+    return out;
+}
+
+QAction *namedAction(QObject *root, const QString &name)
+{
+    return root->findChild<QAction *>(name);
+}
+} // namespace
+
+class WindowTest : public QObject {
+    Q_OBJECT
+private slots:
+    void sectionsFillTheCollection();
+    void searchNarrowsAndEmptyStates();
+    void sortMenuOrdersAndLabels();
+    void doubleClickRunsAndBannerReports();
+    void bannerTimingAndClose();
+    void syncErrorRaisesAlertOnce();
+    void settingsTogglesPersist();
+    void menuCommandsEnableAsWritten();
+    void inspectorAndFavoriteButton();
+    void callbackUrlReachesRunner();
+};
+
+void WindowTest::sectionsFillTheCollection()
+{
+    WindowFixture f;
+    ShortcutItem *a = f.insert(QStringLiteral("Alpha"), 1);
+    ShortcutItem *b = f.insert(QStringLiteral("Beta"), 2);
+    ShortcutItem *c = f.insert(QStringLiteral("Gamma"), 3);
+    a->setIsFavorite(true);
+    c->setIsMissing(true);
+    auto *folder = f.context->insert(new LibraryFolder(QStringLiteral("Work"), nullptr));
+    b->setFolder(folder);
+    LibraryWindow &window = f.open();
+    ShortcutCollectionView *collection = window.collection();
+    QAbstractItemModelTester tester(collection->model(),
+                                    QAbstractItemModelTester::FailureReportingMode::QtTest);
+    settle();
+
+    QCOMPARE(collection->title(), QStringLiteral("All Shortcuts"));
+    QCOMPARE(names(collection->model()), (QStringList{"Alpha", "Beta"}));
+    QCOMPARE(collection->subtitle(), QStringLiteral("2 shortcuts"));
+
+    const struct {
+        LibrarySection section;
+        QString title;
+        QStringList items;
+    } cases[] = {
+        {LibrarySection::favorites(), "Favorites", {"Alpha"}},
+        {LibrarySection::missing(), "Missing from Shortcuts", {"Gamma"}},
+        {LibrarySection::unfiled(), "Not in a Folder", {"Alpha"}},
+        {LibrarySection::folder(folder->uuid()), "Work", {"Beta"}},
+        {LibrarySection::folder(QStringLiteral("gone")), "Folder", {}},
+        {LibrarySection::recent(), "Recently Run", {}},
+    };
+    for (const auto &c : cases) {
+        f.navigation->setSection(c.section);
+        QCOMPARE(collection->title(), c.title);
+        QCOMPARE(names(collection->model()), c.items);
+        QCOMPARE(collection->isShowingEmptyState(), c.items.isEmpty());
+    }
+    QCOMPARE(collection->subtitle(), QStringLiteral("0 shortcuts"));
+    QCOMPARE(collection->emptyState()->title(), QStringLiteral("Nothing Here"));
+    QCOMPARE(collection->emptyState()->text(), QStringLiteral("No shortcuts in this view."));
+    f.navigation->setSection(LibrarySection::favorites());
+    QCOMPARE(collection->subtitle(), QStringLiteral("1 shortcut"));
+    // Absent means all.
+    f.navigation->setSection(std::nullopt);
+    QCOMPARE(collection->title(), QStringLiteral("All Shortcuts"));
+
+    // A record edit reaches the open section without a reset.
+    QSignalSpy resets(collection->model(), &QAbstractItemModel::modelReset);
+    b->setIsFavorite(true);
+    f.navigation->setSection(LibrarySection::favorites());
+    resets.clear();
+    b->setIsFavorite(false);
+    settle();
+    QCOMPARE(names(collection->model()), (QStringList{"Alpha"}));
+    QCOMPARE(resets.count(), 0);
+}
+
+void WindowTest::searchNarrowsAndEmptyStates()
+{
+    {
+        WindowFixture empty;
+        LibraryWindow &window = empty.open();
+        settle();
+        QCOMPARE(window.collection()->emptyState()->title(), QStringLiteral("No Shortcuts Yet"));
+        QVERIFY(window.collection()->emptyState()->button()->isVisibleTo(window.collection()));
+        QCOMPARE(window.collection()->emptyState()->button()->text(),
+                 QStringLiteral("Sync with Shortcuts"));
+    }
+    WindowFixture f;
+    f.insert(QStringLiteral("Mail Digest"), 1);
+    f.insert(QStringLiteral("Backup"), 2)->setNotes(QStringLiteral("nightly MAIL copy"));
+    f.insert(QStringLiteral("Timer"), 3)->setSubtitle(QStringLiteral("mail"));
+    LibraryWindow &window = f.open();
+    ShortcutCollectionView *collection = window.collection();
+    QAbstractItemModelTester tester(collection->model(),
+                                    QAbstractItemModelTester::FailureReportingMode::QtTest);
+    settle();
+    QCOMPARE(collection->searchField()->placeholderText(),
+             QStringLiteral("Search shortcuts, tags, notes"));
+    QTest::keyClicks(collection->searchField(), QStringLiteral(" mail "));
+    QCOMPARE(names(collection->model()), (QStringList{"Mail Digest", "Backup"}));
+    collection->searchField()->clear();
+    QCOMPARE(collection->model()->rowCount(), 3);
+    QTest::keyClicks(collection->searchField(), QStringLiteral("zzz"));
+    QVERIFY(collection->isShowingEmptyState());
+    QCOMPARE(collection->emptyState()->title(), QStringLiteral("No Results for “zzz”"));
+}
+
+void WindowTest::sortMenuOrdersAndLabels()
+{
+    WindowFixture f;
+    ShortcutItem *b = f.insert(QStringLiteral("Bravo"), 1);
+    ShortcutItem *a = f.insert(QStringLiteral("alpha"), 2);
+    ShortcutItem *c = f.insert(QStringLiteral("Charlie"), 3);
+    b->setRunCount(5);
+    a->setRunCount(1);
+    c->setRunCount(9);
+    auto *list = f.context->insert(new SmartList(QStringLiteral("Busy"), [] {
+        SmartRuleSet rules;
+        rules.sort = ShortcutSort::runCount;
+        rules.ascending = false;
+        return rules;
+    }()));
+    LibraryWindow &window = f.open();
+    ShortcutCollectionView *collection = window.collection();
+    settle();
+    QAction *ascending = namedAction(collection, QStringLiteral("sortAscending"));
+    QAction *descending = namedAction(collection, QStringLiteral("sortDescending"));
+    QCOMPARE(ascending->text(), QStringLiteral("As in Shortcuts"));
+    QCOMPARE(descending->text(), QStringLiteral("Reversed"));
+    QCOMPARE(names(collection->model()), (QStringList{"Bravo", "alpha", "Charlie"}));
+
+    collection->view()->setSelectedItem(a);
+    f.navigation->setSelectedShortcut(a);
+    TRIGGER_ACTION(namedAction(collection, QStringLiteral("sortBy_name")));
+    QCOMPARE(names(collection->model()), (QStringList{"alpha", "Bravo", "Charlie"}));
+    QCOMPARE(ascending->text(), QStringLiteral("A to Z"));
+    QCOMPARE(descending->text(), QStringLiteral("Z to A"));
+    QCOMPARE(collection->view()->selectedItem(), a); // the selection follows its record
+    TRIGGER_ACTION(descending);
+    QCOMPARE(names(collection->model()), (QStringList{"Charlie", "Bravo", "alpha"}));
+    TRIGGER_ACTION(namedAction(collection, QStringLiteral("sortBy_runCount")));
+    QCOMPARE(ascending->text(), QStringLiteral("Oldest First"));
+    QCOMPARE(descending->text(), QStringLiteral("Newest First"));
+    TRIGGER_ACTION(ascending);
+    QCOMPARE(names(collection->model()), (QStringList{"alpha", "Bravo", "Charlie"}));
+    QCOMPARE(AppSettings::store().value("sortKey").toString(), QStringLiteral("runCount"));
+
+    // Moving to a smart list adopts its sort.
+    TRIGGER_ACTION(namedAction(collection, QStringLiteral("sortBy_name")));
+    f.navigation->setSection(LibrarySection::smartList(list->uuid()));
+    QVERIFY(namedAction(collection, QStringLiteral("sortBy_runCount"))->isChecked());
+    QVERIFY(descending->isChecked());
+    QCOMPARE(descending->text(), QStringLiteral("Newest First"));
+    QCOMPARE(names(collection->model()), (QStringList{"Charlie", "Bravo", "alpha"}));
+}
+
+void WindowTest::doubleClickRunsAndBannerReports()
+{
+    WindowFixture f;
+    f.add(QStringLiteral("S1"), QStringLiteral("Greeter")).run.outputs = {QStringLiteral("Hi")};
+    f.add(QStringLiteral("S2"), QStringLiteral("Other"));
+    f.publish();
+    LibraryWindow &window = f.open();
+    f.sync();
+    settle();
+    ShortcutGridView *view = window.collection()->view();
+    QTRY_COMPARE(view->listModel()->rowCount(), 2);
+    ShortcutItem *greeter = f.item(QStringLiteral("Greeter"));
+    ShortcutItem *other = f.item(QStringLiteral("Other"));
+    f.navigation->setSelectedShortcut(other);
+
+    const QPoint centre = view->visualRect(view->listModel()->indexOf(greeter)).center();
+    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, centre);
+    QTRY_VERIFY(f.runner->latestOutcome().has_value());
+    QCOMPARE(greeter->runCount(), 1);
+    QTRY_VERIFY(!window.banner()->visibleID().isNull());
+    QCOMPARE(window.banner()->titleText(), QStringLiteral("Ran Greeter"));
+    QCOMPARE(window.banner()->detailText(), QStringLiteral("Hi"));
+    QTest::qWait(QApplication::doubleClickInterval() + 50);
+    QCOMPARE(f.navigation->selectedShortcut(), other); // the double-click did not select
+
+    // Switched off: nothing runs, a single click still selects.
+    WindowSettings::shared().setDoubleClickRuns(false);
+    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, centre);
+    QTest::qWait(QApplication::doubleClickInterval() + 50);
+    QCOMPARE(greeter->runCount(), 1);
+    QCOMPARE(f.navigation->selectedShortcut(), other);
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, centre);
+    QTRY_COMPARE(f.navigation->selectedShortcut(), greeter);
+    QCOMPARE(view->selectedItem(), greeter);
+}
+
+void WindowTest::bannerTimingAndClose()
+{
+    WindowFixture f;
+    LibraryWindow &window = f.open();
+    OutcomeBanner *banner = window.banner();
+    QVERIFY(banner->visibleID().isNull());
+    f.runner->handleCallbackURL(QUrl(QStringLiteral("thimblecraft://run-error?name=Backup")));
+    const QUuid first = banner->visibleID();
+    QVERIFY(!first.isNull());
+    QCOMPARE(banner->titleText(), QStringLiteral("Backup failed"));
+    QCOMPARE(banner->detailText(), QStringLiteral("The shortcut reported an error."));
+    QVERIFY(banner->hideTimer().isActive());
+    QCOMPARE(banner->hideTimer().interval(), 6000);
+    QTest::qWait(50);
+    f.runner->handleCallbackURL(QUrl(QStringLiteral("thimblecraft://run-success?name=Next")));
+    QVERIFY(banner->visibleID() != first);
+    QVERIFY(banner->hideTimer().remainingTime() > 5900); // restarted by the new outcome
+    QCOMPARE(banner->titleText(), QStringLiteral("Ran Next"));
+
+    QTest::mouseClick(banner->closeButton(), Qt::LeftButton);
+    QVERIFY(banner->visibleID().isNull());
+    QTRY_VERIFY(!banner->isVisible());
+    f.runner->handleCallbackURL(QUrl(QStringLiteral("thimblecraft://run-success?name=Again")));
+    QVERIFY(!banner->visibleID().isNull());
+    QTRY_VERIFY(banner->isVisible());
+    // The timer's end hides it.
+    banner->hideTimer().setInterval(10);
+    f.runner->handleCallbackURL(QUrl(QStringLiteral("thimblecraft://run-success?name=Last")));
+    QTRY_VERIFY(banner->visibleID().isNull());
+}
+
+void WindowTest::syncErrorRaisesAlertOnce()
+{
+    WindowFixture f;
+    f.library.switches.running = false;
+    f.publish();
+    LibraryWindow &window = f.open();
+    f.sync();
+    QVERIFY(!f.syncer->lastError().isEmpty());
+    QTRY_VERIFY(window.syncFailedAlert());
+    QMessageBox *alert = window.syncFailedAlert();
+    QCOMPARE(alert->windowTitle(), QStringLiteral("Sync Failed"));
+    QCOMPARE(alert->text(), f.syncer->lastError());
+    alert->button(QMessageBox::Ok)->click();
+    QVERIFY(f.syncer->lastError().isEmpty());
+    QTRY_VERIFY(!window.syncFailedAlert());
+    settle();
+    QVERIFY(!window.syncFailedAlert());
+}
+
+void WindowTest::settingsTogglesPersist()
+{
+    WindowFixture f;
+    AppUpdater updater;
+    {
+        SettingsDialog dialog(updater);
+        QCOMPARE(dialog.syncOnLaunch()->text(),
+                 QStringLiteral("Sync with Shortcuts when Thimblecraft opens"));
+        QVERIFY(dialog.doubleClickRuns()->isChecked());
+        QVERIFY(dialog.includeSubfolders()->isChecked());
+        dialog.doubleClickRuns()->click();
+        dialog.includeSubfolders()->click();
+        dialog.syncOnLaunch()->click();
+        dialog.automaticUpdates()->setChecked(false);
+    }
+    QSettings reread(f.dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
+    QCOMPARE(reread.value("doubleClickRuns").toBool(), false);
+    QCOMPARE(reread.value("includeSubfolders").toBool(), false);
+    QCOMPARE(reread.value("syncOnLaunch").toBool(), true); // the fixture had turned it off
+    QCOMPARE(reread.value(AppUpdater::automaticChecksKey).toBool(), false);
+    SettingsDialog again(updater);
+    QVERIFY(!again.doubleClickRuns()->isChecked());
+    QVERIFY(!again.includeSubfolders()->isChecked());
+    QVERIFY(again.syncOnLaunch()->isChecked());
+    QVERIFY(!again.automaticUpdates()->isChecked());
+}
+
+void WindowTest::menuCommandsEnableAsWritten()
+{
+    WindowFixture f;
+    f.add(QStringLiteral("S1"), QStringLiteral("Greeter"));
+    f.publish();
+    LibraryWindow &window = f.open();
+    AppUpdater updater;
+    LibraryCommands commands(window, updater);
+    QStringList file;
+    for (const QAction *action : commands.fileMenu()->actions())
+        file.append(action->isSeparator() ? QStringLiteral("-") : action->text());
+    QCOMPARE(file, (QStringList{"Sync with Shortcuts", "Run Selected Shortcut", "-",
+                                "Install Helper Shortcut…", "Run Helper Shortcut (Icons & Dates)",
+                                "Retry Icons from Shortcuts Events", "-",
+                                "Link Shortcuts Database for App Icons…"}));
+    QCOMPARE(commands.sync()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_R));
+    QCOMPARE(commands.runSelected()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Return));
+    QVERIFY(commands.sync()->isEnabled());
+    QVERIFY(!commands.runSelected()->isEnabled());
+    QVERIFY(!commands.checkForUpdates()->isEnabled()); // no feed configured
+    updater.setFeedURL(QUrl(QStringLiteral("https://updates.example.org/appcast.xml")));
+    QVERIFY(commands.checkForUpdates()->isEnabled());
+    updater.setFeedURL(QUrl(QStringLiteral("http://updates.example.org/appcast.xml")));
+    QVERIFY(!commands.checkForUpdates()->isEnabled()); // plain http only to this machine
+
+    TRIGGER_ACTION(commands.sync());
+    QTRY_COMPARE(f.context->shortcuts().size(), 1);
+    QTRY_VERIFY(!f.syncer->phase().isSyncing());
+    f.navigation->setSelectedShortcut(f.item(QStringLiteral("Greeter")));
+    QVERIFY(commands.runSelected()->isEnabled());
+    QApplication::setActiveWindow(&window);
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QTest::keyClick(&window, Qt::Key_Return, Qt::ControlModifier);
+    QTRY_COMPARE(f.item(QStringLiteral("Greeter"))->runCount(), 1);
+    f.navigation->setSelectedShortcut(nullptr);
+    QVERIFY(!commands.runSelected()->isEnabled());
+}
+
+void WindowTest::inspectorAndFavoriteButton()
+{
+    WindowFixture f;
+    ShortcutItem *a = f.insert(QStringLiteral("Alpha"), 1);
+    QVERIFY(!AppSettings::store().contains("showInspector"));
+    LibraryWindow &window = f.open();
+    QVERIFY(!window.inspector()->isVisible());
+    QAction *details = namedAction(window.collection(), QStringLiteral("detailsAction"));
+    TRIGGER_ACTION(details);
+    QVERIFY(window.inspector()->isVisible());
+    QCOMPARE(AppSettings::store().value("showInspector").toBool(), true);
+    QVERIFY(window.inspector()->isShowingEmptyState());
+    QCOMPARE(window.inspector()->emptyState()->title(), QStringLiteral("No Shortcut Selected"));
+    QVERIFY(LibraryNavigation().showInspector()); // the next launch restores it
+
+    QAction *favorite = namedAction(window.collection(), QStringLiteral("favoriteAction"));
+    QVERIFY(!favorite->isEnabled());
+    QCOMPARE(favorite->toolTip(), QStringLiteral("Add to Favorites"));
+    f.navigation->setSelectedShortcut(a);
+    QVERIFY(!window.inspector()->isShowingEmptyState());
+    TRIGGER_ACTION(favorite);
+    QVERIFY(a->isFavorite());
+    QCOMPARE(favorite->toolTip(), QStringLiteral("Remove from Favorites"));
+
+    // Deleting the selected record clears the selection and the inspector.
+    f.context->deleteRecord(a);
+    settle();
+    QCOMPARE(f.navigation->selectedShortcut(), nullptr);
+    QVERIFY(window.inspector()->isShowingEmptyState());
+    QVERIFY(!favorite->isEnabled());
+}
+
+void WindowTest::callbackUrlReachesRunner()
+{
+    WindowFixture f;
+    LibraryWindow &window = f.open();
+    window.openURL(
+        QUrl(QStringLiteral("thimblecraft://run-success?name=Morning%20Routine&result=ok")));
+    QVERIFY(f.runner->latestOutcome().has_value());
+    QCOMPARE(f.runner->latestOutcome()->shortcutName, QStringLiteral("Morning Routine"));
+    QCOMPARE(f.runner->latestOutcome()->output, std::optional<QString>(QStringLiteral("ok")));
+}
+
+QTEST_MAIN(WindowTest)
+#include "tst_window.moc"
