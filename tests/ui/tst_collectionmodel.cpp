@@ -1,0 +1,156 @@
+#include "model/ModelContext.h"
+#include "ui/FlowLayout.h"
+#include "ui/RelativeDate.h"
+#include "ui/ShortcutListModel.h"
+#include "ui/ShortcutPainter.h"
+#include "ui/ShortcutRoles.h"
+
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTest>
+#include <QWidget>
+
+// The collection's model moves rows in place, keeps persistent indexes on their records, and
+// the painting and layout helpers follow their rules.
+class CollectionModelTest : public QObject {
+    Q_OBJECT
+private slots:
+    void updateReachesTargetKeepingIdentity();
+    void recordChangesAreTargeted();
+    void gradientRules();
+    void flowLayoutWraps();
+    void relativeDates_data();
+    void relativeDates();
+};
+
+void CollectionModelTest::updateReachesTargetKeepingIdentity()
+{
+    ModelContext context;
+    QList<ShortcutItem *> all;
+    for (int i = 0; i < 40; ++i)
+        all.append(context.insert(new ShortcutItem(QString::number(i), QString::number(i))));
+    ShortcutListModel model;
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    model.reset(all.mid(0, 20));
+    auto *random = QRandomGenerator::global();
+    for (int round = 0; round < 200; ++round) {
+        QList<ShortcutItem *> target;
+        for (ShortcutItem *item : all)
+            if (random->bounded(3) != 0)
+                target.append(item);
+        if (random->bounded(2))
+            std::shuffle(target.begin(), target.end(), *random);
+        QList<QPersistentModelIndex> held;
+        QList<ShortcutItem *> heldItems;
+        for (int row = 0; row < model.rowCount(); row += 3) {
+            held.append(model.index(row));
+            heldItems.append(model.itemAt(row));
+        }
+        model.update(target);
+        QCOMPARE(model.items(), target);
+        for (qsizetype i = 0; i < held.size(); ++i) {
+            const int expected = int(target.indexOf(heldItems.at(i)));
+            QCOMPARE(held.at(i).isValid() ? held.at(i).row() : -1, expected);
+        }
+        for (int row = 0; row < model.rowCount(); ++row)
+            QCOMPARE(model.rowOf(target.at(row)), row);
+    }
+}
+
+void CollectionModelTest::recordChangesAreTargeted()
+{
+    ModelContext context;
+    QList<ShortcutItem *> items;
+    for (int i = 0; i < 10; ++i)
+        items.append(context.insert(new ShortcutItem(QString::number(i), QString::number(i))));
+    ShortcutListModel model;
+    model.reset(items);
+    QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+    const quint64 before = model.revision(items.at(3));
+    model.recordsChanged({items.at(3), items.at(4), items.at(8)});
+    QCOMPARE(changed.count(), 2); // rows 3-4 and row 8
+    QCOMPARE(changed.at(0).at(0).toModelIndex().row(), 3);
+    QCOMPARE(changed.at(0).at(1).toModelIndex().row(), 4);
+    QCOMPARE(changed.at(1).at(0).toModelIndex().row(), 8);
+    QVERIFY(model.revision(items.at(3)) != before);
+    changed.clear();
+    model.setRunningIdentifiers({QStringLiteral("5")});
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(changed.at(0).at(0).toModelIndex().row(), 5);
+    QVERIFY(model.index(5).data(ShortcutRoles::isRunning).toBool());
+}
+
+void CollectionModelTest::gradientRules()
+{
+    ShortcutItem item(QStringLiteral("a"), QStringLiteral("A"));
+    // No colour: grey-blue, lightened on top and darkened below.
+    auto g = ShortcutPainter::gradient(item);
+    QCOMPARE(g.top,
+             QColor::fromRgbF(0.45f + 0.55f * 0.12f, 0.45f + 0.55f * 0.12f, 0.5f + 0.5f * 0.12f));
+    QCOMPARE(g.bottom, QColor::fromRgbF(0.45f * 0.86f, 0.45f * 0.86f, 0.5f * 0.86f));
+    item.setColorHex(QStringLiteral("#FF0000"));
+    item.setIconTopHex(QStringLiteral("#000000"));
+    item.setIconBottomHex(QStringLiteral("#FFFFFF"));
+    g = ShortcutPainter::gradient(item); // both icon colours win over the shortcut's colour
+    QCOMPARE(g.top, QColor::fromRgbF(0.12f, 0.12f, 0.12f));
+    QCOMPARE(g.bottom, QColor::fromRgbF(1, 1, 1));
+    item.setIconBottomHex(QString());
+    g = ShortcutPainter::gradient(item);
+    QCOMPARE(g.bottom, QColor::fromRgbF(0.86f, 0, 0));
+    QCOMPARE(ShortcutPainter::fallbackSymbol(item), QStringLiteral("square.2.layers.3d.fill"));
+    item.setIsMissing(true);
+    QCOMPARE(ShortcutPainter::fallbackSymbol(item), QStringLiteral("questionmark"));
+}
+
+void CollectionModelTest::flowLayoutWraps()
+{
+    QWidget host;
+    auto *layout = new FlowLayout(&host, 6);
+    QList<QWidget *> chips;
+    for (int i = 0; i < 10; ++i) {
+        auto *chip = new QWidget(&host);
+        chip->setFixedSize(i == 9 ? 400 : 70, 20);
+        layout->addWidget(chip);
+        chips.append(chip);
+    }
+    layout->setGeometry(QRect(0, 0, 300, 500));
+    // 70 + 6 per chip: four to a row in 300 points.
+    QCOMPARE(chips.at(3)->geometry().topLeft(), QPoint(228, 0));
+    QCOMPARE(chips.at(4)->geometry().topLeft(), QPoint(0, 26)); // rows 6 apart
+    // A chip wider than the pane sits alone at the start of its own row.
+    QCOMPARE(chips.at(9)->geometry().topLeft(), QPoint(0, 78));
+    QCOMPARE(layout->heightForWidth(300), 98);
+    QCOMPARE(layout->sizeHint().height(), layout->heightForWidth(400));
+}
+
+void CollectionModelTest::relativeDates_data()
+{
+    QTest::addColumn<qint64>("secondsAgo");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("now") << qint64(0) << "now";
+    QTest::newRow("seconds") << qint64(30) << "30 seconds ago";
+    QTest::newRow("minutes") << qint64(5 * 60) << "5 minutes ago";
+    QTest::newRow("hour") << qint64(3600) << "1 hour ago";
+    QTest::newRow("yesterday") << qint64(26 * 3600) << "yesterday";
+    QTest::newRow("days") << qint64(3 * 86400) << "3 days ago";
+    QTest::newRow("last week") << qint64(8 * 86400) << "last week";
+    QTest::newRow("weeks") << qint64(15 * 86400) << "2 weeks ago";
+    QTest::newRow("future") << qint64(-2 * 3600 - 5) << "in 2 hours";
+}
+
+void CollectionModelTest::relativeDates()
+{
+    QFETCH(qint64, secondsAgo);
+    QFETCH(QString, text);
+    const QDateTime now(QDate(2024, 3, 20), QTime(12, 0));
+    QCOMPARE(RelativeDate::named(now.addSecs(-secondsAgo), now), text);
+    QCOMPARE(RelativeDate::named(QDate(2024, 1, 10).startOfDay(), now),
+             QStringLiteral("2 months ago"));
+    QCOMPARE(RelativeDate::named(QDate(2023, 2, 10).startOfDay(), now),
+             QStringLiteral("last year"));
+}
+
+QTEST_MAIN(CollectionModelTest)
+#include "tst_collectionmodel.moc"
