@@ -113,7 +113,7 @@ int AppUpdater::compareVersions(const QString &a, const QString &b)
     qsizetype suffixB = 0;
     const QVersionNumber va = QVersionNumber::fromString(a, &suffixA);
     const QVersionNumber vb = QVersionNumber::fromString(b, &suffixB);
-    if (const int c = QVersionNumber::compare(va, vb))
+    if (const int c = QVersionNumber::compare(va.normalized(), vb.normalized()))
         return c < 0 ? -1 : 1;
     // 1.2 beats 1.2b1: a version with a suffix comes before the plain one.
     const QString restA = a.mid(suffixA);
