@@ -227,10 +227,9 @@ ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &ru
     organizeForm->setLabelAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     organizeForm->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     organize->addLayout(organizeForm);
-    m_folderButton = new QToolButton(content);
+    m_folderButton = new QPushButton(content);
     m_folderButton->setObjectName(QStringLiteral("detailFolderButton"));
-    m_folderButton->setPopupMode(QToolButton::InstantPopup);
-    m_folderButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    m_folderButton->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     auto *folderMenu = new QMenu(m_folderButton);
     folderMenu->setObjectName(QStringLiteral("detailFolderMenu"));
     connect(folderMenu, &QMenu::aboutToShow, this, [this, folderMenu] {
@@ -250,6 +249,7 @@ ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &ru
     m_addTag->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_addTag->setPopupMode(QToolButton::InstantPopup);
     m_addTag->setAutoRaise(true);
+    m_addTag->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }"));
     auto *addTagMenu = new QMenu(m_addTag);
     addTagMenu->setObjectName(QStringLiteral("detailAddTagMenu"));
     connect(addTagMenu, &QMenu::aboutToShow, this, [this, addTagMenu] {
@@ -271,6 +271,7 @@ ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &ru
     m_notes->setObjectName(QStringLiteral("detailNotes"));
     m_notes->setFrameShape(QFrame::NoFrame);
     m_notes->setMinimumHeight(90);
+    m_notes->setMaximumHeight(160);
     m_notes->setTabChangesFocus(true);
     notes->addWidget(m_notes);
     connect(m_notes, &QPlainTextEdit::textChanged, this, &ShortcutDetailView::notesEdited);
@@ -312,8 +313,11 @@ QString ShortcutDetailView::formatDate(const QDateTime &date)
 {
     const QLocale locale;
     const QDateTime local = date.toLocalTime();
+    // The locale's short time, without seconds even where its short format carries them.
+    QString timeFormat = locale.timeFormat(QLocale::ShortFormat);
+    timeFormat.remove(QStringLiteral(":ss")).remove(QStringLiteral(".ss"));
     return locale.toString(local.date(), QStringLiteral("MMM d, yyyy")) + QStringLiteral(" at ") +
-           locale.toString(local.time(), QLocale::ShortFormat);
+           locale.toString(local.time(), timeFormat);
 }
 
 QString ShortcutDetailView::folderTitle() const

@@ -51,7 +51,7 @@ public:
 
     QLineEdit *inputField() const { return m_input; }
     QPushButton *runButton() const { return m_run; }
-    QToolButton *folderButton() const { return m_folderButton; }
+    QPushButton *folderButton() const { return m_folderButton; }
     TagChipFlow *tagFlow() const { return m_tags; }
     QToolButton *addTagButton() const { return m_addTag; }
     QPlainTextEdit *notesEditor() const { return m_notes; }
@@ -83,7 +83,7 @@ private:
     QPushButton *m_open = nullptr;
     QShortcut *m_returnKey = nullptr;
     QShortcut *m_enterKey = nullptr;
-    QToolButton *m_folderButton = nullptr;
+    QPushButton *m_folderButton = nullptr;
     TagChipFlow *m_tags = nullptr;
     QToolButton *m_addTag = nullptr;
     QPlainTextEdit *m_notes = nullptr;

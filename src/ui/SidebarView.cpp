@@ -121,6 +121,7 @@ SidebarView::SidebarView(ModelContext &context, LibraryNavigation &navigation, Q
     m_newButton->setAutoRaise(true);
     m_newButton->setPopupMode(QToolButton::InstantPopup);
     m_newButton->setMenu(m_newMenu);
+    m_newButton->setStyleSheet(QStringLiteral("QToolButton::menu-indicator { image: none; }"));
     bar->addWidget(m_newButton);
     layout->addLayout(bar);
 

@@ -68,3 +68,18 @@ inline void settle()
         QVERIFY2(action_->isEnabled(), qPrintable(QStringLiteral("disabled: ") + (name)));         \
         action_->trigger();                                                                        \
     } while (false)
+
+namespace PaneTest {
+// With THIMBLECRAFT_SCREENSHOT_DIR set, saves a picture of the widget there (for looking at the
+// panes by eye); always checks that the widget renders.
+inline bool saveLook(QWidget *widget, const QString &fileName)
+{
+    widget->ensurePolished();
+    QCoreApplication::processEvents();
+    const QPixmap picture = widget->grab();
+    if (picture.isNull())
+        return false;
+    const QString dir = qEnvironmentVariable("THIMBLECRAFT_SCREENSHOT_DIR");
+    return dir.isEmpty() || picture.save(dir + u'/' + fileName);
+}
+} // namespace PaneTest

@@ -62,6 +62,7 @@ private slots:
     void detailRows();
     void contextMenuEntries();
     void contextMenuWrites();
+    void look();
 
 private:
     ShortcutItem *addShortcut(const QString &name);
@@ -362,6 +363,32 @@ void TestDetail::contextMenuWrites()
     QCOMPARE(m_workspace.opened.size(), 1);
     QVERIFY(!m_context->hasChanges());
     QVERIFY(PaneTest::openStore(*m_dir)->shortcuts().first()->isFavorite());
+}
+
+void TestDetail::look()
+{
+    auto *work = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
+    auto *clients = m_context->insert(new LibraryFolder(QStringLiteral("Clients"), work));
+    ShortcutItem *item = addShortcut(QStringLiteral("Translate Selection"));
+    item->setSubtitle(QStringLiteral("Translates the text you pass in"));
+    item->setColorHex(QStringLiteral("#5874CA"));
+    item->setAcceptsInput(true);
+    item->setActionCount(6);
+    item->setNativeFolderName(QStringLiteral("Writing"));
+    item->setRunCount(12);
+    item->setLastRunAt(QDateTime(QDate(2024, 6, 2), QTime(8, 15)));
+    item->setNativeCreatedAt(QDateTime(QDate(2023, 11, 20), QTime(17, 2)));
+    item->setNotes(QStringLiteral("Set the target language in the first action."));
+    item->setFolder(clients);
+    for (const auto &[name, hex] :
+         {std::pair{"Language", "#57CFB4"}, {"Daily", "#F8AE5F"}, {"Work", "#5874CA"}})
+        item->addTag(m_context->insert(new Tag(QString::fromUtf8(name), QString::fromUtf8(hex))));
+    m_context->insert(new Tag(QStringLiteral("Ideas"), QStringLiteral("#C085E6")));
+    m_context->save();
+    m_detail->setItem(item);
+    m_detail->resize(380, 900);
+    PaneTest::settle();
+    QVERIFY(PaneTest::saveLook(m_detail.get(), QStringLiteral("detail.png")));
 }
 
 QTEST_MAIN(TestDetail)

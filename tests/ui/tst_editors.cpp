@@ -28,6 +28,7 @@ private slots:
     void ruleRowControls();
     void ruleRowKeepsOperands();
     void smartListSave();
+    void look();
 
 private:
     ShortcutItem *addShortcut(const QString &name);
@@ -368,6 +369,43 @@ void TestEditors::smartListSave()
     delete editor;
     auto stored = PaneTest::openStore(*m_dir);
     QVERIFY(SmartRuleSet::decodedIfValid(stored->smartLists().first()->rulesData()));
+}
+
+void TestEditors::look()
+{
+    auto *work = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
+    m_context->insert(new LibraryFolder(QStringLiteral("Clients"), work));
+    auto *home = m_context->insert(new Tag(QStringLiteral("Home"), QStringLiteral("#53CD6B")));
+    for (const QString &name : {QStringLiteral("Mail Digest"), QStringLiteral("Photo Backup"),
+                                QStringLiteral("Log Water")})
+        addShortcut(name);
+    m_context->save();
+
+    FolderEditor folder(*m_context, FolderEditTarget::makeNew(work));
+    folder.nameField()->setText(QStringLiteral("Reports"));
+    folder.symbolPicker()->setSymbol(QStringLiteral("doc.text"));
+    folder.show();
+    QVERIFY(PaneTest::saveLook(&folder, QStringLiteral("editor-folder.png")));
+
+    TagEditor tag(*m_context, TagEditTarget::edit(home));
+    tag.show();
+    QVERIFY(PaneTest::saveLook(&tag, QStringLiteral("editor-tag.png")));
+
+    SmartListEditor smart(*m_context, SmartListEditTarget::makeNew());
+    smart.nameField()->setText(QStringLiteral("Mail and Photos"));
+    smart.matchPicker()->setCurrentIndex(1);
+    QTest::keyClicks(smart.ruleRows().first()->findChild<QLineEdit *>(QStringLiteral("ruleText")),
+                     QStringLiteral("mail"));
+    smart.addRuleButton()->click();
+    SmartRuleRow *second = smart.ruleRows().last();
+    second->fieldPicker()->setCurrentIndex(
+        second->fieldPicker()->findText(QStringLiteral("Last Run")));
+    smart.addRuleButton()->click();
+    SmartRuleRow *third = smart.ruleRows().last();
+    third->fieldPicker()->setCurrentIndex(third->fieldPicker()->findText(QStringLiteral("Tag")));
+    smart.resize(640, 1000);
+    smart.show();
+    QVERIFY(PaneTest::saveLook(&smart, QStringLiteral("editor-smartlist.png")));
 }
 
 QTEST_MAIN(TestEditors)

@@ -37,6 +37,7 @@ private slots:
     void dropsOnFoldersAndTags();
     void selectionFollowsNavigation();
     void sheetsReplaceEachOther();
+    void look();
 
 private:
     ShortcutItem *addShortcut(const QString &name);
@@ -560,6 +561,61 @@ void TestSidebar::sheetsReplaceEachOther()
     QCOMPARE(m_sidebar->newButton()->toolTip(), QStringLiteral("New Smart List, Folder, or Tag"));
     QCOMPARE(PaneTest::actionTexts(m_sidebar->newMenu()),
              (QStringList{"New Smart List", "New Folder", "New Tag"}));
+}
+
+void TestSidebar::look()
+{
+    const QStringList names{"Morning Routine", "Resize Images", "Translate",     "Backup Photos",
+                            "Log Water",       "Start Timer",   "Meeting Notes", "Old Script"};
+    QList<ShortcutItem *> items;
+    for (const QString &name : names)
+        items.append(addShortcut(name));
+    auto *work = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
+    work->setSymbolName(QStringLiteral("briefcase"));
+    work->setColorHex(QStringLiteral("#5874CA"));
+    auto *clients = m_context->insert(new LibraryFolder(QStringLiteral("Clients"), work));
+    auto *reports = m_context->insert(new LibraryFolder(QStringLiteral("Reports"), clients));
+    reports->setSymbolName(QStringLiteral("doc.text"));
+    auto *home = m_context->insert(new LibraryFolder(QStringLiteral("Home")));
+    home->setSymbolName(QStringLiteral("house"));
+    home->setColorHex(QStringLiteral("#53CD6B"));
+    auto *media = m_context->insert(new LibraryFolder(QStringLiteral("Media")));
+    media->setSymbolName(QStringLiteral("photo"));
+    media->setColorHex(QStringLiteral("#F8AE5F"));
+    auto *errands =
+        m_context->insert(new Tag(QStringLiteral("Errands"), QStringLiteral("#FF8E73")));
+    auto *urgent =
+        m_context->insert(new Tag(QStringLiteral("Urgent"), QStringLiteral("#F36F74"), errands));
+    auto *daily = m_context->insert(new Tag(QStringLiteral("Daily"), QStringLiteral("#57CFB4")));
+    m_context->insert(new Tag(QStringLiteral("Ideas"), QStringLiteral("#C085E6")));
+    items[0]->setFolder(home);
+    items[1]->setFolder(media);
+    items[3]->setFolder(media);
+    items[6]->setFolder(reports);
+    items[2]->setFolder(clients);
+    items[0]->addTag(daily);
+    items[4]->addTag(daily);
+    items[5]->addTag(urgent);
+    items[6]->addTag(errands);
+    items[0]->setIsFavorite(true);
+    items[4]->setIsFavorite(true);
+    items[0]->setLastRunAt(QDateTime::currentDateTimeUtc());
+    items[7]->setIsMissing(true);
+    items[1]->setNativeFolderName(QStringLiteral("Photos"));
+    items[3]->setNativeFolderName(QStringLiteral("Photos"));
+    items[4]->setNativeFolderName(QStringLiteral("Health"));
+    SmartRuleSet rules;
+    rules.rules.first().field = SmartRule::Field::runCount;
+    auto *often = m_context->insert(new SmartList(QStringLiteral("Run Often"), rules));
+    often->setSymbolName(QStringLiteral("bolt"));
+    m_context->insert(new SmartList(QStringLiteral("Needs Notes"), SmartRuleSet()))
+        ->setSortOrder(1);
+    m_context->save();
+    PaneTest::settle();
+    m_sidebar->setShowNativeFolders(true);
+    m_navigation->setSection(LibrarySection::folder(clients->uuid()));
+    m_sidebar->resize(260, 860);
+    QVERIFY(PaneTest::saveLook(m_sidebar.get(), QStringLiteral("sidebar.png")));
 }
 
 QTEST_MAIN(TestSidebar)
