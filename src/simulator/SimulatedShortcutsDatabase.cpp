@@ -214,5 +214,23 @@ SimulatedShortcutsDatabase::entriesFor(const SimulatedLibrary &library)
 bool SimulatedShortcutsDatabase::updateForLibrary(const SimulatedLibrary &library,
                                                   const QString &libraryPath, QString *error)
 {
-    return writeIfChanged(folderFor(libraryPath), entriesFor(library), error);
+    // Scripts arrive by the thousand during an icon fetch; the library file's size and time
+    // say cheaply whether anything could have changed since the last write.
+    const QFileInfo info(libraryPath);
+    const QString folder = folderFor(libraryPath);
+    const QByteArray stamp = QByteArray::number(info.size()) + ':' +
+                             QByteArray::number(info.lastModified().toMSecsSinceEpoch());
+    static QMutex mutex;
+    static QHash<QString, QByteArray> stamps;
+    QMutexLocker lock(&mutex);
+    const QString key = info.absoluteFilePath();
+    if (info.exists() && stamps.value(key) == stamp &&
+        QFile::exists(QDir(folder).filePath(kDatabaseName)))
+        return true;
+    if (!writeIfChanged(folder, entriesFor(library), error)) {
+        stamps.remove(key);
+        return false;
+    }
+    stamps.insert(key, stamp);
+    return true;
 }

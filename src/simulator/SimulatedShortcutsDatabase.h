@@ -35,7 +35,8 @@ bool writeIfChanged(const QString &folder, const QList<Entry> &entries, QString 
 
 QList<Entry> entriesFor(const SimulatedLibrary &library);
 
-// Keeps the database next to a library file current with that library.
+// Keeps the database next to a library file current with that library; skipped while the
+// library file keeps the size and modification time it had at the last write.
 bool updateForLibrary(const SimulatedLibrary &library, const QString &libraryPath,
                       QString *error = nullptr);
 } // namespace SimulatedShortcutsDatabase

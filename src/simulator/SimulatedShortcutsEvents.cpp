@@ -3,6 +3,7 @@
 #include "shortcuts/ShortcutsEventsBridge.h"
 #include "simulator/SimulatedHelperShortcut.h"
 #include "simulator/SimulatedIconRenderer.h"
+#include "simulator/SimulatedShortcutsDatabase.h"
 
 #include <QThread>
 #include <algorithm>
@@ -144,6 +145,9 @@ ScriptHostReply SimulatedShortcutsEvents::execute(const QString &script)
     if (!library)
         return ScriptHostReply::failure(
             -2700, QStringLiteral("The simulated Shortcuts library can’t be read: ") + error);
+    // Shortcuts keeps its own database current with the library; a failed write only leaves
+    // the previous database in place.
+    SimulatedShortcutsDatabase::updateForLibrary(*library, m_libraryPath);
     return answer(*library, script);
 }
 

@@ -1,7 +1,9 @@
 #include "model/SqliteDatabase.h"
 #include "shortcuts/ShortcutsDatabase.h"
+#include "shortcuts/ShortcutsEventsBridge.h"
 #include "simulator/SimulatedLibrary.h"
 #include "simulator/SimulatedShortcutsDatabase.h"
+#include "simulator/SimulatedShortcutsEvents.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -17,6 +19,7 @@ private Q_SLOTS:
     void readBackByTheReader();
     void rewritesReplaceTheFileWhole();
     void sampleLibrary();
+    void keptCurrentByTheSimulatedApp();
 
 private:
     QTemporaryDir m_temp;
@@ -117,6 +120,34 @@ void TestSimulatedDatabase::sampleLibrary()
         QCOMPARE(rows.value(s.identifier).appBundleID.value_or(QString()), s.appBundleID);
         QCOMPARE(rows.value(s.identifier).userProvidedIcon, s.customIcon);
     }
+}
+
+void TestSimulatedDatabase::keptCurrentByTheSimulatedApp()
+{
+    QString error;
+    auto library = SimulatedLibrary::fromJson(SimulatedLibrary::sampleJson(), &error);
+    QVERIFY(library.has_value());
+    QTemporaryDir dir;
+    const QString libraryPath = dir.filePath("library.json");
+    QVERIFY(library->save(libraryPath, &error));
+    const QString folder = SimulatedShortcutsDatabase::folderFor(libraryPath);
+
+    SimulatedShortcutsEvents events(libraryPath);
+    QCOMPARE(events.execute(ShortcutsEventsBridge::listScript()).kind,
+             ScriptHostReply::Kind::reply);
+    QCOMPARE(ShortcutsDatabase::readRows(folder).size(), library->shortcuts.size());
+
+    // Editing the library file is seen by the next script.
+    library->shortcuts.first().appBundleID = "com.example.edited";
+    library->shortcuts.removeLast();
+    QTest::qWait(20); // a modification time the file system can tell apart
+    QVERIFY(library->save(libraryPath, &error));
+    QCOMPARE(events.execute(ShortcutsEventsBridge::listScript()).kind,
+             ScriptHostReply::Kind::reply);
+    const auto rows = ShortcutsDatabase::readRows(folder);
+    QCOMPARE(rows.size(), library->shortcuts.size());
+    QCOMPARE(rows.value(library->shortcuts.first().identifier).appBundleID,
+             std::optional<QString>("com.example.edited"));
 }
 
 QTEST_GUILESS_MAIN(TestSimulatedDatabase)
