@@ -64,6 +64,7 @@ OutcomeBanner::OutcomeBanner(ShortcutRunner &runner, QWidget *parent)
     layout->addWidget(m_close, 0, Qt::AlignTop);
 
     m_hideTimer.setSingleShot(true);
+    m_hideTimer.setTimerType(Qt::PreciseTimer);
     m_hideTimer.setInterval(visibleMilliseconds);
     connect(&m_hideTimer, &QTimer::timeout, this, [this] { setVisibleID({}); });
     m_slide->setDuration(380);
