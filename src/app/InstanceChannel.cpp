@@ -96,31 +96,22 @@ InstanceChannel::~InstanceChannel()
 bool InstanceChannel::listen(const QString &path, QString *error)
 {
     close();
+    // Ask first: listening replaces an existing socket file, live or not.
+    QLocalSocket probe;
+    probe.connectToServer(path);
+    if (probe.waitForConnected(1000)) {
+        if (error)
+            *error = QStringLiteral("another Thimblecraft instance is serving %1").arg(path);
+        return false;
+    }
+    QLocalServer::removeServer(path); // left behind by an instance that did not shut down
     auto *server = new QLocalServer(this);
     server->setSocketOptions(QLocalServer::UserAccessOption);
     if (!server->listen(path)) {
-        if (server->serverError() != QAbstractSocket::AddressInUseError) {
-            if (error)
-                *error = server->errorString();
-            delete server;
-            return false;
-        }
-        QLocalSocket probe;
-        probe.connectToServer(path);
-        if (probe.waitForConnected(1000)) {
-            if (error)
-                *error = QStringLiteral("another Thimblecraft instance is serving %1").arg(path);
-            delete server;
-            return false;
-        }
-        // Left behind by an instance that did not shut down.
-        QLocalServer::removeServer(path);
-        if (!server->listen(path)) {
-            if (error)
-                *error = server->errorString();
-            delete server;
-            return false;
-        }
+        if (error)
+            *error = server->errorString();
+        delete server;
+        return false;
     }
 #ifdef Q_OS_UNIX
     ::chmod(QFile::encodeName(server->fullServerName()).constData(), 0600);

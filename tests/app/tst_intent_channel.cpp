@@ -1,0 +1,233 @@
+// The instance channel and the intents' entry point, in-process and through the real program.
+#include "app/InstanceChannel.h"
+#include "simulator/SimulatedLibrary.h"
+
+#include <QDeadlineTimer>
+#include <QFileInfo>
+#include <QFuture>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLocalSocket>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QtConcurrent>
+#include <QtEndian>
+#include <sys/stat.h>
+
+namespace {
+QByteArray framed(const QByteArray &body, quint32 announced)
+{
+    QByteArray out(4, '\0');
+    qToBigEndian(announced, out.data());
+    return out + body;
+}
+
+// Sends raw bytes and reads the reply, from a worker thread while the server's loop runs.
+QJsonObject rawExchange(const QString &path, const QByteArray &bytes)
+{
+    QLocalSocket socket;
+    socket.connectToServer(path);
+    if (!socket.waitForConnected(2000))
+        return {};
+    socket.write(bytes);
+    socket.waitForBytesWritten(2000);
+    QByteArray reply;
+    while (socket.waitForReadyRead(3000))
+        reply += socket.readAll();
+    reply += socket.readAll();
+    return reply.size() > 4 ? QJsonDocument::fromJson(reply.mid(4)).object() : QJsonObject();
+}
+
+template<typename T> T await(QFuture<T> future)
+{
+    // The server answers on this thread's event loop while the client blocks on its own.
+    QDeadlineTimer deadline(10000);
+    while (!future.isFinished() && !deadline.hasExpired())
+        QTest::qWait(5);
+    return future.result();
+}
+} // namespace
+
+class TestIntentChannel : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_dir;
+
+private slots:
+    void permissions()
+    {
+        QString error;
+        const QString dir = InstanceChannel::socketDirectory(&error);
+        QVERIFY2(!dir.isEmpty(), qPrintable(error));
+        struct stat st {};
+        QCOMPARE(::lstat(QFile::encodeName(dir).constData(), &st), 0);
+        QCOMPARE(st.st_mode & 0777, 0700u);
+        QCOMPARE(st.st_uid, getuid());
+
+        // A folder someone loosened is made private again.
+        QCOMPARE(::chmod(QFile::encodeName(dir).constData(), 0755), 0);
+        QVERIFY(!InstanceChannel::socketDirectory().isEmpty());
+        ::lstat(QFile::encodeName(dir).constData(), &st);
+        QCOMPARE(st.st_mode & 0777, 0700u);
+
+        InstanceChannel channel;
+        const QString path = InstanceChannel::socketPath(m_dir.filePath("perm"));
+        QVERIFY(path.startsWith(dir));
+        QVERIFY(channel.listen(path, &error));
+        QCOMPARE(::stat(QFile::encodeName(path).constData(), &st), 0);
+        QVERIFY(S_ISSOCK(st.st_mode));
+        QCOMPARE(st.st_mode & 0077, 0u);
+
+        // A second instance for the same data directory is refused; a stale socket is replaced.
+        InstanceChannel second;
+        QVERIFY(!second.listen(path, &error));
+        channel.close();
+        QVERIFY(second.listen(path, &error));
+    }
+
+    // Bad requests get an error reply and never disturb the channel.
+    void hostileRequests()
+    {
+        InstanceChannel channel;
+        const QString path = InstanceChannel::socketPath(m_dir.filePath("hostile"));
+        QVERIFY(channel.listen(path));
+        int intents = 0;
+        channel.setIntentHandler([&intents](QString action, QStringList arguments)
+                                     -> QCoro::Task<InstanceChannel::Reply> {
+            ++intents;
+            co_return InstanceChannel::Reply{true, action + QLatin1Char(':') + arguments.join(',')};
+        });
+
+        const QByteArray huge(2 * 1024 * 1024, 'x');
+        QJsonObject reply = await(QtConcurrent::run(rawExchange, path, framed(huge, huge.size())));
+        QCOMPARE(reply.value("ok").toBool(true), false);
+        reply = await(QtConcurrent::run(rawExchange, path, framed({}, 0xFFFFFFFFu)));
+        QCOMPARE(reply.value("ok").toBool(true), false);
+        for (const QByteArray &garbage :
+             {QByteArray("not json"), QByteArray("[1,2]"), QByteArray("{\"kind\":\"intent\"}"),
+              QByteArray("{\"kind\":\"intent\",\"action\":\"x\",\"arguments\":[1]}"),
+              QByteArray("{\"kind\":\"teleport\"}"), QByteArray("{\"kind\":\"activate\"}")}) {
+            reply = await(QtConcurrent::run(rawExchange, path, framed(garbage, garbage.size())));
+            QVERIFY2(reply.contains("ok") && !reply.value("ok").toBool(), garbage.constData());
+        }
+        QCOMPARE(intents, 0);
+
+        const auto sent = await(QtConcurrent::run([path] {
+            return InstanceChannel::send(path,
+                                         InstanceChannel::intentRequest("import", {"--name", "N"}));
+        }));
+        QCOMPARE(sent.status, InstanceChannel::SendResult::Status::delivered);
+        QCOMPARE(sent.reply.text, QStringLiteral("import:--name,N"));
+
+        bool activated = false;
+        channel.setActivateHandler([&] { activated = true; });
+        QUrl opened;
+        channel.setUrlHandler([&](const QUrl &url) { opened = url; });
+        await(QtConcurrent::run([path] {
+            InstanceChannel::send(path, InstanceChannel::activateRequest());
+            return InstanceChannel::send(
+                path, InstanceChannel::openUrlRequest(QUrl("thimblecraft://run-success?name=A")));
+        }));
+        QVERIFY(activated);
+        QCOMPARE(opened.host(), QStringLiteral("run-success"));
+    }
+
+    // A client that connects and sends half a request neither blocks others nor stays forever.
+    void silentClient()
+    {
+        InstanceChannel channel;
+        channel.setReceiveTimeout(500);
+        const QString path = InstanceChannel::socketPath(m_dir.filePath("silent"));
+        QVERIFY(channel.listen(path));
+        channel.setIntentHandler(
+            [](QString action, QStringList) -> QCoro::Task<InstanceChannel::Reply> {
+                co_return InstanceChannel::Reply{true, action};
+            });
+        QLocalSocket silent;
+        silent.connectToServer(path);
+        QVERIFY(silent.waitForConnected(1000));
+        silent.write(QByteArray("\x00\x00", 2));
+        silent.flush();
+
+        QElapsedTimer timer;
+        timer.start();
+        const auto sent = await(QtConcurrent::run([path] {
+            return InstanceChannel::send(path, InstanceChannel::intentRequest("begin", {}));
+        }));
+        QCOMPARE(sent.reply.text, QStringLiteral("begin"));
+        QVERIFY(timer.elapsed() < 450);
+        QCOMPARE(silent.state(), QLocalSocket::ConnectedState);
+        QTRY_COMPARE_WITH_TIMEOUT(silent.state(), QLocalSocket::UnconnectedState, 3000);
+    }
+
+#ifdef THIMBLECRAFT_PATH
+    // Begin, Import and Finish through the program, which starts a background instance.
+    void intentsThroughProgram()
+    {
+        const QString data = m_dir.filePath("program-data");
+        const QString libraryPath = m_dir.filePath("library.json");
+        QVERIFY(SimulatedLibrary::ensureFile(libraryPath));
+        const QStringList common{"--data-dir",          data,       "--script-host", "simulator",
+                                 "--simulator-library", libraryPath};
+        auto run = [&](QStringList arguments, QByteArray *out = nullptr,
+                       QByteArray *err = nullptr) {
+            QProcess p;
+            p.start(QStringLiteral(THIMBLECRAFT_PATH), arguments + common);
+            if (!p.waitForFinished(60000))
+                return -1;
+            if (out)
+                *out = p.readAllStandardOutput();
+            if (err)
+                *err = p.readAllStandardError();
+            return p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+        };
+        QByteArray out, err;
+        QCOMPARE(run({"intent", "begin"}, &out), 0);
+        QCOMPARE(run({"intent", "import", "--name", "Morning", "--identifier", "ID-1", "--position",
+                      "3", "--created", "2021-03-04T05:06:07Z"},
+                     &out),
+                 0);
+        QCOMPARE(out, QByteArray("Morning\n"));
+        QCOMPARE(run({"intent", "import", "--identifier", "X"}, &out, &err), 2);
+        QCOMPARE(run({"intent", "finish"}, &out), 0);
+        QCOMPARE(out, QByteArray("1 shortcuts\n"));
+
+        // Hand the library back before reading it from another process.
+        const QString socket = InstanceChannel::socketPath(data);
+        QCOMPARE(InstanceChannel::send(socket, InstanceChannel::quitRequest()).reply.ok, true);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            InstanceChannel::send(socket, InstanceChannel::activateRequest()).status,
+            InstanceChannel::SendResult::Status::noInstance, 10000);
+        // The store is the running instance's alone until that process has gone.
+        QTRY_COMPARE_WITH_TIMEOUT(run({"list", "--json"}, &out, &err), 0, 10000);
+        const QJsonArray items = QJsonDocument::fromJson(out).array();
+        QCOMPARE(items.size(), 1);
+        QCOMPARE(items[0]["identifier"].toString(), QStringLiteral("ID-1"));
+        QCOMPARE(items[0]["libraryOrder"].toInt(), 2);
+        QCOMPARE(items[0]["nativeCreatedAt"].toString(),
+                 QStringLiteral("2021-03-04T05:06:07.000Z"));
+
+        // The headless sync, then a failing one.
+        QCOMPARE(run({"sync"}, &out, &err), 0);
+        QVERIFY2(out.endsWith(" new\n") || out.contains(" shortcuts"), out.constData());
+        QCOMPARE(run({"list", "--json"}, &out), 0);
+        const QJsonArray synced = QJsonDocument::fromJson(out).array();
+        QVERIFY(synced.size() > 1);
+        for (const QJsonValue &item : synced) {
+            // The imported shortcut the simulated app does not have is missing, not deleted.
+            const bool morning = item["identifier"].toString() == QLatin1String("ID-1");
+            QCOMPARE(item["isMissing"].toBool(), morning);
+            QCOMPARE(item["iconTopHex"].toString().isEmpty(), morning);
+        }
+        auto library = *SimulatedLibrary::load(libraryPath, nullptr);
+        library.switches.automationAllowed = false;
+        QVERIFY(library.save(libraryPath));
+        QCOMPARE(run({"sync"}, &out, &err), 1);
+        QVERIFY(out.isEmpty());
+        QVERIFY2(err.contains("Privacy & Security"), err.constData());
+    }
+#endif
+};
+
+QTEST_GUILESS_MAIN(TestIntentChannel)
+#include "tst_intent_channel.moc"
