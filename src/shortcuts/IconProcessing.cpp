@@ -114,12 +114,14 @@ std::optional<IconProcessing::Result> IconProcessing::process(const QByteArray &
         return std::nullopt;
 
     // Smooth scaling works on premultiplied ARGB32; the working raster is premultiplied RGBA.
-    QImage working = decoded.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    if (working.isNull())
-        return std::nullopt;
-    if (working.size() != QSize(kSize, kSize))
-        working = working.scaled(kSize, kSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    working.convertTo(QImage::Format_RGBA8888_Premultiplied);
+    QImage working;
+    if (decoded.size() == QSize(kSize, kSize)) {
+        working = decoded.convertToFormat(QImage::Format_RGBA8888_Premultiplied);
+    } else {
+        working = decoded.convertToFormat(QImage::Format_ARGB32_Premultiplied)
+                      .scaled(kSize, kSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        working.convertTo(QImage::Format_RGBA8888_Premultiplied);
+    }
     if (working.isNull() || working.size() != QSize(kSize, kSize))
         return std::nullopt;
 
