@@ -94,7 +94,8 @@ void AppUpdater::setChecking(bool checking)
 
 bool AppUpdater::automaticallyChecksForUpdates() const
 {
-    return AppSettings::store().value(QString::fromLatin1(automaticChecksKey), true).toBool();
+    // Off until the person turns it on: no network traffic they did not ask for.
+    return AppSettings::store().value(QString::fromLatin1(automaticChecksKey), false).toBool();
 }
 
 void AppUpdater::setAutomaticallyChecksForUpdates(bool on)

@@ -113,6 +113,7 @@ constexpr Entry kEntries[] = {
     {u"figure.run", 0xF46E},                    // run
     {u"safari.fill", 0xF18B},                   // compass
     {u"ruler.fill", 0xF46D},                    // ruler
+    {u"magnifyingglass", 0xF349},               // magnify
     {u"plus.magnifyingglass", 0xF34B},          // magnify-plus
 };
 

@@ -146,7 +146,9 @@ void UpdaterTest::automaticChecksAtMostDaily()
     FeedServer server(appcast({"1.0"}));
     AppUpdater updater;
     updater.setFeedURL(server.url());
-    QVERIFY(updater.automaticallyChecksForUpdates());
+    QVERIFY(!updater.automaticallyChecksForUpdates()); // off until turned on
+    QVERIFY(!updater.checkAutomaticallyIfDue());
+    updater.setAutomaticallyChecksForUpdates(true);
     QSignalSpy finished(&updater, &AppUpdater::checkFinished);
     QVERIFY(updater.checkAutomaticallyIfDue());
     QTRY_COMPARE(finished.count(), 1);
