@@ -14,7 +14,7 @@ if(TARGET thimblecraft)
       MACOSX_BUNDLE_SHORT_VERSION_STRING ${PROJECT_VERSION}
       MACOSX_BUNDLE_BUNDLE_VERSION ${PROJECT_VERSION}
       MACOSX_BUNDLE_INFO_PLIST ${CMAKE_SOURCE_DIR}/resources/macos/Info.plist.in)
-    file(GLOB helper_shortcuts ${CMAKE_SOURCE_DIR}/resources/*.shortcut)
+    file(GLOB helper_shortcuts ${CMAKE_SOURCE_DIR}/resources/helper/*.shortcut)
     if(helper_shortcuts)
       target_sources(thimblecraft PRIVATE ${helper_shortcuts})
       set_source_files_properties(${helper_shortcuts} PROPERTIES MACOSX_PACKAGE_LOCATION Resources)
@@ -30,7 +30,7 @@ if(NOT APPLE AND TARGET render_app_icon)
           DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
   install(FILES resources/linux/${THIMBLECRAFT_APP_ID}.metainfo.xml
           DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
-  file(GLOB helper_shortcuts ${CMAKE_SOURCE_DIR}/resources/*.shortcut)
+  file(GLOB helper_shortcuts ${CMAKE_SOURCE_DIR}/resources/helper/*.shortcut)
   if(helper_shortcuts)
     install(FILES ${helper_shortcuts} DESTINATION ${CMAKE_INSTALL_DATADIR}/thimblecraft)
   endif()
