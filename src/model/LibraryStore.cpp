@@ -122,6 +122,64 @@ QString schemaProblem(SqliteDatabase &db)
 
 } // namespace
 
+struct LibraryStore::Statements {
+    SqliteStatement upsertItem, seenItem, seenRange, upsertFolder, upsertTag, upsertSmart, putIcon,
+        dropIcon, dropItemTags, dropTagItems, putTag, dropItem, dropFolder, dropTag, dropSmart;
+};
+
+LibraryStore::LibraryStore() = default;
+LibraryStore::~LibraryStore() = default;
+
+bool LibraryStore::prepareStatements(QString *error)
+{
+    if (m_statements)
+        return true;
+    auto q = std::make_unique<Statements>();
+    q->upsertItem = m_db.prepare(
+        QStringLiteral("INSERT OR REPLACE INTO shortcut_items (%1) VALUES (%2)")
+            .arg(kItemColumns, QStringLiteral("?,").repeated(24) + QStringLiteral("?")));
+    // Every sync stamps every item it sees; an otherwise unchanged row gets only these.
+    q->seenItem = m_db.prepare(QStringLiteral(
+        "UPDATE shortcut_items SET library_order = ?, last_seen_at = ?, is_missing = ? "
+        "WHERE id = ?"));
+    q->seenRange = m_db.prepare(QStringLiteral(
+        "UPDATE shortcut_items SET last_seen_at = ?, is_missing = ? WHERE id BETWEEN ? AND ?"));
+    q->upsertFolder =
+        m_db.prepare(QStringLiteral("INSERT OR REPLACE INTO library_folders (id, uuid, name, "
+                                    "symbol_name, color_hex, sort_order, "
+                                    "created_at, parent_id) VALUES (?,?,?,?,?,?,?,?)"));
+    q->upsertTag =
+        m_db.prepare(QStringLiteral("INSERT OR REPLACE INTO tags (id, uuid, name, color_hex, "
+                                    "sort_order, created_at, parent_id) "
+                                    "VALUES (?,?,?,?,?,?,?)"));
+    q->upsertSmart = m_db.prepare(QStringLiteral(
+        "INSERT OR REPLACE INTO smart_lists (id, uuid, name, symbol_name, color_hex, sort_order, "
+        "created_at, rules_data) VALUES (?,?,?,?,?,?,?,?)"));
+    q->putIcon = m_db.prepare(
+        QStringLiteral("INSERT OR REPLACE INTO shortcut_icons (item_id, data) VALUES (?,?)"));
+    q->dropIcon = m_db.prepare(QStringLiteral("DELETE FROM shortcut_icons WHERE item_id = ?"));
+    q->dropItemTags = m_db.prepare(QStringLiteral("DELETE FROM shortcut_tags WHERE item_id = ?"));
+    q->dropTagItems = m_db.prepare(QStringLiteral("DELETE FROM shortcut_tags WHERE tag_id = ?"));
+    q->putTag = m_db.prepare(
+        QStringLiteral("INSERT OR IGNORE INTO shortcut_tags (item_id, tag_id) VALUES (?,?)"));
+    q->dropItem = m_db.prepare(QStringLiteral("DELETE FROM shortcut_items WHERE id = ?"));
+    q->dropFolder = m_db.prepare(QStringLiteral("DELETE FROM library_folders WHERE id = ?"));
+    q->dropTag = m_db.prepare(QStringLiteral("DELETE FROM tags WHERE id = ?"));
+    q->dropSmart = m_db.prepare(QStringLiteral("DELETE FROM smart_lists WHERE id = ?"));
+    for (const SqliteStatement *st :
+         {&q->upsertItem, &q->seenItem, &q->seenRange, &q->upsertFolder, &q->upsertTag,
+          &q->upsertSmart, &q->putIcon, &q->dropIcon, &q->dropItemTags, &q->dropTagItems,
+          &q->putTag, &q->dropItem, &q->dropFolder, &q->dropTag, &q->dropSmart}) {
+        if (!st->isValid()) {
+            if (error)
+                *error = m_db.lastError();
+            return false;
+        }
+    }
+    m_statements = std::move(q);
+    return true;
+}
+
 std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *error)
 {
     auto fail = [&](const QString &message) -> std::unique_ptr<LibraryStore> {
@@ -373,89 +431,83 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
         m_switchToWal = false;
     }
     SqliteTransaction tx(m_db);
+    // Statements are prepared once, so a failure shows at a step rather than at prepare.
+    QString stepError;
     auto fail = [&]() {
         if (error)
-            *error = m_db.lastError();
+            *error = stepError.isEmpty() ? m_db.lastError() : stepError;
         return false;
     };
     if (!tx.isActive())
         return fail();
 
-    SqliteStatement upsertItem = m_db.prepare(
-        QStringLiteral("INSERT OR REPLACE INTO shortcut_items (%1) VALUES (%2)")
-            .arg(kItemColumns, QStringLiteral("?,").repeated(24) + QStringLiteral("?")));
-    SqliteStatement upsertFolder =
-        m_db.prepare(QStringLiteral("INSERT OR REPLACE INTO library_folders (id, uuid, name, "
-                                    "symbol_name, color_hex, sort_order, "
-                                    "created_at, parent_id) VALUES (?,?,?,?,?,?,?,?)"));
-    SqliteStatement upsertTag =
-        m_db.prepare(QStringLiteral("INSERT OR REPLACE INTO tags (id, uuid, name, color_hex, "
-                                    "sort_order, created_at, parent_id) "
-                                    "VALUES (?,?,?,?,?,?,?)"));
-    SqliteStatement upsertSmart = m_db.prepare(QStringLiteral(
-        "INSERT OR REPLACE INTO smart_lists (id, uuid, name, symbol_name, color_hex, sort_order, "
-        "created_at, rules_data) VALUES (?,?,?,?,?,?,?,?)"));
-    SqliteStatement putIcon = m_db.prepare(
-        QStringLiteral("INSERT OR REPLACE INTO shortcut_icons (item_id, data) VALUES (?,?)"));
-    SqliteStatement dropIcon =
-        m_db.prepare(QStringLiteral("DELETE FROM shortcut_icons WHERE item_id = ?"));
-    SqliteStatement dropItemTags =
-        m_db.prepare(QStringLiteral("DELETE FROM shortcut_tags WHERE item_id = ?"));
-    SqliteStatement dropTagItems =
-        m_db.prepare(QStringLiteral("DELETE FROM shortcut_tags WHERE tag_id = ?"));
-    SqliteStatement putTag = m_db.prepare(
-        QStringLiteral("INSERT OR IGNORE INTO shortcut_tags (item_id, tag_id) VALUES (?,?)"));
-    SqliteStatement dropItem =
-        m_db.prepare(QStringLiteral("DELETE FROM shortcut_items WHERE id = ?"));
-    SqliteStatement dropFolder =
-        m_db.prepare(QStringLiteral("DELETE FROM library_folders WHERE id = ?"));
-    SqliteStatement dropTag = m_db.prepare(QStringLiteral("DELETE FROM tags WHERE id = ?"));
-    SqliteStatement dropSmart =
-        m_db.prepare(QStringLiteral("DELETE FROM smart_lists WHERE id = ?"));
-    for (const SqliteStatement *st :
-         {&upsertItem, &upsertFolder, &upsertTag, &upsertSmart, &putIcon, &dropIcon, &dropItemTags,
-          &dropTagItems, &putTag, &dropItem, &dropFolder, &dropTag, &dropSmart})
-        if (!st->isValid())
-            return fail();
+    if (!prepareStatements(error))
+        return false;
+    Statements &q = *m_statements;
+    SqliteStatement &upsertItem = q.upsertItem, &seenItem = q.seenItem, &seenRange = q.seenRange,
+                    &upsertFolder = q.upsertFolder, &upsertTag = q.upsertTag,
+                    &upsertSmart = q.upsertSmart, &putIcon = q.putIcon, &dropIcon = q.dropIcon,
+                    &dropItemTags = q.dropItemTags, &dropTagItems = q.dropTagItems,
+                    &putTag = q.putTag, &dropItem = q.dropItem, &dropFolder = q.dropFolder,
+                    &dropTag = q.dropTag, &dropSmart = q.dropSmart;
 
-    auto run = [](SqliteStatement &st) {
+    auto run = [&](SqliteStatement &st) {
         const bool ok = st.step() == SqliteStatement::Step::done;
+        if (!ok && stepError.isEmpty())
+            stepError = QString::fromUtf8(sqlite3_errmsg(m_db.handle()));
         st.reset();
         return ok;
+    };
+
+    // Items whose row changed only in lastSeenAt / isMissing, written last in ranges.
+    QList<const ShortcutItem *> seenOnly;
+
+    auto writeItemRow = [&](SqliteStatement &st, ShortcutItem *i) {
+        st.bind(1, i->m_identifier);
+        st.bind(2, i->m_name);
+        st.bind(3, i->m_subtitle);
+        st.bind(4, i->m_nativeFolderName);
+        st.bind(5, i->m_colorHex);
+        st.bind(6, i->m_iconTopHex);
+        st.bind(7, i->m_iconBottomHex);
+        st.bind(8, i->m_libraryOrder);
+        st.bind(9, i->m_appBundleID);
+        st.bind(10, i->m_iconAppBundleID);
+        st.bind(11, i->m_acceptsInput);
+        st.bind(12, i->m_actionCount);
+        bindDate(st, 13, i->m_nativeCreatedAt);
+        bindDate(st, 14, i->m_nativeModifiedAt);
+        st.bind(15, toSeconds(i->m_firstSeenAt));
+        st.bind(16, toSeconds(i->m_lastChangedAt));
+        st.bind(17, toSeconds(i->m_lastSeenAt));
+        st.bind(18, i->m_isMissing);
+        st.bind(19, i->m_isFavorite);
+        bindDate(st, 20, i->m_lastRunAt);
+        st.bind(21, i->m_runCount);
+        st.bind(22, i->m_notes);
+        bindParent(st, 23, i->m_folder);
+        st.bind(24, i->m_hasIcon);
+        st.bind(25, i->persistentId());
+        return run(st);
     };
 
     auto writeRecord = [&](Record *r, bool isNew) -> bool {
         switch (r->kind()) {
         case Record::Kind::shortcutItem: {
             auto *i = static_cast<ShortcutItem *>(r);
-            SqliteStatement &st = upsertItem;
-            st.bind(1, i->m_identifier);
-            st.bind(2, i->m_name);
-            st.bind(3, i->m_subtitle);
-            st.bind(4, i->m_nativeFolderName);
-            st.bind(5, i->m_colorHex);
-            st.bind(6, i->m_iconTopHex);
-            st.bind(7, i->m_iconBottomHex);
-            st.bind(8, i->m_libraryOrder);
-            st.bind(9, i->m_appBundleID);
-            st.bind(10, i->m_iconAppBundleID);
-            st.bind(11, i->m_acceptsInput);
-            st.bind(12, i->m_actionCount);
-            bindDate(st, 13, i->m_nativeCreatedAt);
-            bindDate(st, 14, i->m_nativeModifiedAt);
-            st.bind(15, toSeconds(i->m_firstSeenAt));
-            st.bind(16, toSeconds(i->m_lastChangedAt));
-            st.bind(17, toSeconds(i->m_lastSeenAt));
-            st.bind(18, i->m_isMissing);
-            st.bind(19, i->m_isFavorite);
-            bindDate(st, 20, i->m_lastRunAt);
-            st.bind(21, i->m_runCount);
-            st.bind(22, i->m_notes);
-            bindParent(st, 23, i->m_folder);
-            st.bind(24, i->m_hasIcon);
-            st.bind(25, i->persistentId());
-            if (!run(st))
-                return false;
+            if (isNew || i->m_rowDirty) {
+                if (!writeItemRow(upsertItem, i))
+                    return false;
+            } else if (i->m_orderDirty) {
+                seenItem.bind(1, i->m_libraryOrder);
+                seenItem.bind(2, toSeconds(i->m_lastSeenAt));
+                seenItem.bind(3, i->m_isMissing);
+                seenItem.bind(4, i->persistentId());
+                if (!run(seenItem))
+                    return false;
+            } else if (i->m_seenDirty) {
+                seenOnly.append(i);
+            }
             if (i->m_iconDirty || isNew) {
                 if (i->m_hasIcon) {
                     putIcon.bind(1, i->persistentId());
@@ -558,6 +610,24 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
     for (Record *r : updated)
         if (!writeRecord(r, false))
             return fail();
+    // A sync stamps every item it sees with one time: runs of consecutive ids with the same
+    // stamp become one ranged update (an unchanged re-sync is usually a single one).
+    for (qsizetype k = 0; k < seenOnly.size();) {
+        const ShortcutItem *first = seenOnly[k];
+        qsizetype end = k + 1;
+        while (end < seenOnly.size() &&
+               seenOnly[end]->persistentId() == seenOnly[end - 1]->persistentId() + 1 &&
+               seenOnly[end]->m_isMissing == first->m_isMissing &&
+               seenOnly[end]->m_lastSeenAt == first->m_lastSeenAt)
+            ++end;
+        seenRange.bind(1, toSeconds(first->m_lastSeenAt));
+        seenRange.bind(2, first->m_isMissing);
+        seenRange.bind(3, first->persistentId());
+        seenRange.bind(4, seenOnly[end - 1]->persistentId());
+        if (!run(seenRange))
+            return fail();
+        k = end;
+    }
     if (!tx.commit())
         return fail();
     return true;

@@ -29,12 +29,17 @@ public:
     const QString &path() const { return m_path; }
     SqliteDatabase &database() { return m_db; }
 
+    ~LibraryStore();
+
 private:
-    LibraryStore() = default;
+    struct Statements;
+    LibraryStore();
     bool migrate(int fromVersion, QString *error);
     bool prepareStatements(QString *error);
 
     QString m_path;
     SqliteDatabase m_db;
     bool m_switchToWal = false;
+    // Prepared at the first write and kept; declared after m_db so they are finalized first.
+    std::unique_ptr<Statements> m_statements;
 };

@@ -212,6 +212,9 @@ bool ModelContext::save(QString *error)
                 auto *i = static_cast<ShortcutItem *>(r);
                 i->m_iconDirty = false;
                 i->m_tagsDirty = false;
+                i->m_rowDirty = false;
+                i->m_orderDirty = false;
+                i->m_seenDirty = false;
             }
         }
     }

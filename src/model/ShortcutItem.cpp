@@ -23,6 +23,19 @@ ShortcutItem::~ShortcutItem() = default;
         if (member == v)                                                                           \
             return;                                                                                \
         member = v;                                                                                \
+        m_rowDirty = true;                                                                         \
+        didChange();                                                                               \
+    }
+
+// The fields every sync touches: a record whose row changed only here is saved with a narrow
+// update instead of a rewrite of the whole row.
+#define SEEN_SETTER(Name, member, Type, flag)                                                      \
+    void ShortcutItem::set##Name(Type v)                                                           \
+    {                                                                                              \
+        if (member == v)                                                                           \
+            return;                                                                                \
+        member = v;                                                                                \
+        flag = true;                                                                               \
         didChange();                                                                               \
     }
 
@@ -33,7 +46,7 @@ SETTER(NativeFolderName, m_nativeFolderName, const QString &)
 SETTER(ColorHex, m_colorHex, const QString &)
 SETTER(IconTopHex, m_iconTopHex, const QString &)
 SETTER(IconBottomHex, m_iconBottomHex, const QString &)
-SETTER(LibraryOrder, m_libraryOrder, qint64)
+SEEN_SETTER(LibraryOrder, m_libraryOrder, qint64, m_orderDirty)
 SETTER(AppBundleID, m_appBundleID, const QString &)
 SETTER(IconAppBundleID, m_iconAppBundleID, const QString &)
 SETTER(AcceptsInput, m_acceptsInput, bool)
@@ -42,13 +55,14 @@ SETTER(NativeCreatedAt, m_nativeCreatedAt, const std::optional<QDateTime> &)
 SETTER(NativeModifiedAt, m_nativeModifiedAt, const std::optional<QDateTime> &)
 SETTER(FirstSeenAt, m_firstSeenAt, const QDateTime &)
 SETTER(LastChangedAt, m_lastChangedAt, const QDateTime &)
-SETTER(LastSeenAt, m_lastSeenAt, const QDateTime &)
-SETTER(IsMissing, m_isMissing, bool)
+SEEN_SETTER(LastSeenAt, m_lastSeenAt, const QDateTime &, m_seenDirty)
+SEEN_SETTER(IsMissing, m_isMissing, bool, m_seenDirty)
 SETTER(IsFavorite, m_isFavorite, bool)
 SETTER(LastRunAt, m_lastRunAt, const std::optional<QDateTime> &)
 SETTER(RunCount, m_runCount, qint64)
 SETTER(Notes, m_notes, const QString &)
 #undef SETTER
+#undef SEEN_SETTER
 
 std::optional<QByteArray> ShortcutItem::iconData() const
 {
@@ -69,6 +83,7 @@ void ShortcutItem::setIconData(const std::optional<QByteArray> &v)
     m_iconBytes = v.value_or(QByteArray());
     m_iconLoaded = true;
     m_iconDirty = true;
+    m_rowDirty = true;
     didChange();
 }
 
@@ -85,6 +100,7 @@ void ShortcutItem::setFolder(LibraryFolder *folder)
         RecordLists::insertOrdered(folder->m_shortcuts, this);
         folder->didChange();
     }
+    m_rowDirty = true;
     didChange();
 }
 

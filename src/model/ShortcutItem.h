@@ -122,4 +122,9 @@ private:
     mutable QByteArray m_iconBytes;
     bool m_iconDirty = false;
     bool m_tagsDirty = false;
+    // What changed since the last save: any field but the three below (the whole row is
+    // written), libraryOrder, or only lastSeenAt / isMissing.
+    bool m_rowDirty = false;
+    bool m_orderDirty = false;
+    bool m_seenDirty = false;
 };

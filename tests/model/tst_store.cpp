@@ -11,6 +11,7 @@ private slots:
     void everyFieldAndRelationshipSurvivesReopen();
     void iconBytesAreReadOnFirstUse();
     void changesAndDeletesSurviveReopen();
+    void seenStampsAndOrderSurviveReopen();
     void schemaVersionAndJournalAreRecorded();
     void failedSaveWritesNothing();
     void newerSchemaIsRefusedUntouched();
@@ -200,6 +201,48 @@ void StoreTest::changesAndDeletesSurviveReopen()
     // Ids are never reused after a delete and reopen.
     auto *fresh = ctx->insert(new ShortcutItem("ID3", "Fresh"));
     QVERIFY(fresh->persistentId() > ctx->shortcuts().at(0)->persistentId());
+}
+
+// Sync stamps lastSeenAt / isMissing and moves libraryOrder far more often than it changes
+// anything else; those saves take narrower paths than a full row and must land on exactly the
+// rows they belong to.
+void StoreTest::seenStampsAndOrderSurviveReopen()
+{
+    QTemporaryDir dir;
+    const QDateTime before = at("2024-01-01T00:00:00.000Z");
+    const QDateTime later = at("2024-02-02T10:20:30.456Z");
+    {
+        auto ctx = open(dir);
+        for (int i = 1; i <= 7; ++i) {
+            auto *item = ctx->insert(new ShortcutItem(QString::number(i), QString::number(i)));
+            item->setLastSeenAt(before);
+            item->setLibraryOrder(i);
+            item->setNotes(QStringLiteral("note %1").arg(i));
+        }
+        QVERIFY(ctx->save());
+        const QList<ShortcutItem *> &s = ctx->shortcuts();
+        for (int i : {0, 1, 3}) // stamped alike; 3 is not next to 1
+            s[i]->setLastSeenAt(later);
+        s[2]->setLibraryOrder(30); // order and stamp
+        s[2]->setLastSeenAt(later);
+        // 5 stays untouched between stamped neighbours; 6 is stamped and goes missing.
+        s[5]->setLastSeenAt(later);
+        s[5]->setIsMissing(true);
+        s[6]->setName(QStringLiteral("Renamed")); // a full row beside a stamp
+        s[6]->setLastSeenAt(later);
+        QVERIFY(ctx->save());
+    }
+    auto ctx = open(dir);
+    const QList<ShortcutItem *> &s = ctx->shortcuts();
+    QCOMPARE(s.size(), 7);
+    const QList<bool> stamped = {true, true, true, true, false, true, true};
+    for (int i = 0; i < 7; ++i) {
+        QCOMPARE(s[i]->lastSeenAt(), stamped[i] ? later : before);
+        QCOMPARE(s[i]->isMissing(), i == 5);
+        QCOMPARE(s[i]->libraryOrder(), i == 2 ? 30 : i + 1);
+        QCOMPARE(s[i]->name(), i == 6 ? QStringLiteral("Renamed") : QString::number(i + 1));
+        QCOMPARE(s[i]->notes(), QStringLiteral("note %1").arg(i + 1));
+    }
 }
 
 void StoreTest::schemaVersionAndJournalAreRecorded()
