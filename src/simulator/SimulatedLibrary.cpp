@@ -115,25 +115,26 @@ std::optional<SimulatedLibrary> SimulatedLibrary::fromJson(const QByteArray &jso
     const QJsonArray list = shortcutsValue.toArray();
     QSet<QString> identifiers; // a scan per entry made large libraries quadratic
     for (qsizetype i = 0; i < list.size(); ++i) {
-        const QString where = QStringLiteral("shortcut %1").arg(i + 1);
+        // Formatted only for an error: once per entry, they showed up in profiles.
+        const auto where = [i] { return QStringLiteral("shortcut %1").arg(i + 1); };
         if (!list.at(i).isObject())
-            return fail(where + QStringLiteral(" is not an object"));
+            return fail(where() + QStringLiteral(" is not an object"));
         const QJsonObject o = list.at(i).toObject();
         SimulatedShortcut s;
         s.identifier = o.value(QLatin1String("identifier")).toString();
         s.name = o.value(QLatin1String("name")).toString();
         if (s.identifier.isEmpty())
-            return fail(where + QStringLiteral(" has no \"identifier\""));
+            return fail(where() + QStringLiteral(" has no \"identifier\""));
         if (s.name.isEmpty())
-            return fail(where + QStringLiteral(" has no \"name\""));
+            return fail(where() + QStringLiteral(" has no \"name\""));
         if (identifiers.contains(s.identifier))
-            return fail(where + QStringLiteral(" repeats the identifier ") + s.identifier);
+            return fail(where() + QStringLiteral(" repeats the identifier ") + s.identifier);
         identifiers.insert(s.identifier);
-        const QString named = QStringLiteral("shortcut \"%1\"").arg(s.name);
+        const auto named = [&s] { return QStringLiteral("shortcut \"%1\"").arg(s.name); };
         s.subtitle = o.value(QLatin1String("subtitle")).toString();
         const auto color = colorValue(o.value(QLatin1String("color")));
         if (!color && o.contains(QLatin1String("color")))
-            return fail(named + QStringLiteral(": \"color\" must be \"#RRGGBB\""));
+            return fail(named() + QStringLiteral(": \"color\" must be \"#RRGGBB\""));
         s.color = color.value_or(QColor(0x1E, 0x90, 0xFF));
         s.acceptsInput = o.value(QLatin1String("acceptsInput")).toBool(false);
         s.actionCount = o.value(QLatin1String("actionCount")).toInteger(0);
@@ -147,7 +148,7 @@ std::optional<SimulatedLibrary> SimulatedLibrary::fromJson(const QByteArray &jso
         const auto bottom = colorValue(icon.value(QLatin1String("bottom")));
         if ((!top && icon.contains(QLatin1String("top"))) ||
             (!bottom && icon.contains(QLatin1String("bottom"))))
-            return fail(named + QStringLiteral(": icon colours must be \"#RRGGBB\""));
+            return fail(named() + QStringLiteral(": icon colours must be \"#RRGGBB\""));
         // Without its own gradient an icon runs from a lighter shade of the colour to the colour.
         s.iconTop = top.value_or(s.color.lighter(135));
         s.iconBottom = bottom.value_or(s.color);
@@ -157,7 +158,7 @@ std::optional<SimulatedLibrary> SimulatedLibrary::fromJson(const QByteArray &jso
         s.modifiedAt = dateValue(o.value(QLatin1String("modifiedAt")), &datesOk);
         s.lastRunAt = dateValue(o.value(QLatin1String("lastRunAt")), &datesOk);
         if (!datesOk)
-            return fail(named + QStringLiteral(": dates must be ISO 8601 texts"));
+            return fail(named() + QStringLiteral(": dates must be ISO 8601 texts"));
         s.appBundleID = o.value(QLatin1String("appBundleID")).toString();
         s.customIcon = o.value(QLatin1String("customIcon")).toBool(false);
 
@@ -170,7 +171,7 @@ std::optional<SimulatedLibrary> SimulatedLibrary::fromJson(const QByteArray &jso
             for (const QJsonValue &v : output.toArray())
                 s.run.outputs.append(v.toString());
         } else if (!output.isUndefined() && !output.isNull()) {
-            return fail(named + QStringLiteral(": \"output\" must be a text or a list of texts"));
+            return fail(named() + QStringLiteral(": \"output\" must be a text or a list of texts"));
         }
         s.run.outputFile = run.value(QLatin1String("outputFile")).toString();
         const QJsonValue err = run.value(QLatin1String("error"));
@@ -178,7 +179,7 @@ std::optional<SimulatedLibrary> SimulatedLibrary::fromJson(const QByteArray &jso
             s.run.errorNumber = err.toObject().value(QLatin1String("number")).toInteger(-1);
             s.run.errorMessage = err.toObject().value(QLatin1String("message")).toString();
         } else if (!err.isUndefined() && !err.isNull()) {
-            return fail(named + QStringLiteral(": \"error\" must be {\"number\", \"message\"}"));
+            return fail(named() + QStringLiteral(": \"error\" must be {\"number\", \"message\"}"));
         }
         s.run.delayMilliseconds =
             int(qBound(0.0, run.value(QLatin1String("delaySeconds")).toDouble(0), 30.0) * 1000);

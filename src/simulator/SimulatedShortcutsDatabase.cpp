@@ -3,8 +3,6 @@
 #include "model/SqliteDatabase.h"
 #include "simulator/SimulatedLibrary.h"
 
-#include <QCryptographicHash>
-#include <QDataStream>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -43,21 +41,6 @@ void bindDate(SqliteStatement &st, int index, const std::optional<QDateTime> &da
         st.bindNull(index);
     else
         st.bind(index, double(date->toMSecsSinceEpoch() - kReferenceEpochMSecs) / 1000.0);
-}
-
-QByteArray digest(const QList<SimulatedShortcutsDatabase::Entry> &entries)
-{
-    QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    auto date = [](const std::optional<QDateTime> &d) {
-        return d && d->isValid() ? d->toMSecsSinceEpoch() : std::numeric_limits<qint64>::min();
-    };
-    for (const auto &e : entries) {
-        out << e.identifier << e.name << date(e.createdAt) << date(e.modifiedAt)
-            << date(e.lastRunAt) << e.appBundleID << e.userProvidedIcon << e.tombstoned
-            << e.actionCount;
-    }
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
 }
 
 bool fail(QString *error, const QString &message)
@@ -133,7 +116,9 @@ bool fillDatabase(const QString &path, const QList<SimulatedShortcutsDatabase::E
 
 struct WrittenState {
     QMutex mutex;
-    QHash<QString, QByteArray> digests; // by folder
+    // The entries last written, by folder: the list is shared, so keeping it costs nothing,
+    // and comparing it is far cheaper than hashing a serialised copy.
+    QHash<QString, QList<SimulatedShortcutsDatabase::Entry>> entries;
 };
 
 WrittenState &written()
@@ -178,16 +163,17 @@ bool SimulatedShortcutsDatabase::writeIfChanged(const QString &folder, const QLi
                                                 QString *error)
 {
     const QString key = QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
-    const QByteArray hash = digest(entries);
     WrittenState &state = written();
     QMutexLocker lock(&state.mutex);
-    if (state.digests.value(key) == hash && QFile::exists(QDir(key).filePath(kDatabaseName)))
+    const auto last = state.entries.constFind(key);
+    if (last != state.entries.cend() && *last == entries &&
+        QFile::exists(QDir(key).filePath(kDatabaseName)))
         return true;
     if (!write(key, entries, error)) {
-        state.digests.remove(key);
+        state.entries.remove(key);
         return false;
     }
-    state.digests.insert(key, hash);
+    state.entries.insert(key, entries);
     return true;
 }
 

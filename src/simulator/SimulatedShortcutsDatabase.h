@@ -20,6 +20,8 @@ struct Entry {
     bool userProvidedIcon = false;
     bool tombstoned = false;
     qint64 actionCount = 0;
+
+    bool operator==(const Entry &) const = default;
 };
 
 // The Shortcuts folder of a simulated library: "Shortcuts" next to the library file.

@@ -5,6 +5,8 @@
 #include "simulator/SimulatedIconRenderer.h"
 #include "simulator/SimulatedShortcutsDatabase.h"
 
+#include <QFile>
+#include <QHash>
 #include <QThread>
 #include <algorithm>
 #include <limits>
@@ -104,25 +106,32 @@ SimulatedShortcutsEvents::SimulatedShortcutsEvents(QString libraryPath)
 
 AppleEventDescriptor SimulatedShortcutsEvents::listReply(const SimulatedLibrary &library)
 {
+    const qsizetype n = library.shortcuts.size();
     QList<AppleEventDescriptor> names, ids, subtitles, colors, inputs, counts;
+    for (QList<AppleEventDescriptor> *list : {&names, &ids, &subtitles, &colors, &inputs, &counts})
+        list->reserve(n);
+    // Members by folder name in library order, in one pass over the shortcuts.
+    QHash<QString, QList<AppleEventDescriptor>> membersOf;
+    for (const QString &folder : library.folders)
+        membersOf.insert(folder, {});
     for (const SimulatedShortcut &s : library.shortcuts) {
+        const AppleEventDescriptor id = AppleEventDescriptor::text(s.identifier);
         names.append(AppleEventDescriptor::text(s.name));
-        ids.append(AppleEventDescriptor::text(s.identifier));
+        ids.append(id);
         subtitles.append(AppleEventDescriptor::text(s.subtitle));
         colors.append(colorReply(s.color, library.switches.colorsAsData));
         inputs.append(AppleEventDescriptor::boolean(s.acceptsInput));
         counts.append(AppleEventDescriptor::integer(
             qint32(std::clamp<qint64>(s.actionCount, 0, std::numeric_limits<qint32>::max()))));
+        if (const auto members = membersOf.find(s.folder); members != membersOf.end())
+            members->append(id);
     }
     QList<AppleEventDescriptor> folderNames, memberships;
+    folderNames.reserve(library.folders.size());
+    memberships.reserve(library.folders.size());
     for (const QString &folder : library.folders) {
         folderNames.append(AppleEventDescriptor::text(folder));
-        QList<AppleEventDescriptor> members;
-        for (const SimulatedShortcut &s : library.shortcuts) {
-            if (s.folder == folder)
-                members.append(AppleEventDescriptor::text(s.identifier));
-        }
-        memberships.append(AppleEventDescriptor::list(members));
+        memberships.append(AppleEventDescriptor::list(membersOf.value(folder)));
     }
     return AppleEventDescriptor::list(
         {AppleEventDescriptor::list(names), AppleEventDescriptor::list(ids),
@@ -138,22 +147,64 @@ AppleEventDescriptor SimulatedShortcutsEvents::iconReply(const SimulatedShortcut
         SimulatedIconRenderer::renderPNG(shortcut.glyph, shortcut.iconTop, shortcut.iconBottom));
 }
 
+std::shared_ptr<SimulatedShortcutsEvents::Parsed> SimulatedShortcutsEvents::current(QString *error)
+{
+    QFile file(m_libraryPath);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = QStringLiteral("%1: %2").arg(m_libraryPath, file.errorString());
+        return nullptr;
+    }
+    QByteArray json = file.readAll();
+    {
+        QMutexLocker lock(&m_mutex);
+        if (m_parsed && m_parsed->json == json)
+            return m_parsed;
+    }
+    QString why;
+    auto library = SimulatedLibrary::fromJson(json, &why);
+    if (!library) {
+        *error = QStringLiteral("%1: %2").arg(m_libraryPath, why);
+        return nullptr;
+    }
+    auto parsed =
+        std::make_shared<Parsed>(Parsed{std::move(json), std::move(*library), std::nullopt});
+    QMutexLocker lock(&m_mutex);
+    m_parsed = parsed;
+    return parsed;
+}
+
+AppleEventDescriptor
+SimulatedShortcutsEvents::cachedListReply(const std::shared_ptr<Parsed> &parsed)
+{
+    {
+        QMutexLocker lock(&m_mutex);
+        if (parsed->listReply)
+            return *parsed->listReply;
+    }
+    // Descriptors are immutable, so one reply serves every list script until the file changes.
+    AppleEventDescriptor reply = listReply(parsed->library);
+    QMutexLocker lock(&m_mutex);
+    parsed->listReply = reply;
+    return reply;
+}
+
 ScriptHostReply SimulatedShortcutsEvents::execute(const QString &script)
 {
     QString error;
-    const auto library = SimulatedLibrary::load(m_libraryPath, &error);
-    if (!library)
+    const std::shared_ptr<Parsed> parsed = current(&error);
+    if (!parsed)
         return ScriptHostReply::failure(
             -2700, QStringLiteral("The simulated Shortcuts library can’t be read: ") + error);
     // Shortcuts keeps its own database current with the library; a failed write only leaves
     // the previous database in place.
-    SimulatedShortcutsDatabase::updateForLibrary(*library, m_libraryPath);
-    return answer(*library, script);
+    SimulatedShortcutsDatabase::updateForLibrary(parsed->library, m_libraryPath);
+    return answer(parsed, script);
 }
 
-ScriptHostReply SimulatedShortcutsEvents::answer(const SimulatedLibrary &library,
-                                                 const QString &script) const
+ScriptHostReply SimulatedShortcutsEvents::answer(const std::shared_ptr<Parsed> &parsed,
+                                                 const QString &script)
 {
+    const SimulatedLibrary &library = parsed->library;
     if (!library.switches.running)
         return ScriptHostReply::failure(
             -600, QStringLiteral("Shortcuts Events got an error: Application isn’t running."));
@@ -164,7 +215,7 @@ ScriptHostReply SimulatedShortcutsEvents::answer(const SimulatedLibrary &library
         -10004, QStringLiteral("Shortcuts Events got an error: A privilege violation occurred."));
 
     if (script == ShortcutsEventsBridge::listScript())
-        return ScriptHostReply::success(listReply(library));
+        return ScriptHostReply::success(cachedListReply(parsed));
     if (!script.startsWith(tellPrefix))
         return notUnderstood();
     const QStringView command = QStringView(script).sliced(tellPrefix.size());
