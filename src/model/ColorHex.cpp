@@ -46,5 +46,15 @@ QString hexColorString(double red, double green, double blue)
         const double v = std::round(c * 255.0); // std::round rounds half away from zero
         return int(std::clamp(v, 0.0, 255.0));
     };
-    return QString::asprintf("#%02X%02X%02X", byte(red), byte(green), byte(blue));
+    // Formatted by hand: sync formats one colour per shortcut, and asprintf dominated that.
+    static constexpr char16_t digits[] = u"0123456789ABCDEF";
+    QString hex(7, Qt::Uninitialized);
+    QChar *out = hex.data();
+    out[0] = u'#';
+    int i = 1;
+    for (const int v : {byte(red), byte(green), byte(blue)}) {
+        out[i++] = digits[v >> 4];
+        out[i++] = digits[v & 0xF];
+    }
+    return hex;
 }
