@@ -56,8 +56,10 @@ std::optional<QString> removingPercentEncoding(const QString &text)
         }
         if (i + 2 >= in.size())
             return std::nullopt;
-        const int hi = QByteArrayView("0123456789abcdef").indexOf(char(std::tolower(in[i + 1])));
-        const int lo = QByteArrayView("0123456789abcdef").indexOf(char(std::tolower(in[i + 2])));
+        const int hi =
+            QByteArrayView("0123456789abcdef").indexOf(char(std::tolower(uchar(in[i + 1]))));
+        const int lo =
+            QByteArrayView("0123456789abcdef").indexOf(char(std::tolower(uchar(in[i + 2]))));
         if (hi < 0 || lo < 0)
             return std::nullopt;
         out.append(char(hi * 16 + lo));

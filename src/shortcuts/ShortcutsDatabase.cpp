@@ -13,8 +13,12 @@
 namespace {
 const QString kDatabaseName = QStringLiteral("Shortcuts.sqlite");
 
+// Blobs in the text columns are damage, not identifiers: they read as NULL.
 const QString kRowsQuery = QStringLiteral(
-    "select ZWORKFLOWID, ZASSOCIATEDAPPBUNDLEIDENTIFIER, ZHASUSERPROVIDEDNAMEORICON, "
+    "select case when typeof(ZWORKFLOWID) = 'blob' then null else ZWORKFLOWID end as ZWORKFLOWID, "
+    "case when typeof(ZASSOCIATEDAPPBUNDLEIDENTIFIER) = 'blob' then null else "
+    "ZASSOCIATEDAPPBUNDLEIDENTIFIER end as ZASSOCIATEDAPPBUNDLEIDENTIFIER, "
+    "ZHASUSERPROVIDEDNAMEORICON, "
     "ZCREATIONDATE, ZMODIFICATIONDATE, ZLASTRUNEVENTDATE from ZSHORTCUT where ZTOMBSTONED = 0 "
     "or ZTOMBSTONED is null");
 

@@ -1,0 +1,940 @@
+// Hostile input from every outside source the program reads, one test per source. Each case
+// complements the per-subsystem tests (which hold the ordinary malformed shapes): here are the
+// encodings, NUL bytes, depths, sizes, redirects and half-finished conversations.
+#include "app/AppUpdater.h"
+#include "app/InstanceChannel.h"
+#include "common/AwaitTask.h"
+#include "model/AppSettings.h"
+#include "model/Clock.h"
+#include "model/SmartRuleSet.h"
+#include "model/SqliteDatabase.h"
+#include "shortcuts/AppIconProvider.h"
+#include "shortcuts/IconProcessing.h"
+#include "shortcuts/OsascriptHost.h"
+#include "shortcuts/ScriptReplyParser.h"
+#include "shortcuts/ShortcutRunner.h"
+#include "shortcuts/ShortcutsDatabase.h"
+#include "shortcuts/ShortcutsEventsBridge.h"
+#include "shortcuts/Workspace.h"
+
+#include <QBuffer>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLinearGradient>
+#include <QLocalSocket>
+#include <QPainter>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QtConcurrent>
+#include <QtEndian>
+
+namespace {
+// ---- script replies ----------------------------------------------------------------------
+
+// osascript's stand-in: prints a recorded reply byte for byte.
+class FakeOsascript {
+public:
+    FakeOsascript()
+    {
+        m_program = m_dir.filePath(QStringLiteral("osascript"));
+        QFile f(m_program);
+        f.open(QIODevice::WriteOnly);
+        f.write("#!/bin/sh\ncat > /dev/null\ncat \"$(dirname \"$0\")/stdout\"\n");
+        f.close();
+        f.setPermissions(f.permissions() | QFileDevice::ExeOwner);
+    }
+    QString program() const { return m_program; }
+    void replay(const QByteArray &out)
+    {
+        QFile f(m_dir.filePath(QStringLiteral("stdout")));
+        f.open(QIODevice::WriteOnly);
+        f.write(out);
+    }
+
+private:
+    QTemporaryDir m_dir;
+    QString m_program;
+};
+
+// A list reply with the given source text as the only name.
+QByteArray listReply(const QByteArray &name)
+{
+    return "{{" + name + "}, {\"ID-1\"}, {}, {}, {}, {}, {}, {}}";
+}
+
+// ---- images ------------------------------------------------------------------------------
+
+QByteArray encoded(const QImage &image, const char *format)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes;
+}
+
+// A Shortcuts-style icon: a vertical gradient with a white disc.
+QImage gradientIcon(const QColor &top, const QColor &bottom)
+{
+    QImage image(128, 128, QImage::Format_ARGB32);
+    QPainter p(&image);
+    QLinearGradient g(0, 0, 0, 128);
+    g.setColorAt(0, top);
+    g.setColorAt(1, bottom);
+    p.fillRect(image.rect(), g);
+    p.setPen(Qt::NoPen);
+    p.setBrush(Qt::white);
+    p.drawEllipse(QRect(34, 34, 60, 60));
+    return image;
+}
+
+void appendLe16(QByteArray &out, int v)
+{
+    out.append(char(v & 0xFF)).append(char((v >> 8) & 0xFF));
+}
+
+// LZW image data that never grows past 9-bit codes: a clear code every 250 literals.
+QByteArray gifImageData(const QImage &indexed)
+{
+    QByteArray packed;
+    quint32 bits = 0;
+    int count = 0;
+    auto emitCode = [&](int code) {
+        bits |= quint32(code) << count;
+        count += 9;
+        while (count >= 8) {
+            packed.append(char(bits & 0xFF));
+            bits >>= 8;
+            count -= 8;
+        }
+    };
+    int sinceClear = 250;
+    for (int y = 0; y < indexed.height(); ++y) {
+        for (int x = 0; x < indexed.width(); ++x) {
+            if (sinceClear == 250) {
+                emitCode(256);
+                sinceClear = 0;
+            }
+            emitCode(indexed.pixelIndex(x, y));
+            ++sinceClear;
+        }
+    }
+    emitCode(257);
+    if (count > 0)
+        packed.append(char(bits & 0xFF));
+    QByteArray out(1, char(8));
+    for (qsizetype i = 0; i < packed.size(); i += 255) {
+        const QByteArray block = packed.mid(i, 255);
+        out.append(char(block.size())).append(block);
+    }
+    return out.append(char(0));
+}
+
+// An endlessly looping GIF of frames that share the first frame's 256-colour palette.
+QByteArray animatedGif(const QList<QImage> &frames, QSize screen = {})
+{
+    const QImage first = frames.first().convertToFormat(QImage::Format_Indexed8);
+    QList<QRgb> palette = first.colorTable();
+    palette.resize(256);
+    if (!screen.isValid())
+        screen = first.size();
+    QByteArray gif("GIF89a");
+    appendLe16(gif, screen.width());
+    appendLe16(gif, screen.height());
+    gif.append(char(0xF7)).append(char(0)).append(char(0));
+    for (QRgb c : palette)
+        gif.append(char(qRed(c))).append(char(qGreen(c))).append(char(qBlue(c)));
+    gif.append("\x21\xFF\x0BNETSCAPE2.0\x03\x01\x00\x00\x00", 19);
+    for (const QImage &frame : frames) {
+        const QImage indexed = frame.convertToFormat(QImage::Format_Indexed8, palette);
+        gif.append("\x21\xF9\x04\x04\x0A\x00\x00\x00", 8);
+        gif.append(char(0x2C));
+        appendLe16(gif, 0);
+        appendLe16(gif, 0);
+        appendLe16(gif, indexed.width());
+        appendLe16(gif, indexed.height());
+        gif.append(char(0));
+        gif.append(gifImageData(indexed));
+    }
+    return gif.append(char(0x3B));
+}
+
+// ---- loopback HTTP -----------------------------------------------------------------------
+
+// One response per connection, by path; a Location header makes it a redirect.
+class HttpServer : public QObject {
+public:
+    struct Answer {
+        int status = 200;
+        QByteArray body;
+        QByteArray location;
+        bool withLength = true; // else the body ends when the connection closes
+    };
+    QHash<QString, Answer> answers;
+    int requests = 0;
+
+    HttpServer()
+    {
+        QVERIFY(m_server.listen(QHostAddress::LocalHost));
+        connect(&m_server, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+                socket->setParent(this);
+                connect(socket, &QTcpSocket::readyRead, this, [this, socket] { serve(socket); });
+                connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+            }
+        });
+    }
+    QString base() const
+    {
+        return QStringLiteral("http://127.0.0.1:%1").arg(m_server.serverPort());
+    }
+
+private:
+    void serve(QTcpSocket *socket)
+    {
+        QByteArray &buffer = m_pending[socket];
+        buffer += socket->readAll();
+        if (!buffer.contains("\r\n\r\n"))
+            return;
+        ++requests;
+        const QString path = QString::fromUtf8(buffer.split(' ').value(1)).section(u'?', 0, 0);
+        m_pending.remove(socket);
+        const Answer answer = answers.value(path, Answer{404, "{}", {}, true});
+        QByteArray head = "HTTP/1.1 " + QByteArray::number(answer.status) + " X\r\n";
+        if (!answer.location.isEmpty())
+            head += "Location: " + answer.location + "\r\n";
+        if (answer.withLength)
+            head += "Content-Length: " + QByteArray::number(answer.body.size()) + "\r\n";
+        socket->write(head + "Connection: close\r\n\r\n" + answer.body);
+        socket->disconnectFromHost();
+    }
+    QTcpServer m_server;
+    QHash<QTcpSocket *, QByteArray> m_pending;
+};
+
+QByteArray appcast(const QByteArray &items)
+{
+    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><rss version=\"2.0\" "
+           "xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\"><channel>" +
+           items + "</channel></rss>";
+}
+
+QByteArray appcastItem(const QByteArray &version)
+{
+    return "<item><sparkle:version>" + version + "</sparkle:version></item>";
+}
+
+// ---- local socket ------------------------------------------------------------------------
+
+QByteArray framed(const QByteArray &body, quint32 announced)
+{
+    QByteArray out(4, '\0');
+    qToBigEndian(announced, out.data());
+    return out + body;
+}
+
+// Client side of one conversation, on a worker thread while the server's loop runs here. With
+// hangUp the client leaves as soon as its bytes are out; otherwise it reads until the server
+// closes. The answer is the reply's JSON, or nothing.
+QJsonObject exchange(const QString &path, const QByteArray &bytes, bool hangUp)
+{
+    QLocalSocket socket;
+    socket.connectToServer(path);
+    if (!socket.waitForConnected(2000))
+        return {};
+    socket.write(bytes);
+    socket.waitForBytesWritten(2000);
+    if (hangUp) {
+        socket.abort();
+        return {};
+    }
+    QByteArray reply;
+    while (socket.waitForReadyRead(3000))
+        reply += socket.readAll();
+    reply += socket.readAll();
+    return reply.size() > 4 ? QJsonDocument::fromJson(reply.mid(4)).object() : QJsonObject();
+}
+
+template<typename T> T awaitFuture(QFuture<T> future, int ms = 10000)
+{
+    QDeadlineTimer deadline(ms);
+    while (!future.isFinished() && !deadline.hasExpired())
+        QTest::qWait(5);
+    return future.isFinished() ? future.result() : T();
+}
+
+class NoWorkspace final : public Workspace {
+public:
+    bool openUrl(const QUrl &) override { return false; }
+    bool openFile(const QString &) override { return false; }
+    QImage applicationIcon(const QString &) override { return {}; }
+};
+
+QByteArray deepJson(int depth)
+{
+    return QByteArray(depth, '[') + QByteArray(depth, ']');
+}
+} // namespace
+
+class TestHostileInput : public QObject {
+    Q_OBJECT
+    QTemporaryDir m_dir;
+
+private slots:
+    void initTestCase();
+    void scriptReplies_data();
+    void scriptReplies();
+    void rulesData_data();
+    void rulesData();
+    void callbackUrls_data();
+    void callbackUrls();
+    void intentRequests_data();
+    void intentRequests();
+    void shortcutsDatabase_data();
+    void shortcutsDatabase();
+    void images_data();
+    void images();
+    void appStoreReplies_data();
+    void appStoreReplies();
+    void appcastFeeds_data();
+    void appcastFeeds();
+};
+
+void TestHostileInput::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    QStandardPaths::setTestModeEnabled(true);
+    AppSettings::useDataDirectory(m_dir.filePath(QStringLiteral("settings")));
+    // Keep database snapshots out of the shared temporary directory.
+    QVERIFY(QDir().mkpath(m_dir.filePath(QStringLiteral("tmp"))));
+    qputenv("TMPDIR", QFile::encodeName(m_dir.filePath(QStringLiteral("tmp"))));
+}
+
+// Replies the scripting system prints, through the real osascript host and the bridge: names
+// keep what can be read (replacement characters for bytes that are not UTF-8); anything else
+// is an unexpected reply, never a crash or a runaway recursion.
+void TestHostileInput::scriptReplies_data()
+{
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<bool>("understood");
+    QTest::addColumn<QString>("name");
+    const QString replacement(QChar::ReplacementCharacter);
+    QTest::newRow("invalid UTF-8 in a name")
+        << listReply("\"Caf\xE9 \xFF\"") << true
+        << QStringLiteral("Caf") + replacement + " " + replacement;
+    QTest::newRow("overlong slash") << listReply("\"a\xC0\xAF"
+                                                 "b\"")
+                                    << true
+                                    << QString::fromUtf8("a\xC0\xAF"
+                                                         "b");
+    QTest::newRow("encoded surrogate")
+        << listReply("\"\xED\xA0\x80\"") << true << QString::fromUtf8("\xED\xA0\x80");
+    QTest::newRow("sequence cut at the quote")
+        << listReply("\"ab\xE2\x80\"") << true << QString::fromUtf8("ab\xE2\x80");
+    QTest::newRow("NUL inside a text")
+        << listReply(QByteArray("\"a\0b\"", 5)) << true << QString::fromUtf16(u"a\0b", 3);
+    QTest::newRow("NUL between items")
+        << QByteArray("{{\"A\"},") + QByteArray(1, '\0') + " {\"ID-1\"}, {}, {}, {}, {}, {}, {}}"
+        << false << QString();
+    QTest::newRow("NUL before the reply")
+        << QByteArray(1, '\0') + listReply("\"A\"") << false << QString();
+    QTest::newRow("records 10,000 deep")
+        << QByteArray("{a:").repeated(10000) + "1" + QByteArray(10000, '}') << false << QString();
+    QTest::newRow("records in lists 10,000 deep")
+        << QByteArray("{{a:").repeated(5000) + "1" + QByteArray("}}").repeated(5000) << false
+        << QString();
+    QTest::newRow("10,000 unclosed texts")
+        << QByteArray("{\"").repeated(10000) << false << QString();
+    QTest::newRow("2 MB of commas")
+        << "{" + QByteArray(2 * 1024 * 1024, ',') + "}" << false << QString();
+}
+
+void TestHostileInput::scriptReplies()
+{
+    QFETCH(QByteArray, reply);
+    QFETCH(bool, understood);
+    QFETCH(QString, name);
+    FakeOsascript fake;
+    fake.replay(reply);
+    ShortcutsEventsBridge bridge(std::make_shared<OsascriptHost>(fake.program()));
+    const auto listed = awaitTask(bridge.listShortcuts());
+    QCOMPARE(listed.ok(), understood);
+    if (!understood) {
+        QVERIFY(!listed.error().localizedDescription().isEmpty());
+        return;
+    }
+    QCOMPARE(listed.value().size(), 1);
+    QCOMPARE(listed.value().first().name, name);
+    QCOMPARE(listed.value().first().identifier, QStringLiteral("ID-1"));
+    QVERIFY(!name.contains(u'/'));
+}
+
+// rulesData from the store: every broken form gives the default rule set as a whole; a few
+// odd but well-formed ones decode.
+void TestHostileInput::rulesData_data()
+{
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<bool>("valid");
+    QTest::addColumn<qint64>("number");
+    QTest::addColumn<QString>("text");
+    const QJsonObject sample = QJsonDocument::fromJson(SmartRuleSet().encoded()).object();
+    auto with = [&sample](const QString &key, const QJsonValue &value) {
+        QJsonObject o = sample;
+        o[key] = value;
+        return QJsonDocument(o).toJson(QJsonDocument::Compact);
+    };
+    auto ruleWith = [&sample](const QString &key, const QByteArray &rawValue) {
+        QJsonObject o = sample;
+        QJsonObject rule = o[QLatin1String("rules")].toArray().first().toObject();
+        rule[key] = QStringLiteral("@@");
+        o[QLatin1String("rules")] = QJsonArray{rule};
+        return QJsonDocument(o).toJson(QJsonDocument::Compact).replace("\"@@\"", rawValue);
+    };
+    const QByteArray good = SmartRuleSet().encoded();
+
+    QTest::newRow("number is -2^63") << ruleWith("number", "-9223372036854775808") << true
+                                     << std::numeric_limits<qint64>::min() << QString();
+    QTest::newRow("number is 2^63")
+        << ruleWith("number", "9223372036854775808") << false << qint64(0) << QString();
+    QTest::newRow("number is 1e300")
+        << ruleWith("number", "1e300") << false << qint64(0) << QString();
+    QTest::newRow("days beyond a double")
+        << ruleWith("days", "1e400") << false << qint64(0) << QString();
+    QTest::newRow("days is -0") << ruleWith("days", "-0") << true << qint64(0) << QString();
+    QTest::newRow("escaped NUL in text")
+        << ruleWith("text", "\"a\\u0000b\"") << true << qint64(0) << QString::fromUtf16(u"a\0b", 3);
+    // Qt's reader takes raw control characters inside texts.
+    QTest::newRow("raw NUL in text") << ruleWith("text", QByteArray("\"a\0b\"", 5)) << true
+                                     << qint64(0) << QString::fromUtf16(u"a\0b", 3);
+    QTest::newRow("invalid UTF-8 in text")
+        << ruleWith("text", "\"\xFF\xFE\"") << false << qint64(0) << QString();
+    QTest::newRow("lone surrogate escape in text")
+        << ruleWith("text", "\"\\uD800\"") << true << qint64(0) << QString(QChar(0xD800));
+    QTest::newRow("text 10,000 arrays deep")
+        << ruleWith("text", deepJson(10000)) << false << qint64(0) << QString();
+    QTest::newRow("document 10,000 arrays deep")
+        << deepJson(10000) << false << qint64(0) << QString();
+    QTest::newRow("objects 10,000 deep")
+        << QByteArray("{\"a\":").repeated(10000) + "1" + QByteArray(10000, '}') << false
+        << qint64(0) << QString();
+    QTest::newRow("rules an object")
+        << with("rules", QJsonObject()) << false << qint64(0) << QString();
+    QTest::newRow("rules null") << with("rules", QJsonValue::Null) << false << qint64(0)
+                                << QString();
+    QTest::newRow("matchAll as text")
+        << with("matchAll", QStringLiteral("true")) << false << qint64(0) << QString();
+    QTest::newRow("sort as number") << with("sort", 0) << false << qint64(0) << QString();
+    QTest::newRow("NUL after the object")
+        << good + QByteArray(1, '\0') << false << qint64(0) << QString();
+    QTest::newRow("second object after the first")
+        << good + good << false << qint64(0) << QString();
+    QTest::newRow("byte order mark") << "\xEF\xBB\xBF" + good << true << qint64(0) << QString();
+    QTest::newRow("UTF-16") << QByteArray(
+                                   reinterpret_cast<const char *>(QString::fromUtf8(good).utf16()),
+                                   good.size() * 2)
+                            << false << qint64(0) << QString();
+}
+
+void TestHostileInput::rulesData()
+{
+    QFETCH(QByteArray, data);
+    QFETCH(bool, valid);
+    QFETCH(qint64, number);
+    QFETCH(QString, text);
+    const std::optional<SmartRuleSet> set = SmartRuleSet::decodedIfValid(data);
+    QCOMPARE(set.has_value(), valid);
+    if (!valid) {
+        QCOMPARE(SmartRuleSet::decoded(data).rules.size(), 1);
+        QCOMPARE(SmartRuleSet::decoded(data).rules.first().text, QString());
+        return;
+    }
+    QCOMPARE(set->rules.size(), 1);
+    QCOMPARE(set->rules.first().number, number);
+    QCOMPARE(set->rules.first().text, text);
+    // What decodes is written back in a form that decodes to the same set.
+    const QByteArray again = set->encoded();
+    QVERIFY(!again.isEmpty());
+    QCOMPARE(SmartRuleSet::decodedIfValid(again), set);
+}
+
+// Callback URLs handed over by the system: the name falls back to "Shortcut" when its second
+// decoding fails; sizes and control characters change nothing else.
+void TestHostileInput::callbackUrls_data()
+{
+    QTest::addColumn<QByteArray>("url");
+    QTest::addColumn<bool>("outcome");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QVariant>("output"); // null: none
+    const QVariant none;
+    QTest::newRow("second decoding is not UTF-8")
+        << QByteArray("thimblecraft://run-success?name=%25FF%25FE") << true << "Shortcut" << none;
+    QTest::newRow("second decoding meets a non-ASCII byte")
+        << QByteArray("thimblecraft://run-success?name=%25%C3%A9") << true << "Shortcut" << none;
+    QTest::newRow("second decoding gives an overlong slash")
+        << QByteArray("thimblecraft://run-success?name=%25C0%25AF") << true << "Shortcut" << none;
+    QTest::newRow("percent at the very end")
+        << QByteArray("thimblecraft://run-success?name=A%25") << true << "Shortcut" << none;
+    QTest::newRow("NUL in the name") << QByteArray("thimblecraft://run-success?name=a%2500b")
+                                     << true << QString::fromUtf16(u"a\0b", 3) << none;
+    QTest::newRow("NUL in the result")
+        << QByteArray("thimblecraft://run-success?name=A&result=x%00y") << true << "A"
+        << QVariant(QString::fromUtf16(u"x\0y", 3));
+    QTest::newRow("line breaks in the result")
+        << QByteArray("thimblecraft://run-success?name=A&result=1%0D%0A2") << true << "A"
+        << QVariant(QStringLiteral("1\r\n2"));
+    QTest::newRow("1 MB name") << "thimblecraft://run-success?name=" + QByteArray(1 << 20, 'n')
+                               << true << QString(1 << 20, u'n') << none;
+    QTest::newRow("20,000 query items")
+        << "thimblecraft://run-success?" + QByteArray("x=1&").repeated(20000) + "name=Z" << true
+        << "Z" << none;
+    QTest::newRow("only separators")
+        << QByteArray("thimblecraft://run-success?&&&=&==&") << true << "Shortcut" << none;
+    QTest::newRow("name in the fragment")
+        << QByteArray("thimblecraft://run-success#name=A") << true << "Shortcut" << none;
+    QTest::newRow("empty URL") << QByteArray() << false << "" << none;
+    QTest::newRow("scheme only") << QByteArray("thimblecraft:") << false << "" << none;
+    QTest::newRow("host with a space")
+        << QByteArray("thimblecraft://run success?name=A") << false << "" << none;
+}
+
+void TestHostileInput::callbackUrls()
+{
+    QFETCH(QByteArray, url);
+    QFETCH(bool, outcome);
+    QFETCH(QString, name);
+    QFETCH(QVariant, output);
+    NoWorkspace workspace;
+    ShortcutsEventsBridge bridge(std::make_shared<OsascriptHost>(QStringLiteral("/nonexistent")));
+    ShortcutRunner runner(&bridge, &workspace);
+    QSignalSpy changed(&runner, &ShortcutRunner::latestOutcomeChanged);
+    runner.handleCallbackURL(QUrl::fromEncoded(url));
+    QCOMPARE(changed.count(), outcome ? 1 : 0);
+    QVERIFY(runner.runningIdentifiers().isEmpty());
+    if (!outcome)
+        return;
+    QCOMPARE(runner.latestOutcome()->shortcutName, name);
+    QCOMPARE(runner.latestOutcome()->output.has_value(), !output.isNull());
+    if (!output.isNull())
+        QCOMPARE(*runner.latestOutcome()->output, output.toString());
+    QVERIFY(!runner.latestOutcome()->error);
+}
+
+// Requests on the local socket: each bad one gets an error reply or is dropped, and the next
+// client is served at once.
+void TestHostileInput::intentRequests_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<bool>("hangUp");
+    QTest::addColumn<bool>("answered");
+    auto frame = [](const QByteArray &body) { return framed(body, quint32(body.size())); };
+    QTest::newRow("invalid UTF-8")
+        << frame("{\"kind\":\"intent\",\"action\":\"\xFF\",\"arguments\":[]}") << false << true;
+    QTest::newRow("NUL after the object")
+        << frame("{\"kind\":\"activate\"}" + QByteArray(1, '\0')) << false << true;
+    QTest::newRow("10,000 arrays deep") << frame(deepJson(10000)) << false << true;
+    QTest::newRow("arguments 10,000 deep")
+        << frame("{\"kind\":\"intent\",\"action\":\"x\",\"arguments\":" + deepJson(10000) + "}")
+        << false << true;
+    QTest::newRow("empty message") << framed({}, 0) << false << true;
+    QTest::newRow("action not text")
+        << frame("{\"kind\":\"intent\",\"action\":{},\"arguments\":[]}") << false << true;
+    QTest::newRow("url not a URL") << frame("{\"kind\":\"open-url\",\"url\":7}") << false << true;
+    QTest::newRow("body half sent, then silence") << framed("{\"kind\"", 40) << false << false;
+    QTest::newRow("body half sent, then gone") << framed("{\"kind\"", 40) << true << false;
+    QTest::newRow("just connects and leaves") << QByteArray() << true << false;
+    QTest::newRow("a second request behind the first")
+        << frame("{\"kind\":\"bogus\"}") + frame("{\"kind\":\"quit\"}") << false << true;
+}
+
+void TestHostileInput::intentRequests()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(bool, hangUp);
+    QFETCH(bool, answered);
+    InstanceChannel channel;
+    channel.setReceiveTimeout(800);
+    const QString path = InstanceChannel::socketPath(
+        m_dir.filePath(QStringLiteral("channel-") + QString::number(qHash(bytes))));
+    QVERIFY(channel.listen(path));
+    QStringList handled;
+    channel.setIntentHandler(
+        [&handled](QString action, QStringList arguments) -> QCoro::Task<InstanceChannel::Reply> {
+            handled.append(action + u':' + arguments.join(u','));
+            co_return InstanceChannel::Reply{true, action};
+        });
+    bool quit = false;
+    channel.setQuitHandler([&quit] { quit = true; });
+    int activated = 0;
+    channel.setActivateHandler([&activated] { ++activated; });
+    QUrl opened;
+    channel.setUrlHandler([&opened](const QUrl &url) { opened = url; });
+
+    // The hostile client runs alongside; a silent one is still connected while the next is served.
+    QFuture<QJsonObject> hostile = QtConcurrent::run(exchange, path, bytes, hangUp);
+    if (answered) {
+        const QJsonObject reply = awaitFuture(hostile);
+        QVERIFY(reply.contains(QLatin1String("ok")));
+        QCOMPARE(reply.value(QLatin1String("ok")).toBool(true), false);
+    } else {
+        QTest::qWait(50);
+    }
+    QElapsedTimer timer;
+    timer.start();
+    const auto sent = awaitFuture(QtConcurrent::run([path] {
+        return InstanceChannel::send(
+            path, InstanceChannel::intentRequest("import", {"--name", "N"}), 5000);
+    }));
+    QCOMPARE(sent.status, InstanceChannel::SendResult::Status::delivered);
+    QCOMPARE(sent.reply.text, QStringLiteral("import"));
+    QVERIFY2(timer.elapsed() < 700, "the next client waited for the hostile one");
+    if (!answered)
+        awaitFuture(hostile);
+    QCOMPARE(handled, QStringList{QStringLiteral("import:--name,N")});
+    QVERIFY(!quit);
+    QCOMPARE(activated, 0);
+    QVERIFY(opened.isEmpty());
+}
+
+// Copies of Shortcuts.sqlite in odd states: nothing or only the rows that are really there,
+// never a crash; odd column types give no value rather than a wrong one.
+void TestHostileInput::shortcutsDatabase_data()
+{
+    QTest::addColumn<QString>("state");
+    QTest::newRow("empty file") << "empty";
+    QTest::newRow("truncated after the first page") << "truncated";
+    QTest::newRow("every page after the first overwritten") << "overwritten";
+    QTest::newRow("garbage write-ahead log") << "garbage wal";
+    QTest::newRow("a folder in the file's place") << "folder";
+    QTest::newRow("a view over a missing table") << "broken view";
+    QTest::newRow("hostile column types") << "types";
+}
+
+void TestHostileInput::shortcutsDatabase()
+{
+    QFETCH(QString, state);
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("Shortcuts.sqlite"));
+    const char *schema =
+        "CREATE TABLE ZSHORTCUT (Z_PK INTEGER PRIMARY KEY, ZTOMBSTONED INTEGER, "
+        "ZHASUSERPROVIDEDNAMEORICON INTEGER, ZCREATIONDATE TIMESTAMP, ZMODIFICATIONDATE "
+        "TIMESTAMP, ZLASTRUNEVENTDATE TIMESTAMP, ZWORKFLOWID VARCHAR, "
+        "ZASSOCIATEDAPPBUNDLEIDENTIFIER VARCHAR, ZACTIONS BLOB)";
+    auto build = [&](const QStringList &statements) {
+        SqliteDatabase db;
+        QVERIFY(db.open(path, SqliteDatabase::Mode::readWriteCreate));
+        QVERIFY(db.exec(QString::fromLatin1(schema)));
+        for (const QString &sql : statements)
+            QVERIFY2(db.exec(sql), qPrintable(sql));
+    };
+    // Enough rows, with padding, to fill several pages.
+    QStringList many;
+    for (int i = 0; i < 200; ++i)
+        many << QStringLiteral("INSERT INTO ZSHORTCUT (ZTOMBSTONED, ZWORKFLOWID, ZACTIONS, "
+                               "ZCREATIONDATE) VALUES (0, 'ID-%1', zeroblob(400), 10)")
+                    .arg(i);
+    QSet<QString> possible;
+    for (int i = 0; i < 200; ++i)
+        possible.insert(QStringLiteral("ID-%1").arg(i));
+    std::optional<QSet<QString>> expected = QSet<QString>();
+
+    if (state == "empty") {
+        QFile f(path);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+    } else if (state == "truncated" || state == "overwritten") {
+        build(many);
+        QFile f(path);
+        QVERIFY(f.open(QIODevice::ReadWrite));
+        const qint64 size = f.size();
+        QVERIFY(size > 8192);
+        if (state == "truncated") {
+            QVERIFY(f.resize(4096));
+        } else {
+            f.seek(4096);
+            QByteArray noise(size - 4096, '\0');
+            for (qsizetype i = 0; i < noise.size(); ++i)
+                noise[i] = char((i * 7919 + 13) & 0xFF);
+            f.write(noise);
+        }
+        expected.reset(); // whatever survives, nothing invented
+    } else if (state == "garbage wal") {
+        build(many);
+        QFile wal(path + QStringLiteral("-wal"));
+        QVERIFY(wal.open(QIODevice::WriteOnly));
+        wal.write(QByteArray("\x37\x7f\x06\x82garbage", 11).repeated(500));
+        expected = possible;
+    } else if (state == "folder") {
+        QVERIFY(QDir().mkdir(path));
+    } else if (state == "broken view") {
+        SqliteDatabase db;
+        QVERIFY(db.open(path, SqliteDatabase::Mode::readWriteCreate));
+        QVERIFY(db.exec(QStringLiteral("CREATE TABLE GONE (A)")));
+        QVERIFY(
+            db.exec(QStringLiteral("CREATE VIEW ZSHORTCUT AS SELECT A AS ZWORKFLOWID FROM GONE")));
+        QVERIFY(db.exec(QStringLiteral("DROP TABLE GONE")));
+    } else if (state == "types") {
+        build({
+            // Text identifiers holding NUL and bytes that are not UTF-8.
+            "INSERT INTO ZSHORTCUT (ZTOMBSTONED, ZWORKFLOWID, ZASSOCIATEDAPPBUNDLEIDENTIFIER, "
+            "ZCREATIONDATE, ZMODIFICATIONDATE, ZLASTRUNEVENTDATE, ZHASUSERPROVIDEDNAMEORICON) "
+            "VALUES (0, 'GOOD', x'00FF', x'3130', 'NaN', '-1e999', x'01')",
+            "INSERT INTO ZSHORTCUT (ZTOMBSTONED, ZWORKFLOWID, ZCREATIONDATE, "
+            "ZHASUSERPROVIDEDNAMEORICON) VALUES ('0', CAST(x'41FF42' AS TEXT), 1e308, 1.0)",
+            "INSERT INTO ZSHORTCUT (ZTOMBSTONED, ZWORKFLOWID, ZCREATIONDATE) "
+            "VALUES (x'00', 'HIDDEN', 0)",
+            "INSERT INTO ZSHORTCUT (ZTOMBSTONED, ZWORKFLOWID) VALUES (0, x'4142')",
+            "INSERT INTO ZSHORTCUT (ZTOMBSTONED, ZWORKFLOWID, ZMODIFICATIONDATE) VALUES (0.0, "
+            "'REAL-TOMBSTONE', 20)",
+        });
+        expected.reset();
+    }
+
+    const ShortcutsDatabase::Rows rows = ShortcutsDatabase::readRows(folder.path());
+    const QSet<QString> ids(rows.keyBegin(), rows.keyEnd());
+    if (expected) {
+        QCOMPARE(ids, *expected);
+    } else if (state != "types") {
+        QVERIFY(QSet<QString>(ids).subtract(possible).isEmpty());
+    } else {
+        // A blob is no bundle identifier, no date and no flag; NaN and overflow are no dates.
+        const ShortcutsDatabase::Row good = rows.value(QStringLiteral("GOOD"));
+        QCOMPARE(good.workflowID, QStringLiteral("GOOD"));
+        QVERIFY(!good.createdAt && !good.modifiedAt && !good.lastRunAt);
+        QVERIFY(!good.userProvidedIcon);
+        QVERIFY(!good.appBundleID);
+        QVERIFY(!ids.contains(QStringLiteral("HIDDEN")));
+        QCOMPARE(rows.value(QStringLiteral("REAL-TOMBSTONE")).modifiedAt,
+                 std::optional(QDateTime(QDate(2001, 1, 1), QTime(0, 0, 20), Qt::UTC)));
+        const QString odd = QString::fromUtf8("A\xFF"
+                                              "B");
+        QVERIFY(ids.contains(odd));
+        QVERIFY(!rows.value(odd).createdAt);
+        QCOMPARE(ids.size(), 3);
+    }
+}
+
+// Icon images: tiny, animated or lying about their size. No value or the icon of the first frame.
+void TestHostileInput::images_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QByteArray>("sameAs"); // empty: no value expected
+    const QImage icon = gradientIcon(QColor(0xFF, 0x3B, 0x30), QColor(0xFF, 0x95, 0x00));
+    const QImage other = gradientIcon(QColor(0x00, 0x7A, 0xFF), QColor(0x5A, 0xC8, 0xFA));
+    // A still GIF of the first frame, in the same palette.
+    const QByteArray firstFrame = animatedGif({icon});
+    const QByteArray gif = animatedGif({icon, other});
+    QImage opaque(1, 1, QImage::Format_ARGB32);
+    opaque.fill(QColor(0xFF, 0x3B, 0x30));
+    QImage clear(1, 1, QImage::Format_ARGB32);
+    clear.fill(Qt::transparent);
+    QImage white(1, 1, QImage::Format_ARGB32);
+    white.fill(Qt::white);
+
+    QTest::newRow("1 x 1 colour") << encoded(opaque, "PNG") << QByteArray();
+    QTest::newRow("1 x 1 white") << encoded(white, "PNG") << QByteArray();
+    QTest::newRow("1 x 1 transparent") << encoded(clear, "PNG") << QByteArray();
+    QTest::newRow("animated GIF") << gif << firstFrame;
+    QTest::newRow("animated GIF, second frame cut off")
+        << gif.left(gif.size() - 2000) << firstFrame;
+    QTest::newRow("GIF screen 65535 x 65535")
+        << animatedGif({icon}, QSize(65535, 65535)) << QByteArray();
+    QTest::newRow("GIF cut inside the palette") << gif.left(300) << QByteArray();
+    QTest::newRow("JPEG cut in half") << encoded(icon, "JPEG").left(600) << QByteArray();
+    QTest::newRow("BMP claims 40000 x 40000")
+        << encoded(icon, "BMP").replace(18, 8, QByteArray("\x40\x9C\x00\x00\x40\x9C\x00\x00", 8))
+        << QByteArray();
+    QTest::newRow("PPM claims 40000 x 40000")
+        << QByteArray("P6 40000 40000 255\n") + "\xFF\xFF\xFF" << QByteArray();
+    QTest::newRow("XPM claims 40000 x 40000")
+        << QByteArray("/* XPM */\nstatic char *x[] = {\n\"40000 40000 1 1\",\n\"a c #FF0000\",\n"
+                      "\"aaaa\"};\n")
+        << QByteArray();
+}
+
+void TestHostileInput::images()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QByteArray, sameAs);
+    const auto result = IconProcessing::process(bytes);
+    if (sameAs.isEmpty()) {
+        QVERIFY(!result);
+        return;
+    }
+    const auto reference = IconProcessing::process(sameAs);
+    QVERIFY(reference);
+    QVERIFY(result);
+    QCOMPARE(result->topHex, reference->topHex);
+    QCOMPARE(result->bottomHex, reference->bottomHex);
+    QImage glyph, expectedGlyph;
+    QVERIFY(glyph.loadFromData(result->glyphPNG, "PNG"));
+    QVERIFY(expectedGlyph.loadFromData(reference->glyphPNG, "PNG"));
+    QCOMPARE(glyph.convertToFormat(QImage::Format_ARGB32),
+             expectedGlyph.convertToFormat(QImage::Format_ARGB32));
+}
+
+// App Store lookups: bad encodings, depth, unbounded bodies and redirects off the web give no
+// icon and leave nothing cached; a redirect within the web still works.
+void TestHostileInput::appStoreReplies_data()
+{
+    QTest::addColumn<QString>("lookupLocation"); // redirect for /lookup; "" for none
+    QTest::addColumn<QByteArray>("lookupBody");
+    QTest::addColumn<QString>("artLocation"); // redirect for the artwork
+    QTest::addColumn<bool>("withLength");
+    QTest::addColumn<bool>("found");
+    const QByteArray good = "{\"results\":[{\"artworkUrl100\":\"ART/art/100x100bb.png\"}]}";
+    QTest::newRow("redirect within the web") << "/moved" << good << "" << true << true;
+    QTest::newRow("artwork redirect within the web") << "" << good << "/png" << true << true;
+    QTest::newRow("redirect to a file") << "file:///etc/hostname" << good << "" << true << false;
+    QTest::newRow("redirect to data")
+        << "data:application/json,{\"results\":[]}" << good << "" << true << false;
+    QTest::newRow("redirect to ftp") << "ftp://127.0.0.1/lookup" << good << "" << true << false;
+    QTest::newRow("redirect to javascript") << "javascript:alert(1)" << good << "" << true << false;
+    QTest::newRow("redirect without a target") << "%%" << good << "" << true << false;
+    QTest::newRow("endless redirects") << "/lookup" << good << "" << true << false;
+    QTest::newRow("artwork redirect to a file")
+        << "" << good << "file:///etc/hostname" << true << false;
+    QTest::newRow("invalid UTF-8")
+        << "" << QByteArray("{\"results\":[{\"artworkUrl100\":\"\xFF\"}]}") << "" << true << false;
+    QTest::newRow("10,000 arrays deep") << "" << deepJson(10000) << "" << true << false;
+    QTest::newRow("NUL after the object")
+        << "" << good + QByteArray(1, '\0') << "" << true << false;
+    QTest::newRow("huge body without a length")
+        << "" << good + QByteArray(3 * 1024 * 1024, ' ') << "" << false << false;
+}
+
+void TestHostileInput::appStoreReplies()
+{
+    QFETCH(QString, lookupLocation);
+    QFETCH(QByteArray, lookupBody);
+    QFETCH(QString, artLocation);
+    QFETCH(bool, withLength);
+    QFETCH(bool, found);
+    HttpServer server;
+    QImage art(64, 64, QImage::Format_ARGB32);
+    art.fill(QColor(200, 30, 30));
+    const QByteArray png = encoded(art, "PNG");
+    lookupBody.replace("ART", server.base().toUtf8());
+    auto location = [&server](const QString &l) {
+        return (l.startsWith(u'/') ? server.base() + l : l).toUtf8();
+    };
+    server.answers["/lookup"] = {200, lookupBody, {}, withLength};
+    if (!lookupLocation.isEmpty())
+        server.answers["/lookup"] = {302, {}, location(lookupLocation), true};
+    server.answers["/moved"] = {200, lookupBody, {}, true};
+    server.answers["/art/256x256bb.png"] = {200, png, {}, true};
+    if (!artLocation.isEmpty())
+        server.answers["/art/256x256bb.png"] = {301, {}, location(artLocation), true};
+    server.answers["/png"] = {200, png, {}, true};
+
+    AppIconProvider provider;
+    provider.setTransferTimeout(std::chrono::milliseconds(5000));
+    provider.setLookupUrl(QUrl(server.base() + "/lookup"));
+    QElapsedTimer timer;
+    timer.start();
+    const auto icon = QCoro::waitFor(provider.remoteIcon(QStringLiteral("com.example.app")));
+    QCOMPARE(icon.has_value(), found);
+    QCOMPARE(provider.cachedIcon(QStringLiteral("com.example.app")).has_value(), found);
+    QVERIFY(!provider.isLookingUp(QStringLiteral("com.example.app")));
+    QVERIFY(server.requests <= 8);   // redirects are capped
+    QVERIFY(timer.elapsed() < 5000); // ended by the answer, not by the transfer timeout
+}
+
+// Appcast feeds: redirects off the web, entity bombs, bad encodings and unbounded bodies end
+// in a clear failure; deep but well-formed feeds still read.
+void TestHostileInput::appcastFeeds_data()
+{
+    QTest::addColumn<QByteArray>("location");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<bool>("withLength");
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<QString>("detail");
+    using Kind = AppUpdater::Result::Kind;
+    const QByteArray newer = appcast(appcastItem("1.2.0"));
+    const QString unreadable = QStringLiteral("The update feed could not be read");
+    const QString invalid = QStringLiteral("The update feed isn’t valid XML");
+    QTest::newRow("redirect within the web")
+        << QByteArray("/moved") << newer << true << int(Kind::updateAvailable) << "1.2.0";
+    QTest::newRow("redirect to a file")
+        << QByteArray("file:///etc/passwd") << newer << true << int(Kind::failed) << unreadable;
+    QTest::newRow("redirect to data")
+        << QByteArray("data:text/xml,<rss/>") << newer << true << int(Kind::failed) << unreadable;
+    QTest::newRow("redirect to ftp") << QByteArray("ftp://127.0.0.1/appcast.xml") << newer << true
+                                     << int(Kind::failed) << unreadable;
+    QTest::newRow("endless redirects")
+        << QByteArray("/appcast.xml") << newer << true << int(Kind::failed) << unreadable;
+    QByteArray laughs = "<?xml version=\"1.0\"?><!DOCTYPE rss [<!ENTITY a \"aaaaaaaaaa\">";
+    for (char c = 'b'; c <= 'j'; ++c)
+        laughs += QByteArray("<!ENTITY ") + c + " \"" +
+                  (QByteArray("&") + char(c - 1) + ";").repeated(10) + "\">";
+    laughs += "]><rss xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\">"
+              "<channel><item><sparkle:version>&j;</sparkle:version></item></channel></rss>";
+    QTest::newRow("entity expansion bomb")
+        << QByteArray() << laughs << true << int(Kind::failed) << invalid;
+    QTest::newRow("external entity")
+        << QByteArray()
+        << QByteArray("<?xml version=\"1.0\"?><!DOCTYPE rss [<!ENTITY x SYSTEM "
+                      "\"file:///etc/passwd\">]><rss xmlns:sparkle=\"http://www.andymatuschak."
+                      "org/xml-namespaces/sparkle\"><channel><item><sparkle:version>&x;"
+                      "</sparkle:version></item></channel></rss>")
+        << true << int(Kind::failed) << "The update feed";
+    QTest::newRow("invalid UTF-8") << QByteArray() << appcast(appcastItem("1.\xFF\xFE")) << true
+                                   << int(Kind::failed) << invalid;
+    QTest::newRow("NUL in a version")
+        << QByteArray() << appcast(appcastItem(QByteArray("1.2\0", 4))) << true << int(Kind::failed)
+        << invalid;
+    QTest::newRow("items 10,000 elements deep")
+        << QByteArray()
+        << appcast(QByteArray("<x>").repeated(10000) + appcastItem("1.2.0") +
+                   QByteArray("</x>").repeated(10000))
+        << true << int(Kind::updateAvailable) << "1.2.0";
+    QTest::newRow("unclosed elements 10,000 deep")
+        << QByteArray() << appcast(QByteArray("<x>").repeated(10000)) << true << int(Kind::failed)
+        << invalid;
+    const QByteArray longVersion = QByteArray("1.").repeated(5000) + "1";
+    QTest::newRow("version of 5,001 parts")
+        << QByteArray() << appcast(appcastItem(longVersion)) << true << int(Kind::updateAvailable)
+        << QString::fromLatin1(longVersion);
+    QTest::newRow("huge body without a length")
+        << QByteArray() << newer + QByteArray(3 * 1024 * 1024, ' ') << false << int(Kind::failed)
+        << "The update feed is larger than 1024 KB.";
+}
+
+void TestHostileInput::appcastFeeds()
+{
+    QFETCH(QByteArray, location);
+    QFETCH(QByteArray, body);
+    QFETCH(bool, withLength);
+    QFETCH(int, kind);
+    QFETCH(QString, detail);
+    HttpServer server;
+    if (location.startsWith('/'))
+        location.prepend(server.base().toUtf8());
+    if (!location.isEmpty())
+        server.answers["/appcast.xml"] = {302, {}, location, true};
+    else
+        server.answers["/appcast.xml"] = {200, body, {}, withLength};
+    server.answers["/moved"] = {200, body, {}, withLength};
+
+    AppUpdater updater;
+    updater.setCurrentVersion(QStringLiteral("1.0.0"));
+    updater.setFeedURL(QUrl(server.base() + "/appcast.xml"));
+    QElapsedTimer timer;
+    timer.start();
+    const AppUpdater::Result result = awaitTask(updater.check());
+    QCOMPARE(int(result.kind), kind);
+    if (result.kind == AppUpdater::Result::Kind::failed)
+        QVERIFY2(result.error.startsWith(detail), qPrintable(result.error));
+    else
+        QCOMPARE(result.newest.version, detail);
+    QVERIFY(updater.canCheckForUpdates());
+    QVERIFY(timer.elapsed() < AppUpdater::timeoutMilliseconds);
+}
+
+QTEST_MAIN(TestHostileInput)
+#include "tst_hostile_input.moc"
