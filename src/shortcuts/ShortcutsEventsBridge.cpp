@@ -161,6 +161,7 @@ ShortcutsEventsBridge::decodeShortcutList(const AppleEventDescriptor &reply)
     }
 
     QList<ShortcutSnapshot> snapshots;
+    snapshots.reserve(names.numberOfItems());
     for (int i = 1; i <= names.numberOfItems(); ++i) {
         const auto identifier = textAt(ids, i);
         const auto name = textAt(names, i);

@@ -9,6 +9,7 @@
 #include <QHash>
 #include <QThread>
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -93,6 +94,26 @@ AppleEventDescriptor colorReply(const QColor &c, bool asData)
                                        AppleEventDescriptor::integer(b)});
 }
 
+// Whether the file holds exactly these bytes, read a block at a time: an icon fetch sends
+// thousands of scripts, and a copy of a large library for each one is wasted work.
+bool sameContents(QFile &file, const QByteArray &known)
+{
+    if (file.size() != known.size())
+        return false;
+    char block[64 * 1024];
+    qsizetype at = 0;
+    for (;;) {
+        const qint64 n = file.read(block, sizeof block);
+        if (n < 0)
+            return false;
+        if (n == 0)
+            return at == known.size();
+        if (at + n > known.size() || std::memcmp(block, known.constData() + at, size_t(n)) != 0)
+            return false;
+        at += n;
+    }
+}
+
 QString quoted(const QString &s)
 {
     return ShortcutsEventsBridge::quotedScriptString(s);
@@ -154,12 +175,13 @@ std::shared_ptr<SimulatedShortcutsEvents::Parsed> SimulatedShortcutsEvents::curr
         *error = QStringLiteral("%1: %2").arg(m_libraryPath, file.errorString());
         return nullptr;
     }
-    QByteArray json = file.readAll();
     {
         QMutexLocker lock(&m_mutex);
-        if (m_parsed && m_parsed->json == json)
+        if (m_parsed && sameContents(file, m_parsed->json))
             return m_parsed;
     }
+    file.seek(0);
+    QByteArray json = file.readAll();
     QString why;
     auto library = SimulatedLibrary::fromJson(json, &why);
     if (!library) {
