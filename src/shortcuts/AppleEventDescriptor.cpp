@@ -238,6 +238,13 @@ std::optional<AppleEventDescriptor> AppleEventDescriptor::descriptorAtIndex(int 
     return d->items.at(index - 1);
 }
 
+const AppleEventDescriptor *AppleEventDescriptor::itemAt(int index) const
+{
+    if (index < 1 || index > numberOfItems())
+        return nullptr;
+    return &d->items.at(index - 1);
+}
+
 QString AppleEventDescriptor::keyAtIndex(int index) const
 {
     if (d->type != DescriptorType::record || index < 1 || index > d->keys.size())

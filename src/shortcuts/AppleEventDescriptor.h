@@ -67,6 +67,9 @@ public:
     int numberOfItems() const;
     // Counted from 1; nothing when out of range.
     std::optional<AppleEventDescriptor> descriptorAtIndex(int index) const;
+    // The same item without a copy (null when out of range); valid while this descriptor lives.
+    // For walking large replies.
+    const AppleEventDescriptor *itemAt(int index) const;
     // Record key of item index (from 1), empty for lists.
     QString keyAtIndex(int index) const;
     // Text, or a number as text; nothing for values that have no text form.

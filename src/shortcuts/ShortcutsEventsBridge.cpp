@@ -11,7 +11,7 @@ const QString tellShortcutsEvents = QStringLiteral("tell application \"Shortcuts
 
 std::optional<QString> textAt(const AppleEventDescriptor &list, int index)
 {
-    const auto item = list.descriptorAtIndex(index);
+    const AppleEventDescriptor *item = list.itemAt(index);
     return item ? item->stringValue() : std::nullopt;
 }
 
@@ -151,7 +151,7 @@ ShortcutsEventsBridge::decodeShortcutList(const AppleEventDescriptor &reply)
     QHash<QString, QString> folderOf;
     for (int f = 1; f <= folderNames.numberOfItems(); ++f) {
         const QString folderName = textAt(folderNames, f).value_or(QString());
-        const auto members = memberships.descriptorAtIndex(f);
+        const AppleEventDescriptor *members = memberships.itemAt(f);
         if (!members)
             continue;
         for (int j = 1; j <= members->numberOfItems(); ++j) {
@@ -171,10 +171,10 @@ ShortcutsEventsBridge::decodeShortcutList(const AppleEventDescriptor &reply)
         s.identifier = *identifier;
         s.name = *name;
         s.subtitle = textAt(subtitles, i).value_or(QString());
-        s.colorHex = decodeColor(colors.descriptorAtIndex(i));
-        const auto input = inputs.descriptorAtIndex(i);
+        s.colorHex = colorText(colors.itemAt(i));
+        const AppleEventDescriptor *input = inputs.itemAt(i);
         s.acceptsInput = input && input->booleanValue();
-        const auto count = counts.descriptorAtIndex(i);
+        const AppleEventDescriptor *count = counts.itemAt(i);
         s.actionCount = count ? count->int32Value() : 0;
         s.folderName = folderOf.value(s.identifier);
         snapshots.append(std::move(s));
@@ -184,12 +184,17 @@ ShortcutsEventsBridge::decodeShortcutList(const AppleEventDescriptor &reply)
 
 QString ShortcutsEventsBridge::decodeColor(const std::optional<AppleEventDescriptor> &element)
 {
+    return colorText(element ? &*element : nullptr);
+}
+
+QString ShortcutsEventsBridge::colorText(const AppleEventDescriptor *element)
+{
     if (!element)
         return {};
     qint64 components[3] = {0, 0, 0};
     if (element->numberOfItems() == 3) {
         for (int i = 0; i < 3; ++i) {
-            const auto item = element->descriptorAtIndex(i + 1);
+            const AppleEventDescriptor *item = element->itemAt(i + 1);
             components[i] = item ? item->int32Value() : 0;
         }
     } else {

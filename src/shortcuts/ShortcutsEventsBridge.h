@@ -42,6 +42,8 @@ public:
     static BridgeResult<QList<ShortcutSnapshot>>
     decodeShortcutList(const AppleEventDescriptor &reply);
     static QString decodeColor(const std::optional<AppleEventDescriptor> &element);
+    // decodeColor on an element read in place.
+    static QString colorText(const AppleEventDescriptor *element);
     static std::optional<QByteArray> decodeIcon(const AppleEventDescriptor &reply);
     static std::optional<QString> decodeOutput(const AppleEventDescriptor &reply);
     // The host's answer as the bridge reports it.
