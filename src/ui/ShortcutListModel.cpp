@@ -6,6 +6,14 @@
 
 #include <algorithm>
 
+namespace {
+// Not QList's operator==: Qt 6.4 hands memcmp a null pointer when an empty list is compared.
+bool sameItems(const QList<ShortcutItem *> &a, const QList<ShortcutItem *> &b)
+{
+    return std::equal(a.cbegin(), a.cend(), b.cbegin(), b.cend());
+}
+} // namespace
+
 ShortcutListModel::ShortcutListModel(QObject *parent) : QAbstractListModel(parent) {}
 
 int ShortcutListModel::rowCount(const QModelIndex &parent) const
@@ -109,7 +117,7 @@ void ShortcutListModel::reset(const QList<ShortcutItem *> &items)
 
 void ShortcutListModel::update(const QList<ShortcutItem *> &items)
 {
-    if (items == m_items)
+    if (sameItems(items, m_items))
         return;
     const QSet<const ShortcutItem *> wanted(items.cbegin(), items.cend());
 
@@ -136,7 +144,7 @@ void ShortcutListModel::update(const QList<ShortcutItem *> &items)
         if (kept.contains(item))
             keptInNewOrder.append(item);
     }
-    if (keptInNewOrder != m_items) {
+    if (!sameItems(keptInNewOrder, m_items)) {
         emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
         const QModelIndexList before = persistentIndexList();
         QList<const ShortcutItem *> itemsBefore;
