@@ -322,11 +322,11 @@ void WindowTest::menuCommandsEnableAsWritten()
     QCOMPARE(commands.runSelected()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Return));
     QVERIFY(commands.sync()->isEnabled());
     QVERIFY(!commands.runSelected()->isEnabled());
-    QVERIFY(!commands.checkForUpdates()->isEnabled()); // no feed configured
-    updater.setFeedURL(QUrl(QStringLiteral("https://updates.example.org/appcast.xml")));
-    QVERIFY(commands.checkForUpdates()->isEnabled());
+    QVERIFY(commands.checkForUpdates()->isEnabled()); // the built-in https feed
     updater.setFeedURL(QUrl(QStringLiteral("http://updates.example.org/appcast.xml")));
     QVERIFY(!commands.checkForUpdates()->isEnabled()); // plain http only to this machine
+    updater.setFeedURL(QUrl(QStringLiteral("https://updates.example.org/appcast.xml")));
+    QVERIFY(commands.checkForUpdates()->isEnabled());
 
     TRIGGER_ACTION(commands.sync());
     QTRY_COMPARE(f.context->shortcuts().size(), 1);
