@@ -4,7 +4,7 @@
 #include "shortcuts/ShortcutRunner.h"
 #include "sync/LibrarySyncController.h"
 #include "ui/EditorSheet.h"
-#include "ui/InspectorPane.h"
+#include "ui/DetailColumn.h"
 #include "ui/LibraryNavigation.h"
 #include "ui/OutcomeBanner.h"
 #include "ui/ShortcutCollectionView.h"

@@ -9,7 +9,7 @@
 
 #include <QMimeData>
 
-struct SidebarModel::Spec {
+struct SidebarModel::Blueprint {
     RowKind kind = RowKind::entry;
     std::optional<Header> header;
     QString key;
@@ -19,9 +19,9 @@ struct SidebarModel::Spec {
     QString symbol;
     QString tintHex; // "" or malformed: the accent colour
     int count = -1;  // -1: no count shown
-    QList<Spec> children;
+    QList<Blueprint> children;
 
-    bool sameData(const Spec &other) const
+    bool sameData(const Blueprint &other) const
     {
         return title == other.title && symbol == other.symbol && tintHex == other.tintHex &&
                count == other.count && section == other.section;
@@ -29,7 +29,7 @@ struct SidebarModel::Spec {
 };
 
 struct SidebarModel::Node {
-    Spec data; // children of the spec are not kept here
+    Blueprint data; // children of the blueprint are not kept here
     Node *parent = nullptr;
     std::vector<std::unique_ptr<Node>> children;
 
@@ -65,46 +65,46 @@ template<typename T> void sortTopLevel(QList<T *> &records)
 SidebarModel::SidebarModel(ModelContext &context, QObject *parent)
     : QAbstractItemModel(parent), m_context(context), m_root(std::make_unique<Node>())
 {
-    const QList<Spec> tree = desiredTree();
-    for (const Spec &spec : tree)
-        m_root->children.push_back(makeNode(spec, m_root.get()));
+    const QList<Blueprint> tree = desiredTree();
+    for (const Blueprint &blueprint : tree)
+        m_root->children.push_back(makeNode(blueprint, m_root.get()));
     connect(&m_context, &ModelContext::changed, this, &SidebarModel::contextChanged);
 }
 
 SidebarModel::~SidebarModel() = default;
 
-QList<SidebarModel::Spec> SidebarModel::desiredTree() const
+QList<SidebarModel::Blueprint> SidebarModel::desiredTree() const
 {
     const SidebarCounts counts = SidebarCounts::of(m_context);
 
     const auto fixed = [](const QString &title, const QString &symbol,
                           const LibrarySection &section, int count) {
-        Spec spec;
-        spec.key = section.toText();
-        spec.section = section;
-        spec.title = title;
-        spec.symbol = symbol;
-        spec.count = count;
-        return spec;
+        Blueprint blueprint;
+        blueprint.key = section.toText();
+        blueprint.section = section;
+        blueprint.title = title;
+        blueprint.symbol = symbol;
+        blueprint.count = count;
+        return blueprint;
     };
     const auto header = [](Header which, const QString &title) {
-        Spec spec;
-        spec.kind = RowKind::header;
-        spec.header = which;
-        spec.key = QStringLiteral("header:") + title;
-        spec.title = title;
-        return spec;
+        Blueprint blueprint;
+        blueprint.kind = RowKind::header;
+        blueprint.header = which;
+        blueprint.key = QStringLiteral("header:") + title;
+        blueprint.title = title;
+        return blueprint;
     };
     const auto hint = [](const QString &key, const QString &text) {
-        Spec spec;
-        spec.kind = RowKind::hint;
-        spec.key = key;
-        spec.title = text;
-        return spec;
+        Blueprint blueprint;
+        blueprint.kind = RowKind::hint;
+        blueprint.key = key;
+        blueprint.title = text;
+        return blueprint;
     };
 
-    QList<Spec> tree;
-    Spec library = header(Header::library, QStringLiteral("Library"));
+    QList<Blueprint> tree;
+    Blueprint library = header(Header::library, QStringLiteral("Library"));
     library.children = {
         fixed(QStringLiteral("All Shortcuts"), QStringLiteral("square.grid.2x2"),
               LibrarySection::all(), int(counts.all)),
@@ -124,38 +124,38 @@ QList<SidebarModel::Spec> SidebarModel::desiredTree() const
     tree.append(library);
 
     if (!m_context.smartLists().isEmpty()) {
-        Spec smart = header(Header::smartLists, QStringLiteral("Smart Lists"));
+        Blueprint smart = header(Header::smartLists, QStringLiteral("Smart Lists"));
         QList<SmartList *> lists = m_context.smartLists();
         std::stable_sort(lists.begin(), lists.end(), [](const SmartList *a, const SmartList *b) {
             return a->sortOrder() < b->sortOrder();
         });
         for (SmartList *list : lists) {
-            Spec spec =
+            Blueprint blueprint =
                 fixed(list->name(), list->symbolName(), LibrarySection::smartList(list->uuid()),
                       int(counts.smartLists.value(list->uuid())));
-            spec.key = recordKey("smart:", list);
-            spec.record = list;
-            spec.tintHex = list->colorHex();
-            smart.children.append(spec);
+            blueprint.key = recordKey("smart:", list);
+            blueprint.record = list;
+            blueprint.tintHex = list->colorHex();
+            smart.children.append(blueprint);
         }
         tree.append(smart);
     }
 
-    const std::function<Spec(LibraryFolder *, int)> folderSpec = [&](LibraryFolder *folder,
-                                                                     int depth) {
-        Spec spec =
+    const std::function<Blueprint(LibraryFolder *, int)> folderSpec = [&](LibraryFolder *folder,
+                                                                          int depth) {
+        Blueprint blueprint =
             fixed(folder->name(), folder->symbolName(), LibrarySection::folder(folder->uuid()),
                   int(counts.folders.value(folder->uuid())));
-        spec.key = recordKey("folder:", folder);
-        spec.record = folder;
-        spec.tintHex = folder->colorHex();
+        blueprint.key = recordKey("folder:", folder);
+        blueprint.record = folder;
+        blueprint.tintHex = folder->colorHex();
         // The same bound as the record walks, so a corrupted chain cannot recurse for ever.
         if (depth < 64)
             for (LibraryFolder *child : folder->sortedChildren())
-                spec.children.append(folderSpec(child, depth + 1));
-        return spec;
+                blueprint.children.append(folderSpec(child, depth + 1));
+        return blueprint;
     };
-    Spec folders = header(Header::folders, QStringLiteral("Folders"));
+    Blueprint folders = header(Header::folders, QStringLiteral("Folders"));
     QList<LibraryFolder *> topFolders;
     for (LibraryFolder *folder : m_context.folders())
         if (!folder->parent())
@@ -169,18 +169,19 @@ QList<SidebarModel::Spec> SidebarModel::desiredTree() const
                  QStringLiteral("Use + above to create a folder, then drag shortcuts onto it.")));
     tree.append(folders);
 
-    const std::function<Spec(Tag *, int)> tagSpec = [&](Tag *tag, int depth) {
-        Spec spec = fixed(tag->name(), QStringLiteral("tag.fill"), LibrarySection::tag(tag->uuid()),
-                          int(counts.tags.value(tag->uuid())));
-        spec.key = recordKey("tag:", tag);
-        spec.record = tag;
-        spec.tintHex = tag->colorHex();
+    const std::function<Blueprint(Tag *, int)> tagSpec = [&](Tag *tag, int depth) {
+        Blueprint blueprint =
+            fixed(tag->name(), QStringLiteral("tag.fill"), LibrarySection::tag(tag->uuid()),
+                  int(counts.tags.value(tag->uuid())));
+        blueprint.key = recordKey("tag:", tag);
+        blueprint.record = tag;
+        blueprint.tintHex = tag->colorHex();
         if (depth < 64)
             for (Tag *child : tag->sortedChildren())
-                spec.children.append(tagSpec(child, depth + 1));
-        return spec;
+                blueprint.children.append(tagSpec(child, depth + 1));
+        return blueprint;
     };
-    Spec tags = header(Header::tags, QStringLiteral("Tags"));
+    Blueprint tags = header(Header::tags, QStringLiteral("Tags"));
     QList<Tag *> topTags;
     for (Tag *tag : m_context.tags())
         if (!tag->parent())
@@ -194,7 +195,7 @@ QList<SidebarModel::Spec> SidebarModel::desiredTree() const
     tree.append(tags);
 
     if (!counts.nativeFolders.isEmpty()) {
-        Spec native = header(Header::nativeFolders, QStringLiteral("Shortcuts App Folders"));
+        Blueprint native = header(Header::nativeFolders, QStringLiteral("Shortcuts App Folders"));
         for (const auto &[name, count] : counts.nativeFolders)
             native.children.append(fixed(name, QStringLiteral("folder.badge.gearshape"),
                                          LibrarySection::nativeFolder(name), int(count)));
@@ -203,13 +204,14 @@ QList<SidebarModel::Spec> SidebarModel::desiredTree() const
     return tree;
 }
 
-std::unique_ptr<SidebarModel::Node> SidebarModel::makeNode(const Spec &spec, Node *parent) const
+std::unique_ptr<SidebarModel::Node> SidebarModel::makeNode(const Blueprint &blueprint,
+                                                           Node *parent) const
 {
     auto node = std::make_unique<Node>();
-    node->data = spec;
+    node->data = blueprint;
     node->data.children.clear();
     node->parent = parent;
-    for (const Spec &child : spec.children)
+    for (const Blueprint &child : blueprint.children)
         node->children.push_back(makeNode(child, node.get()));
     return node;
 }
@@ -225,11 +227,12 @@ void SidebarModel::refresh()
     reconcile(m_root.get(), QModelIndex(), desiredTree());
 }
 
-void SidebarModel::reconcile(Node *node, const QModelIndex &nodeIndex, const QList<Spec> &desired)
+void SidebarModel::reconcile(Node *node, const QModelIndex &nodeIndex,
+                             const QList<Blueprint> &desired)
 {
     QSet<QString> wanted;
-    for (const Spec &spec : desired)
-        wanted.insert(spec.key);
+    for (const Blueprint &blueprint : desired)
+        wanted.insert(blueprint.key);
 
     // Removals first, in runs of adjacent rows, from the end so rows stay valid.
     for (int end = int(node->children.size()) - 1; end >= 0;) {
@@ -248,16 +251,16 @@ void SidebarModel::reconcile(Node *node, const QModelIndex &nodeIndex, const QLi
 
     // Then walk the wanted order: keep, move up, or insert.
     for (int i = 0; i < desired.size(); ++i) {
-        const Spec &spec = desired.at(i);
+        const Blueprint &blueprint = desired.at(i);
         int found = -1;
         for (int j = i; j < int(node->children.size()); ++j)
-            if (node->children[size_t(j)]->data.key == spec.key) {
+            if (node->children[size_t(j)]->data.key == blueprint.key) {
                 found = j;
                 break;
             }
         if (found < 0) {
             beginInsertRows(nodeIndex, i, i);
-            node->children.insert(node->children.begin() + i, makeNode(spec, node));
+            node->children.insert(node->children.begin() + i, makeNode(blueprint, node));
             endInsertRows();
             continue;
         }
@@ -270,14 +273,14 @@ void SidebarModel::reconcile(Node *node, const QModelIndex &nodeIndex, const QLi
         }
         Node *child = node->children[size_t(i)].get();
         const QModelIndex childIndex = index(i, 0, nodeIndex);
-        if (!child->data.sameData(spec)) {
-            QList<Spec> keepChildren; // the node's own data never holds children
-            child->data = spec;
+        if (!child->data.sameData(blueprint)) {
+            QList<Blueprint> keepChildren; // the node's own data never holds children
+            child->data = blueprint;
             child->data.children = keepChildren;
             emit dataChanged(childIndex, childIndex);
         }
-        child->data.record = spec.record;
-        reconcile(child, childIndex, spec.children);
+        child->data.record = blueprint.record;
+        reconcile(child, childIndex, blueprint.children);
     }
 }
 
@@ -331,24 +334,25 @@ QVariant SidebarModel::data(const QModelIndex &index, int role) const
     const Node *node = nodeAt(index);
     if (!node)
         return {};
-    const Spec &spec = node->data;
+    const Blueprint &blueprint = node->data;
     switch (role) {
     case Qt::DisplayRole:
     case Qt::ToolTipRole:
-        return spec.title;
+        return blueprint.title;
     case Qt::AccessibleTextRole:
-        return spec.count >= 0 ? spec.title + QStringLiteral(", ") + QString::number(spec.count)
-                               : spec.title;
+        return blueprint.count >= 0
+                   ? blueprint.title + QStringLiteral(", ") + QString::number(blueprint.count)
+                   : blueprint.title;
     case SidebarRoles::rowKind:
-        return int(spec.kind);
+        return int(blueprint.kind);
     case SidebarRoles::section:
-        return spec.section ? QVariant(spec.section->toText()) : QVariant();
+        return blueprint.section ? QVariant(blueprint.section->toText()) : QVariant();
     case SidebarRoles::count:
-        return spec.count >= 0 ? QVariant(spec.count) : QVariant();
+        return blueprint.count >= 0 ? QVariant(blueprint.count) : QVariant();
     case SidebarRoles::symbolName:
-        return spec.symbol.isEmpty() ? QVariant() : QVariant(spec.symbol);
+        return blueprint.symbol.isEmpty() ? QVariant() : QVariant(blueprint.symbol);
     case SidebarRoles::tint:
-        if (const auto rgb = rgbComponentsIfValid(spec.tintHex))
+        if (const auto rgb = rgbComponentsIfValid(blueprint.tintHex))
             return QColor::fromRgbF(float(rgb->red), float(rgb->green), float(rgb->blue));
         return {};
     case SidebarRoles::uuid:

@@ -61,11 +61,11 @@ public:
 
 private:
     struct Node;
-    struct Spec;
+    struct Blueprint;
 
-    QList<Spec> desiredTree() const;
-    void reconcile(Node *node, const QModelIndex &nodeIndex, const QList<Spec> &desired);
-    std::unique_ptr<Node> makeNode(const Spec &spec, Node *parent) const;
+    QList<Blueprint> desiredTree() const;
+    void reconcile(Node *node, const QModelIndex &nodeIndex, const QList<Blueprint> &desired);
+    std::unique_ptr<Node> makeNode(const Blueprint &blueprint, Node *parent) const;
     QModelIndex indexOfNode(const Node *node) const;
     Node *nodeAt(const QModelIndex &index) const;
     const Node *find(const std::function<bool(const Node &)> &test) const;

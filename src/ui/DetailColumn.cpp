@@ -1,4 +1,4 @@
-#include "ui/InspectorPane.h"
+#include "ui/DetailColumn.h"
 
 #include "ui/EmptyStatePanel.h"
 
