@@ -5,6 +5,7 @@
 
 #include <QLabel>
 #include <QPushButton>
+#include <QResizeEvent>
 #include <QVBoxLayout>
 
 EmptyStatePanel::EmptyStatePanel(QWidget *parent)
@@ -55,6 +56,7 @@ void EmptyStatePanel::show(const QString &symbol, const QString &title, const QS
     m_title->setText(title);
     m_text->setText(text);
     m_text->setVisible(!text.isEmpty());
+    fitTextHeight();
     m_button->setText(buttonTitle);
     m_button->setVisible(!buttonTitle.isEmpty());
 }
@@ -67,4 +69,19 @@ QString EmptyStatePanel::title() const
 QString EmptyStatePanel::text() const
 {
     return m_text->text();
+}
+
+void EmptyStatePanel::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitTextHeight();
+}
+
+// A wrapped label inside nested layouts is not always given its height for the width it gets,
+// which clips the second line; reserve that height explicitly.
+void EmptyStatePanel::fitTextHeight()
+{
+    const QMargins margins = layout()->contentsMargins();
+    const int width = std::max(1, this->width() - margins.left() - margins.right());
+    m_text->setMinimumHeight(m_text->heightForWidth(width));
 }

@@ -22,7 +22,12 @@ public:
 signals:
     void buttonClicked();
 
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
+    void fitTextHeight();
+
     QLabel *m_symbolLabel;
     QLabel *m_title;
     QLabel *m_text;
