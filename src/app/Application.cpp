@@ -63,9 +63,11 @@ int runThimblecraft(int argc, char *argv[])
         return 0;
     case CommandLine::Command::list: {
         QCoreApplication app(argc, argv);
+        // The store first: a store that cannot be opened must stop before anything is written.
+        ModelContext &context = LibraryStoreContainer::shared();
         if (!installPlatform())
             return 1;
-        return runListCommand(LibraryStoreContainer::shared(), *commandLine);
+        return runListCommand(context, *commandLine);
     }
     case CommandLine::Command::sync:
         if (!installPlatform())
