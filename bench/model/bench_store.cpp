@@ -1,5 +1,6 @@
 // Store benchmark: 10,000 shortcuts with 2 KB icons, 200 nested folders, 200 nested tags.
 // Prints open+load and save times beside raw SQLite inserting the same rows in one transaction.
+#include "common/RawSqliteBaseline.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
 
@@ -59,41 +60,21 @@ double rawInsert(const QString &path)
 {
     sqlite3 *db = nullptr;
     sqlite3_open(path.toUtf8().constData(), &db);
-    sqlite3_exec(
-        db,
-        "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;"
-        "CREATE TABLE items (id INTEGER PRIMARY KEY, identifier TEXT, name TEXT, "
-        "subtitle TEXT, native_folder_name TEXT, color_hex TEXT, top TEXT, bottom TEXT,"
-        "library_order INTEGER, action_count INTEGER, notes TEXT, folder_id INTEGER,"
-        "created REAL, changed REAL, seen REAL, run_count INTEGER, a INTEGER, b INTEGER,"
-        "c INTEGER, d TEXT, e TEXT, f REAL, g REAL, h REAL, has_icon INTEGER);"
-        "CREATE TABLE icons (id INTEGER PRIMARY KEY, data BLOB);"
-        "CREATE TABLE item_tags (item INTEGER, tag INTEGER, PRIMARY KEY(item, tag)) WITHOUT ROWID;",
-        nullptr, nullptr, nullptr);
+    RawSqliteBaseline::createItemsTable(db);
+    sqlite3_exec(db,
+                 "CREATE TABLE icons (id INTEGER PRIMARY KEY, data BLOB);"
+                 "CREATE TABLE item_tags (item INTEGER, tag INTEGER, PRIMARY KEY(item, tag)) "
+                 "WITHOUT ROWID;",
+                 nullptr, nullptr, nullptr);
     QElapsedTimer t;
     t.start();
     sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
-    sqlite3_stmt *item = nullptr, *icon = nullptr, *tag = nullptr;
-    sqlite3_prepare_v2(
-        db, "INSERT INTO items VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)", -1,
-        &item, nullptr);
+    sqlite3_stmt *item = RawSqliteBaseline::prepareItemInsert(db), *icon = nullptr, *tag = nullptr;
     sqlite3_prepare_v2(db, "INSERT INTO icons VALUES (?,?)", -1, &icon, nullptr);
     sqlite3_prepare_v2(db, "INSERT OR IGNORE INTO item_tags VALUES (?,?)", -1, &tag, nullptr);
     const QByteArray blob(2048, 'i');
     for (int i = 0; i < itemCount; ++i) {
-        const QByteArray identifier = QByteArray::number(i).rightJustified(36, '0');
-        const QByteArray name = "Shortcut " + QByteArray::number(i);
-        sqlite3_bind_int64(item, 1, i + 1);
-        sqlite3_bind_text(item, 2, identifier.constData(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_text(item, 3, name.constData(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_text(item, 4, "3 actions", -1, SQLITE_STATIC);
-        sqlite3_bind_text(item, 5, "Folder 3", -1, SQLITE_STATIC);
-        for (int c = 6; c <= 8; ++c)
-            sqlite3_bind_text(item, c, "#FF9500", -1, SQLITE_STATIC);
-        for (int c = 9; c <= 25; ++c)
-            sqlite3_bind_int64(item, c, i);
-        sqlite3_step(item);
-        sqlite3_reset(item);
+        RawSqliteBaseline::insertItem(item, i);
         sqlite3_bind_int64(icon, 1, i + 1);
         sqlite3_bind_blob(icon, 2, blob.constData(), int(blob.size()), SQLITE_STATIC);
         sqlite3_step(icon);

@@ -6,6 +6,7 @@
 // its library file and writes its Shortcuts.sqlite when it first sees the file. That start (one
 // icon script) is timed and printed on its own and kept out of the sync figures; the list reply
 // is still built inside the first sync.
+#include "common/RawSqliteBaseline.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
@@ -40,37 +41,14 @@ double rawInsert(const QString &path, double *cpu)
 {
     sqlite3 *db = nullptr;
     sqlite3_open(path.toUtf8().constData(), &db);
-    sqlite3_exec(db,
-                 "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;"
-                 "CREATE TABLE items (id INTEGER PRIMARY KEY, identifier TEXT, name TEXT, "
-                 "subtitle TEXT, native_folder_name TEXT, color_hex TEXT, top TEXT, bottom TEXT,"
-                 "library_order INTEGER, action_count INTEGER, notes TEXT, folder_id INTEGER,"
-                 "created REAL, changed REAL, seen REAL, run_count INTEGER, a INTEGER, b INTEGER,"
-                 "c INTEGER, d TEXT, e TEXT, f REAL, g REAL, h REAL, has_icon INTEGER);",
-                 nullptr, nullptr, nullptr);
+    RawSqliteBaseline::createItemsTable(db);
     QElapsedTimer t;
     t.start();
     const double cpuStart = cpuMs();
     sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
-    sqlite3_stmt *item = nullptr;
-    sqlite3_prepare_v2(
-        db, "INSERT INTO items VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)", -1,
-        &item, nullptr);
-    for (int i = 0; i < shortcutCount; ++i) {
-        const QByteArray identifier = QByteArray::number(i).rightJustified(36, '0');
-        const QByteArray name = "Shortcut " + QByteArray::number(i);
-        sqlite3_bind_int64(item, 1, i + 1);
-        sqlite3_bind_text(item, 2, identifier.constData(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_text(item, 3, name.constData(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_text(item, 4, "3 actions", -1, SQLITE_STATIC);
-        sqlite3_bind_text(item, 5, "Folder 3", -1, SQLITE_STATIC);
-        for (int c = 6; c <= 8; ++c)
-            sqlite3_bind_text(item, c, "#FF9500", -1, SQLITE_STATIC);
-        for (int c = 9; c <= 25; ++c)
-            sqlite3_bind_int64(item, c, i);
-        sqlite3_step(item);
-        sqlite3_reset(item);
-    }
+    sqlite3_stmt *item = RawSqliteBaseline::prepareItemInsert(db);
+    for (int i = 0; i < shortcutCount; ++i)
+        RawSqliteBaseline::insertItem(item, i);
     sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
     const double elapsed = ms(t);
     *cpu = cpuMs() - cpuStart;
