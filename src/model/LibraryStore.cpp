@@ -211,7 +211,7 @@ std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *e
                                    "(schema %1; this version reads up to %2)")
                         .arg(current)
                         .arg(schemaVersion));
-    if (current == 0 && tableCount->toInt() > 0)
+    if (current < 0 || (current == 0 && tableCount->toInt() > 0))
         return fail(
             QStringLiteral("%1 is an SQLite database but not a Thimblecraft library").arg(path));
 

@@ -169,8 +169,8 @@ void TestHostileStore::refusesAndLeavesUntouched_data()
     QTest::addColumn<QString>("kind");
     for (const char *kind :
          {"garbage", "garbageWithSqliteHeader", "truncated", "truncatedWal", "otherProgram",
-          "otherProgramWal", "otherProgramUserVersion1", "newerSchema", "storeIsDirectory",
-          "missingTable", "missingColumn", "corruptPage"})
+          "otherProgramWal", "otherProgramUserVersion1", "newerSchema", "negativeSchema",
+          "storeIsDirectory", "missingTable", "missingColumn", "corruptPage"})
         QTest::newRow(kind) << QString::fromLatin1(kind);
 }
 
@@ -211,6 +211,9 @@ void TestHostileStore::refusesAndLeavesUntouched()
     } else if (kind == QLatin1String("newerSchema")) {
         makeRealStore(dir);
         execOn(store, QStringLiteral("PRAGMA user_version=99"));
+    } else if (kind == QLatin1String("negativeSchema")) {
+        makeRealStore(dir);
+        execOn(store, QStringLiteral("PRAGMA user_version=-2"));
     } else if (kind == QLatin1String("storeIsDirectory")) {
         QVERIFY(QDir().mkpath(store));
         QVERIFY(writeFile(store + QStringLiteral("/inside"), "x"));
