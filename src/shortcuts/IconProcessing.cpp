@@ -1,10 +1,10 @@
 #include "shortcuts/IconProcessing.h"
 
 #include "model/ColorHex.h"
+#include "shortcuts/PngEncoder.h"
 
 #include <QBuffer>
 #include <QImageReader>
-#include <QImageWriter>
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -202,21 +202,10 @@ std::optional<IconProcessing::Result> IconProcessing::process(const QByteArray &
     if (!cropped)
         return std::nullopt;
 
-    QByteArray png;
-    {
-        QBuffer buffer(&png);
-        if (!buffer.open(QIODevice::WriteOnly))
-            return std::nullopt;
-        QImageWriter writer(&buffer, "png");
-        // For PNG the quality only picks the zlib level: 80 means level 1, which keeps glyphs
-        // about as small as the default level at half the encoding time.
-        writer.setQuality(80);
-        if (!writer.write(*cropped))
-            return std::nullopt;
-    }
-    if (png.isEmpty())
+    const auto png = PngEncoder::encode(*cropped);
+    if (!png)
         return std::nullopt;
-    return Result{png, hexColorString(t.r, t.g, t.b), hexColorString(b.r, b.g, b.b)};
+    return Result{*png, hexColorString(t.r, t.g, t.b), hexColorString(b.r, b.g, b.b)};
 }
 
 std::optional<QImage> IconProcessing::trimmedToContent(const QImage &image)

@@ -3,10 +3,10 @@
 #include "model/ModelContext.h"
 #include "shortcuts/AppIconProvider.h"
 #include "shortcuts/IconProcessing.h"
+#include "shortcuts/PngEncoder.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
 #include "sync/LibrarySyncController.h"
 
-#include <QBuffer>
 #include <QCoro/QCoroFuture>
 #include <QCoro/QCoroSignal>
 #include <QSet>
@@ -58,12 +58,7 @@ std::optional<QByteArray> trimmedPNG(const QByteArray &stored)
     const auto cropped = IconProcessing::trimmedToContent(image);
     if (!cropped)
         return std::nullopt;
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    if (!cropped->save(&buffer, "PNG"))
-        return std::nullopt;
-    return png;
+    return PngEncoder::encode(*cropped);
 }
 } // namespace
 

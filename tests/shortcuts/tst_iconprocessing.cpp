@@ -1,5 +1,6 @@
 #include "model/ColorHex.h"
 #include "shortcuts/IconProcessing.h"
+#include "shortcuts/PngEncoder.h"
 
 #include <QBuffer>
 #include <QLinearGradient>
@@ -108,6 +109,8 @@ private Q_SLOTS:
     void trimmedToContent_data();
     void trimmedToContent();
     void runsOnManyThreadsAtOnce();
+    void pngEncoderRoundTrips_data();
+    void pngEncoderRoundTrips();
 };
 
 void TestIconProcessing::whiteGlyphOnGradient()
@@ -314,6 +317,59 @@ void TestIconProcessing::runsOnManyThreadsAtOnce()
         QVERIFY(serial[i].has_value());
         QVERIFY(parallel[i] == serial[i]);
     }
+}
+
+void TestIconProcessing::pngEncoderRoundTrips_data()
+{
+    QTest::addColumn<QImage>("image");
+    QTest::addColumn<int>("colourType");
+    auto glyph = [](QSize size, QColor colour, QImage::Format format) {
+        QImage image(size, format);
+        image.fill(Qt::transparent);
+        QPainter p(&image);
+        p.setRenderHint(QPainter::Antialiasing);
+        p.setPen(Qt::NoPen);
+        p.setBrush(colour);
+        p.drawEllipse(QRectF(QPointF(0.5, 0.5), QSizeF(size) * 0.8));
+        p.setBrush(QColor(colour.red(), colour.green(), colour.blue(), 90));
+        p.drawRect(QRectF(0, 0, size.width() * 0.3, size.height()));
+        return image;
+    };
+    // White with every shade of alpha fits grey + alpha; anything else needs RGBA.
+    QTest::newRow("white glyph") << glyph({128, 128}, Qt::white,
+                                          QImage::Format_RGBA8888_Premultiplied)
+                                 << 4;
+    QTest::newRow("coloured glyph, not square")
+        << glyph({37, 90}, QColor(20, 140, 250), QImage::Format_RGBA8888_Premultiplied) << 6;
+    QTest::newRow("straight alpha input")
+        << glyph({64, 64}, QColor(250, 250, 20), QImage::Format_ARGB32) << 6;
+    QImage single(1, 1, QImage::Format_RGBA8888_Premultiplied);
+    single.fill(QColor(255, 255, 255, 128));
+    QTest::newRow("1 x 1 half white") << single << 4;
+}
+
+void TestIconProcessing::pngEncoderRoundTrips()
+{
+    QFETCH(QImage, image);
+    QFETCH(int, colourType);
+    const auto png = PngEncoder::encode(image);
+    QVERIFY(png.has_value());
+    QCOMPARE(int(png->at(25)), colourType);
+    QImage decoded;
+    QVERIFY(decoded.loadFromData(*png, "PNG"));
+    const QImage expected = image.convertToFormat(QImage::Format_RGBA8888_Premultiplied);
+    decoded.convertTo(QImage::Format_RGBA8888_Premultiplied);
+    QCOMPARE(decoded.size(), expected.size());
+    for (int y = 0; y < expected.height(); ++y) {
+        const uchar *a = expected.constScanLine(y);
+        const uchar *b = decoded.constScanLine(y);
+        for (int i = 0; i < expected.width() * 4; ++i)
+            QVERIFY2(
+                std::abs(a[i] - b[i]) <= 1,
+                qPrintable(
+                    QStringLiteral("row %1 byte %2: %3 vs %4").arg(y).arg(i).arg(a[i]).arg(b[i])));
+    }
+    QVERIFY(!PngEncoder::encode(QImage()).has_value());
 }
 
 QTEST_GUILESS_MAIN(TestIconProcessing)
