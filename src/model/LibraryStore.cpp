@@ -48,13 +48,36 @@ CREATE TABLE shortcut_tags (
 CREATE TABLE store_metadata (key TEXT PRIMARY KEY, value TEXT NOT NULL);
 INSERT INTO store_metadata VALUES ('name', 'Thimblecraft'), ('schemaVersion', '1.0.0');
 )sql",
+    // 2: what every sync stamps moves to a narrow table, so that stamping 10,000 items rewrites
+    // a few dozen pages instead of every item row.
+    R"sql(
+CREATE TABLE shortcut_sync_state (
+  item_id INTEGER PRIMARY KEY, library_order INTEGER NOT NULL, last_seen_at REAL NOT NULL,
+  is_missing INTEGER NOT NULL
+);
+INSERT INTO shortcut_sync_state SELECT id, library_order, last_seen_at, is_missing
+  FROM shortcut_items;
+ALTER TABLE shortcut_items DROP COLUMN library_order;
+ALTER TABLE shortcut_items DROP COLUMN last_seen_at;
+ALTER TABLE shortcut_items DROP COLUMN is_missing;
+UPDATE store_metadata SET value = '2.0.0' WHERE key = 'schemaVersion';
+)sql",
 };
+static_assert(std::size(kMigrations) == LibraryStore::schemaVersion);
 
-const QString kItemColumns = QStringLiteral(
+// The item columns of the first schema, checked before that file is migrated.
+const QString kItemColumnsV1 = QStringLiteral(
     "identifier, name, subtitle, native_folder_name, color_hex, icon_top_hex, icon_bottom_hex, "
     "library_order, app_bundle_id, icon_app_bundle_id, accepts_input, action_count, "
     "native_created_at, native_modified_at, first_seen_at, last_changed_at, last_seen_at, "
     "is_missing, is_favorite, last_run_at, run_count, notes, folder_id, has_icon, id");
+
+const QString kItemColumns = QStringLiteral(
+    "identifier, name, subtitle, native_folder_name, color_hex, icon_top_hex, icon_bottom_hex, "
+    "app_bundle_id, icon_app_bundle_id, accepts_input, action_count, native_created_at, "
+    "native_modified_at, first_seen_at, last_changed_at, is_favorite, last_run_at, run_count, "
+    "notes, folder_id, has_icon, id");
+constexpr int kItemColumnCount = 22;
 
 double toSeconds(const QDateTime &d)
 {
@@ -95,10 +118,14 @@ void bindParent(SqliteStatement &st, int i, const Record *parent)
 
 // What is wrong with the tables of a file that claims to be a library, or "" when load() and
 // write() find every table and column they use.
-QString schemaProblem(SqliteDatabase &db)
+QString schemaProblem(SqliteDatabase &db, int version)
 {
     const QString queries[] = {
-        QStringLiteral("SELECT %1 FROM shortcut_items").arg(kItemColumns),
+        version == 1 ? QStringLiteral("SELECT %1 FROM shortcut_items").arg(kItemColumnsV1)
+                     : QStringLiteral("SELECT %1 FROM shortcut_items").arg(kItemColumns),
+        version == 1 ? QStringLiteral("SELECT 1")
+                     : QStringLiteral("SELECT item_id, library_order, last_seen_at, is_missing "
+                                      "FROM shortcut_sync_state"),
         QStringLiteral("SELECT item_id, data FROM shortcut_icons"),
         QStringLiteral("SELECT id, uuid, name, symbol_name, color_hex, sort_order, created_at, "
                        "parent_id FROM library_folders"),
@@ -123,8 +150,9 @@ QString schemaProblem(SqliteDatabase &db)
 } // namespace
 
 struct LibraryStore::Statements {
-    SqliteStatement upsertItem, seenItem, seenRange, upsertFolder, upsertTag, upsertSmart, putIcon,
-        dropIcon, dropItemTags, dropTagItems, putTag, dropItem, dropFolder, dropTag, dropSmart;
+    SqliteStatement upsertItem, putSyncState, seenRange, dropSyncState, upsertFolder, upsertTag,
+        upsertSmart, putIcon, dropIcon, dropItemTags, dropTagItems, putTag, dropItem, dropFolder,
+        dropTag, dropSmart;
 };
 
 LibraryStore::LibraryStore() = default;
@@ -135,15 +163,19 @@ bool LibraryStore::prepareStatements(QString *error)
     if (m_statements)
         return true;
     auto q = std::make_unique<Statements>();
-    q->upsertItem = m_db.prepare(
-        QStringLiteral("INSERT OR REPLACE INTO shortcut_items (%1) VALUES (%2)")
-            .arg(kItemColumns, QStringLiteral("?,").repeated(24) + QStringLiteral("?")));
-    // Every sync stamps every item it sees; an otherwise unchanged row gets only these.
-    q->seenItem = m_db.prepare(QStringLiteral(
-        "UPDATE shortcut_items SET library_order = ?, last_seen_at = ?, is_missing = ? "
-        "WHERE id = ?"));
-    q->seenRange = m_db.prepare(QStringLiteral(
-        "UPDATE shortcut_items SET last_seen_at = ?, is_missing = ? WHERE id BETWEEN ? AND ?"));
+    q->upsertItem =
+        m_db.prepare(QStringLiteral("INSERT OR REPLACE INTO shortcut_items (%1) VALUES (%2)")
+                         .arg(kItemColumns, QStringLiteral("?,").repeated(kItemColumnCount - 1) +
+                                                QStringLiteral("?")));
+    // Every sync stamps every item it sees; an otherwise unchanged item gets only these.
+    q->putSyncState = m_db.prepare(
+        QStringLiteral("INSERT OR REPLACE INTO shortcut_sync_state (item_id, library_order, "
+                       "last_seen_at, is_missing) VALUES (?,?,?,?)"));
+    q->seenRange = m_db.prepare(
+        QStringLiteral("UPDATE shortcut_sync_state SET last_seen_at = ?, is_missing = ? "
+                       "WHERE item_id BETWEEN ? AND ?"));
+    q->dropSyncState =
+        m_db.prepare(QStringLiteral("DELETE FROM shortcut_sync_state WHERE item_id = ?"));
     q->upsertFolder =
         m_db.prepare(QStringLiteral("INSERT OR REPLACE INTO library_folders (id, uuid, name, "
                                     "symbol_name, color_hex, sort_order, "
@@ -167,9 +199,9 @@ bool LibraryStore::prepareStatements(QString *error)
     q->dropTag = m_db.prepare(QStringLiteral("DELETE FROM tags WHERE id = ?"));
     q->dropSmart = m_db.prepare(QStringLiteral("DELETE FROM smart_lists WHERE id = ?"));
     for (const SqliteStatement *st :
-         {&q->upsertItem, &q->seenItem, &q->seenRange, &q->upsertFolder, &q->upsertTag,
-          &q->upsertSmart, &q->putIcon, &q->dropIcon, &q->dropItemTags, &q->dropTagItems,
-          &q->putTag, &q->dropItem, &q->dropFolder, &q->dropTag, &q->dropSmart}) {
+         {&q->upsertItem, &q->putSyncState, &q->seenRange, &q->dropSyncState, &q->upsertFolder,
+          &q->upsertTag, &q->upsertSmart, &q->putIcon, &q->dropIcon, &q->dropItemTags,
+          &q->dropTagItems, &q->putTag, &q->dropItem, &q->dropFolder, &q->dropTag, &q->dropSmart}) {
         if (!st->isValid()) {
             if (error)
                 *error = m_db.lastError();
@@ -216,7 +248,7 @@ std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *e
             QStringLiteral("%1 is an SQLite database but not a Thimblecraft library").arg(path));
 
     if (current > 0) {
-        const QString problem = schemaProblem(store->m_db);
+        const QString problem = schemaProblem(store->m_db, current);
         if (!problem.isEmpty())
             return fail(
                 QStringLiteral("%1 is not a usable Thimblecraft library: %2").arg(path, problem));
@@ -350,8 +382,13 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
     QHash<qint64, ShortcutItem *> items;
     items.reserve(16384);
     {
+        // An item without its sync row (a file edited by hand) reads as never stamped since
+        // it was first seen.
         SqliteStatement st = m_db.prepare(
-            QStringLiteral("SELECT %1 FROM shortcut_items ORDER BY id").arg(kItemColumns));
+            QStringLiteral("SELECT %1, s.library_order, s.last_seen_at, s.is_missing, "
+                           "s.item_id IS NULL FROM shortcut_items "
+                           "LEFT JOIN shortcut_sync_state AS s ON s.item_id = id ORDER BY id")
+                .arg(kItemColumns));
         if (!st.isValid())
             return fail();
         while ((step = st.step()) == SqliteStatement::Step::row) {
@@ -361,28 +398,30 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
             i->m_colorHex = st.text(4);
             i->m_iconTopHex = st.text(5);
             i->m_iconBottomHex = st.text(6);
-            i->m_libraryOrder = st.int64(7);
-            i->m_appBundleID = st.text(8);
-            i->m_iconAppBundleID = st.text(9);
-            i->m_acceptsInput = st.int64(10) != 0;
-            i->m_actionCount = st.int64(11);
-            i->m_nativeCreatedAt = optionalDate(st, 12);
-            i->m_nativeModifiedAt = optionalDate(st, 13);
-            i->m_firstSeenAt = fromSeconds(st.real(14));
-            i->m_lastChangedAt = fromSeconds(st.real(15));
-            i->m_lastSeenAt = fromSeconds(st.real(16));
-            i->m_isMissing = st.int64(17) != 0;
-            i->m_isFavorite = st.int64(18) != 0;
-            i->m_lastRunAt = optionalDate(st, 19);
-            i->m_runCount = st.int64(20);
-            i->m_notes = st.text(21);
-            i->m_hasIcon = st.int64(23) != 0;
+            i->m_appBundleID = st.text(7);
+            i->m_iconAppBundleID = st.text(8);
+            i->m_acceptsInput = st.int64(9) != 0;
+            i->m_actionCount = st.int64(10);
+            i->m_nativeCreatedAt = optionalDate(st, 11);
+            i->m_nativeModifiedAt = optionalDate(st, 12);
+            i->m_firstSeenAt = fromSeconds(st.real(13));
+            i->m_lastChangedAt = fromSeconds(st.real(14));
+            i->m_isFavorite = st.int64(15) != 0;
+            i->m_lastRunAt = optionalDate(st, 16);
+            i->m_runCount = st.int64(17);
+            i->m_notes = st.text(18);
+            i->m_hasIcon = st.int64(20) != 0;
             i->m_iconLoaded = !i->m_hasIcon;
-            i->m_id = st.int64(24);
+            i->m_id = st.int64(21);
+            const bool stamped = st.int64(25) == 0;
+            i->m_libraryOrder = st.int64(22);
+            i->m_lastSeenAt = stamped ? fromSeconds(st.real(23)) : i->m_firstSeenAt;
+            i->m_isMissing = st.int64(24) != 0;
+            i->m_syncRowMissing = !stamped;
             items.insert(i->m_id, i);
             ctx.adopt(i, true);
-            if (!st.isNull(22))
-                if (LibraryFolder *f = folders.value(st.int64(22))) {
+            if (!st.isNull(19))
+                if (LibraryFolder *f = folders.value(st.int64(19))) {
                     i->m_folder = f;
                     f->m_shortcuts.append(i); // rows come in id order
                 }
@@ -444,7 +483,8 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
     if (!prepareStatements(error))
         return false;
     Statements &q = *m_statements;
-    SqliteStatement &upsertItem = q.upsertItem, &seenItem = q.seenItem, &seenRange = q.seenRange,
+    SqliteStatement &upsertItem = q.upsertItem, &putSyncState = q.putSyncState,
+                    &seenRange = q.seenRange, &dropSyncState = q.dropSyncState,
                     &upsertFolder = q.upsertFolder, &upsertTag = q.upsertTag,
                     &upsertSmart = q.upsertSmart, &putIcon = q.putIcon, &dropIcon = q.dropIcon,
                     &dropItemTags = q.dropItemTags, &dropTagItems = q.dropTagItems,
@@ -462,6 +502,14 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
     // Items whose row changed only in lastSeenAt / isMissing, written last in ranges.
     QList<const ShortcutItem *> seenOnly;
 
+    auto writeSyncState = [&](const ShortcutItem *i) {
+        putSyncState.bind(1, i->persistentId());
+        putSyncState.bind(2, i->m_libraryOrder);
+        putSyncState.bind(3, toSeconds(i->m_lastSeenAt));
+        putSyncState.bind(4, i->m_isMissing);
+        return run(putSyncState);
+    };
+
     auto writeItemRow = [&](SqliteStatement &st, ShortcutItem *i) {
         st.bind(1, i->m_identifier);
         st.bind(2, i->m_name);
@@ -470,24 +518,21 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
         st.bind(5, i->m_colorHex);
         st.bind(6, i->m_iconTopHex);
         st.bind(7, i->m_iconBottomHex);
-        st.bind(8, i->m_libraryOrder);
-        st.bind(9, i->m_appBundleID);
-        st.bind(10, i->m_iconAppBundleID);
-        st.bind(11, i->m_acceptsInput);
-        st.bind(12, i->m_actionCount);
-        bindDate(st, 13, i->m_nativeCreatedAt);
-        bindDate(st, 14, i->m_nativeModifiedAt);
-        st.bind(15, toSeconds(i->m_firstSeenAt));
-        st.bind(16, toSeconds(i->m_lastChangedAt));
-        st.bind(17, toSeconds(i->m_lastSeenAt));
-        st.bind(18, i->m_isMissing);
-        st.bind(19, i->m_isFavorite);
-        bindDate(st, 20, i->m_lastRunAt);
-        st.bind(21, i->m_runCount);
-        st.bind(22, i->m_notes);
-        bindParent(st, 23, i->m_folder);
-        st.bind(24, i->m_hasIcon);
-        st.bind(25, i->persistentId());
+        st.bind(8, i->m_appBundleID);
+        st.bind(9, i->m_iconAppBundleID);
+        st.bind(10, i->m_acceptsInput);
+        st.bind(11, i->m_actionCount);
+        bindDate(st, 12, i->m_nativeCreatedAt);
+        bindDate(st, 13, i->m_nativeModifiedAt);
+        st.bind(14, toSeconds(i->m_firstSeenAt));
+        st.bind(15, toSeconds(i->m_lastChangedAt));
+        st.bind(16, i->m_isFavorite);
+        bindDate(st, 17, i->m_lastRunAt);
+        st.bind(18, i->m_runCount);
+        st.bind(19, i->m_notes);
+        bindParent(st, 20, i->m_folder);
+        st.bind(21, i->m_hasIcon);
+        st.bind(22, i->persistentId());
         return run(st);
     };
 
@@ -495,15 +540,10 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
         switch (r->kind()) {
         case Record::Kind::shortcutItem: {
             auto *i = static_cast<ShortcutItem *>(r);
-            if (isNew || i->m_rowDirty) {
-                if (!writeItemRow(upsertItem, i))
-                    return false;
-            } else if (i->m_orderDirty) {
-                seenItem.bind(1, i->m_libraryOrder);
-                seenItem.bind(2, toSeconds(i->m_lastSeenAt));
-                seenItem.bind(3, i->m_isMissing);
-                seenItem.bind(4, i->persistentId());
-                if (!run(seenItem))
+            if ((isNew || i->m_rowDirty) && !writeItemRow(upsertItem, i))
+                return false;
+            if (isNew || i->m_orderDirty || i->m_syncRowMissing) {
+                if (!writeSyncState(i))
                     return false;
             } else if (i->m_seenDirty) {
                 seenOnly.append(i);
@@ -583,9 +623,10 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
         switch (r->kind()) {
         case Record::Kind::shortcutItem:
             dropItem.bind(1, id);
+            dropSyncState.bind(1, id);
             dropIcon.bind(1, id);
             dropItemTags.bind(1, id);
-            ok = run(dropItem) && run(dropIcon) && run(dropItemTags);
+            ok = run(dropItem) && run(dropSyncState) && run(dropIcon) && run(dropItemTags);
             break;
         case Record::Kind::libraryFolder:
             dropFolder.bind(1, id);

@@ -10,11 +10,12 @@ class Record;
 class ShortcutItem;
 
 // The on-disk library: one SQLite file (WAL journal) with a table per record type, a table of
-// tag memberships and a separate table for icon bytes.
+// tag memberships, a separate table for icon bytes and a narrow one for what every sync stamps
+// on an item (library order, last seen, missing).
 class LibraryStore {
 public:
-    static constexpr int schemaVersion = 1;
-    static constexpr const char *schemaVersionText = "1.0.0";
+    static constexpr int schemaVersion = 2;
+    static constexpr const char *schemaVersionText = "2.0.0";
 
     // Opens or creates the store at path. A file that exists but is not a library of a known
     // schema is left exactly as it was and an error is returned.

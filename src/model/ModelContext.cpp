@@ -215,6 +215,7 @@ bool ModelContext::save(QString *error)
                 i->m_rowDirty = false;
                 i->m_orderDirty = false;
                 i->m_seenDirty = false;
+                i->m_syncRowMissing = false;
             }
         }
     }

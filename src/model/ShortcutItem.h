@@ -127,4 +127,6 @@ private:
     bool m_rowDirty = false;
     bool m_orderDirty = false;
     bool m_seenDirty = false;
+    // The file had no sync row for this item; the next save of it writes one.
+    bool m_syncRowMissing = false;
 };

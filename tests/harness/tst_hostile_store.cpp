@@ -255,12 +255,15 @@ void TestHostileStore::readsOddButReadableStores_data()
 
     QTest::newRow("wrong types")
         << QStringLiteral(
-               "UPDATE shortcut_items SET run_count = 'lots', library_order = x'DEADBEEF', "
+               "UPDATE shortcut_items SET run_count = 'lots', "
                "first_seen_at = 'yesterday', native_created_at = 1e300, native_modified_at = "
                "-1e300, "
-               "last_run_at = 9e999, last_seen_at = -9e999, name = x'FFFE00C0', "
+               "last_run_at = 9e999, name = x'FFFE00C0', "
                "is_favorite = 'yes', folder_id = 'abc', action_count = 9.9e18, notes = 12.5, "
                "accepts_input = x'' WHERE id % 2 = 0;"
+               "UPDATE shortcut_sync_state SET library_order = x'DEADBEEF', last_seen_at = "
+               "-9e999, is_missing = 'maybe' WHERE item_id % 3 = 0;"
+               "DELETE FROM shortcut_sync_state WHERE item_id BETWEEN 20 AND 24;"
                "UPDATE library_folders SET sort_order = 'x', created_at = 1e308, name = x'00';"
                "UPDATE tags SET created_at = 'never', sort_order = -9223372036854775808;"
                "UPDATE smart_lists SET rules_data = 'not a rule set', created_at = x'00';"
@@ -284,12 +287,10 @@ void TestHostileStore::readsOddButReadableStores_data()
         << QStringLiteral(
                "DROP TABLE shortcut_items;"
                "CREATE TABLE shortcut_items (id, identifier, name, subtitle, native_folder_name, "
-               "color_hex, icon_top_hex, icon_bottom_hex, library_order, app_bundle_id, "
+               "color_hex, icon_top_hex, icon_bottom_hex, app_bundle_id, "
                "icon_app_bundle_id, accepts_input, action_count, native_created_at, "
-               "native_modified_at, "
-               "first_seen_at, last_changed_at, last_seen_at, is_missing, is_favorite, "
-               "last_run_at, "
-               "run_count, notes, folder_id, has_icon);"
+               "native_modified_at, first_seen_at, last_changed_at, is_favorite, "
+               "last_run_at, run_count, notes, folder_id, has_icon);"
                "INSERT INTO shortcut_items (id) VALUES (1), (1), (NULL), ('x'), (2.5);")
         << 5;
 }

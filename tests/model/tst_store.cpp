@@ -15,6 +15,8 @@ private slots:
     void schemaVersionAndJournalAreRecorded();
     void failedSaveWritesNothing();
     void newerSchemaIsRefusedUntouched();
+    void firstSchemaIsMigrated();
+    void itemWithoutSyncRowReadsAndHeals();
 
 private:
     static std::unique_ptr<ModelContext> open(const QTemporaryDir &dir)
@@ -252,7 +254,7 @@ void StoreTest::schemaVersionAndJournalAreRecorded()
     SqliteDatabase &db = ctx->store()->database();
     QCOMPARE(db.scalar("PRAGMA user_version")->toInt(), LibraryStore::schemaVersion);
     QCOMPARE(db.scalar("SELECT value FROM store_metadata WHERE key = 'schemaVersion'")->toString(),
-             "1.0.0");
+             LibraryStore::schemaVersionText);
     QCOMPARE(db.scalar("PRAGMA journal_mode")->toString(), "wal");
     QCOMPARE(LibraryStoreContainer::storePath(dir.path()), dir.filePath("Thimblecraft.store"));
 }
@@ -283,7 +285,7 @@ void StoreTest::newerSchemaIsRefusedUntouched()
         auto ctx = open(dir);
         ctx->insert(new ShortcutItem("ID", "Item"));
         QVERIFY(ctx->save());
-        QVERIFY(ctx->store()->database().exec("PRAGMA user_version=2"));
+        QVERIFY(ctx->store()->database().exec("PRAGMA user_version=3"));
     }
     QFile file(LibraryStoreContainer::storePath(dir.path()));
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -294,6 +296,114 @@ void StoreTest::newerSchemaIsRefusedUntouched()
     QVERIFY2(error.contains("newer version"), qPrintable(error));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), before);
+}
+
+// A library as the first release wrote it: sync stamps inside the item rows.
+void StoreTest::firstSchemaIsMigrated()
+{
+    QTemporaryDir dir;
+    {
+        SqliteDatabase db;
+        QVERIFY(db.open(LibraryStoreContainer::storePath(dir.path()),
+                        SqliteDatabase::Mode::readWriteCreate));
+        QVERIFY(db.exec(R"sql(
+CREATE TABLE shortcut_items (
+  id INTEGER PRIMARY KEY,
+  identifier TEXT NOT NULL, name TEXT NOT NULL, subtitle TEXT NOT NULL,
+  native_folder_name TEXT NOT NULL, color_hex TEXT NOT NULL,
+  icon_top_hex TEXT NOT NULL, icon_bottom_hex TEXT NOT NULL, library_order INTEGER NOT NULL,
+  app_bundle_id TEXT NOT NULL, icon_app_bundle_id TEXT NOT NULL,
+  accepts_input INTEGER NOT NULL, action_count INTEGER NOT NULL,
+  native_created_at REAL, native_modified_at REAL,
+  first_seen_at REAL NOT NULL, last_changed_at REAL NOT NULL, last_seen_at REAL NOT NULL,
+  is_missing INTEGER NOT NULL, is_favorite INTEGER NOT NULL, last_run_at REAL,
+  run_count INTEGER NOT NULL, notes TEXT NOT NULL, folder_id INTEGER,
+  has_icon INTEGER NOT NULL
+);
+CREATE TABLE shortcut_icons (item_id INTEGER PRIMARY KEY, data BLOB NOT NULL);
+CREATE TABLE library_folders (
+  id INTEGER PRIMARY KEY, uuid TEXT NOT NULL, name TEXT NOT NULL, symbol_name TEXT NOT NULL,
+  color_hex TEXT NOT NULL, sort_order INTEGER NOT NULL, created_at REAL NOT NULL,
+  parent_id INTEGER
+);
+CREATE TABLE tags (
+  id INTEGER PRIMARY KEY, uuid TEXT NOT NULL, name TEXT NOT NULL, color_hex TEXT NOT NULL,
+  sort_order INTEGER NOT NULL, created_at REAL NOT NULL, parent_id INTEGER
+);
+CREATE TABLE smart_lists (
+  id INTEGER PRIMARY KEY, uuid TEXT NOT NULL, name TEXT NOT NULL, symbol_name TEXT NOT NULL,
+  color_hex TEXT NOT NULL, sort_order INTEGER NOT NULL, created_at REAL NOT NULL,
+  rules_data BLOB NOT NULL
+);
+CREATE TABLE shortcut_tags (
+  item_id INTEGER NOT NULL, tag_id INTEGER NOT NULL, PRIMARY KEY (item_id, tag_id)
+) WITHOUT ROWID;
+CREATE TABLE store_metadata (key TEXT PRIMARY KEY, value TEXT NOT NULL);
+INSERT INTO store_metadata VALUES ('name', 'Thimblecraft'), ('schemaVersion', '1.0.0');
+INSERT INTO shortcut_items VALUES
+  (1, 'A', 'Alpha', '', '', '', '', '', 7, '', '', 1, 3, NULL, NULL, 100, 200, 1700000000.5, 0,
+   1, NULL, 4, 'kept note', NULL, 0),
+  (2, 'B', 'Beta', '', '', '', '', '', 2, '', '', 0, 1, NULL, NULL, 100, 200, 1600000000, 1,
+   0, NULL, 0, '', NULL, 0);
+PRAGMA user_version = 1;
+)sql"));
+    }
+    {
+        auto ctx = open(dir);
+        QVERIFY(ctx);
+        const QList<ShortcutItem *> &s = ctx->shortcuts();
+        QCOMPARE(s.size(), 2);
+        QCOMPARE(s[0]->libraryOrder(), 7);
+        QCOMPARE(s[0]->lastSeenAt(), QDateTime::fromMSecsSinceEpoch(1700000000500, Qt::UTC));
+        QVERIFY(!s[0]->isMissing());
+        QCOMPARE(s[0]->notes(), QStringLiteral("kept note"));
+        QCOMPARE(s[0]->runCount(), 4);
+        QVERIFY(s[0]->isFavorite());
+        QCOMPARE(s[1]->libraryOrder(), 2);
+        QVERIFY(s[1]->isMissing());
+        SqliteDatabase &db = ctx->store()->database();
+        QCOMPARE(db.scalar("PRAGMA user_version")->toInt(), LibraryStore::schemaVersion);
+        // The stamps live in one place only.
+        QVERIFY(!db.prepare("SELECT last_seen_at FROM shortcut_items").isValid());
+        s[1]->setIsMissing(false);
+        QVERIFY(ctx->save());
+    }
+    auto ctx = open(dir);
+    QVERIFY(!ctx->shortcuts().at(1)->isMissing());
+    QCOMPARE(ctx->shortcuts().at(0)->libraryOrder(), 7);
+}
+
+void StoreTest::itemWithoutSyncRowReadsAndHeals()
+{
+    QTemporaryDir dir;
+    const QDateTime first = at("2024-01-01T00:00:00.000Z");
+    const QDateTime seen = at("2024-03-01T00:00:00.000Z");
+    {
+        auto ctx = open(dir);
+        for (int i = 1; i <= 3; ++i) {
+            auto *item = ctx->insert(new ShortcutItem(QString::number(i), QString::number(i)));
+            item->setFirstSeenAt(first);
+            item->setLastSeenAt(first);
+            item->setLibraryOrder(i);
+        }
+        QVERIFY(ctx->save());
+        QVERIFY(ctx->store()->database().exec("DELETE FROM shortcut_sync_state WHERE item_id = 2"));
+    }
+    {
+        auto ctx = open(dir);
+        const QList<ShortcutItem *> &s = ctx->shortcuts();
+        QCOMPARE(s.size(), 3);
+        QCOMPARE(s[1]->lastSeenAt(), first);
+        // A sync stamps all three alike; the row-less one must not be lost in a ranged update.
+        for (ShortcutItem *item : s)
+            item->setLastSeenAt(seen);
+        QVERIFY(ctx->save());
+    }
+    auto ctx = open(dir);
+    for (ShortcutItem *item : ctx->shortcuts())
+        QCOMPARE(item->lastSeenAt(), seen);
+    QCOMPARE(ctx->store()->database().scalar("SELECT count(*) FROM shortcut_sync_state")->toInt(),
+             3);
 }
 
 QTEST_GUILESS_MAIN(StoreTest)
