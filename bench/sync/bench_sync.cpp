@@ -1,7 +1,7 @@
 // Full sync of 10,000 shortcuts through the simulated Shortcuts Events (list script, reply
 // decoding, merge, save) into an empty store, then again unchanged; each beside raw SQLite
 // inserting 10,000 rows of the same width in one transaction, measured in the same run. Each of
-// five rounds starts from nothing; the figures are the medians.
+// five rounds starts from nothing in a fresh process; the figures are the medians.
 //
 // The real Shortcuts app has its library loaded before anyone syncs; the simulated one parses
 // its library file and writes its Shortcuts.sqlite when it first sees the file. That start (one
@@ -18,6 +18,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <algorithm>
@@ -151,18 +152,50 @@ double median(QList<double> values)
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
 }
+
+// Each round runs in a process of its own (this program with --round DIR), so that no round
+// inherits the heap another one left behind.
+std::optional<Round> roundInChildProcess(const QString &dirPath)
+{
+    QProcess child;
+    child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--round"), dirPath});
+    if (!child.waitForFinished(120000) || child.exitCode() != 0)
+        return std::nullopt;
+    const QList<QByteArray> f = child.readAllStandardOutput().trimmed().split(' ');
+    if (f.size() != 7)
+        return std::nullopt;
+    Round r;
+    r.start = f[0].toDouble();
+    r.first = {f[1].toDouble(), f[2].toDouble()};
+    r.firstRaw = f[3].toDouble();
+    r.second = {f[4].toDouble(), f[5].toDouble()};
+    r.secondRaw = f[6].toDouble();
+    return r;
+}
 } // namespace
 
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
-    QTemporaryDir dir;
     const SimulatedLibrary library = makeLibrary();
-    QList<Round> rounds;
-    for (int r = 0; r < roundCount; ++r) {
-        const auto round = runRound(dir.filePath(QStringLiteral("round%1").arg(r)), library);
+    if (argc == 3 && QByteArray(argv[1]) == "--round") {
+        const auto round = runRound(QString::fromLocal8Bit(argv[2]), library);
         if (!round)
             return 1;
+        std::printf("%.3f %.3f %.3f %.3f %.3f %.3f %.3f\n", round->start, round->first.total,
+                    round->first.listing, round->firstRaw, round->second.total,
+                    round->second.listing, round->secondRaw);
+        return 0;
+    }
+    QTemporaryDir dir;
+    QList<Round> rounds;
+    for (int r = 0; r < roundCount; ++r) {
+        const auto round = roundInChildProcess(dir.filePath(QStringLiteral("round%1").arg(r)));
+        if (!round) {
+            std::fprintf(stderr, "round %d failed\n", r + 1);
+            return 1;
+        }
         rounds.append(*round);
         std::printf("round %d: first sync %.1f ms (listing and decoding %.1f) vs raw %.1f; "
                     "re-sync %.1f ms (listing and decoding %.1f) vs raw %.1f\n",
