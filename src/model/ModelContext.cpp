@@ -3,6 +3,8 @@
 #include "model/LibraryStore.h"
 
 #include <QMetaObject>
+#include <algorithm>
+#include <iterator>
 
 bool ModelChanges::touches(Record::Kind kind) const
 {
@@ -63,7 +65,9 @@ void ModelContext::adopt(Record *record, bool loaded)
     }
     }
     if (!loaded) {
-        m_insertedSinceSave.insert(record);
+        record->m_unsaved = true;
+        m_insertedSinceSave.append(record);
+        record->m_announced = true;
         m_pending.inserted.insert(record);
         scheduleAnnouncement();
     }
@@ -136,8 +140,7 @@ void ModelContext::deleteRecord(Record *record)
     }
     }
     record->m_deleted = true;
-    m_dirty.remove(record);
-    if (!m_insertedSinceSave.remove(record))
+    if (!record->m_unsaved)
         m_deletedSinceSave.append(record);
     m_graveyard.emplace_back(record);
     m_pending.updated.remove(record);
@@ -150,10 +153,14 @@ void ModelContext::recordChanged(Record *record)
 {
     if (record->m_deleted)
         return;
-    if (!m_insertedSinceSave.contains(record))
-        m_dirty.insert(record);
-    if (!m_pending.inserted.contains(record))
+    if (!record->m_unsaved && !record->m_dirty) {
+        record->m_dirty = true;
+        m_dirty.append(record);
+    }
+    if (!record->m_announced) {
+        record->m_announced = true;
         m_pending.updated.insert(record);
+    }
     scheduleAnnouncement();
 }
 
@@ -193,10 +200,18 @@ bool ModelContext::save(QString *error)
             return int(a->kind()) > int(b->kind()); // parents (folders, tags) before items
         return a->persistentId() < b->persistentId();
     };
-    QList<Record *> inserted(m_insertedSinceSave.cbegin(), m_insertedSinceSave.cend());
-    QList<Record *> updated(m_dirty.cbegin(), m_dirty.cend());
-    std::sort(inserted.begin(), inserted.end(), byId);
-    std::sort(updated.begin(), updated.end(), byId);
+    auto live = [&byId](const QList<Record *> &records) {
+        QList<Record *> out;
+        out.reserve(records.size());
+        std::copy_if(records.cbegin(), records.cend(), std::back_inserter(out),
+                     [](const Record *r) { return !r->m_deleted; });
+        // Usually in order already: a sync changes records in the order it meets them.
+        if (!std::is_sorted(out.begin(), out.end(), byId))
+            std::sort(out.begin(), out.end(), byId);
+        return out;
+    };
+    const QList<Record *> inserted = live(m_insertedSinceSave);
+    const QList<Record *> updated = live(m_dirty);
     if (m_store) {
         QString message;
         if (!m_store->write(inserted, updated, m_deletedSinceSave, &message)) {
@@ -206,8 +221,10 @@ bool ModelContext::save(QString *error)
             return false;
         }
     }
-    for (QList<Record *> *list : {&inserted, &updated}) {
+    for (QList<Record *> *list : {&m_insertedSinceSave, &m_dirty}) {
         for (Record *r : *list) {
+            r->m_unsaved = false;
+            r->m_dirty = false;
             if (r->kind() == Record::Kind::shortcutItem) {
                 auto *i = static_cast<ShortcutItem *>(r);
                 i->m_iconDirty = false;
@@ -246,5 +263,8 @@ void ModelContext::announce()
         return;
     ModelChanges changes = std::move(m_pending);
     m_pending = {};
+    for (const QSet<Record *> *set : {&changes.inserted, &changes.updated})
+        for (Record *r : *set)
+            r->m_announced = false;
     emit changed(changes);
 }

@@ -81,8 +81,9 @@ private:
     QHash<QString, Tag *> m_tagByUuid;
     QHash<QString, SmartList *> m_smartListByUuid;
 
-    QSet<Record *> m_insertedSinceSave;
-    QSet<Record *> m_dirty;
+    // In the order of their first change; records deleted meanwhile are skipped at save.
+    QList<Record *> m_insertedSinceSave;
+    QList<Record *> m_dirty;
     QList<Record *> m_deletedSinceSave;
     std::vector<std::unique_ptr<Record>> m_graveyard;
 

@@ -34,7 +34,11 @@ private:
     ModelContext *m_context = nullptr;
     qint64 m_id = 0;
     bool m_deleted = false;
+    // Bookkeeping of the context, so that a record changed many times is listed once:
+    // inserted since the last save, listed as changed since then, part of the next announcement.
+    bool m_unsaved = false;
     bool m_dirty = false;
+    bool m_announced = false;
 };
 
 namespace RecordLists {

@@ -26,6 +26,21 @@ SqliteStatement::~SqliteStatement()
 
 void SqliteStatement::bind(int index, const QString &value)
 {
+    // Most bound texts are short ASCII (names, identifiers, colours) or empty: those are
+    // narrowed on the stack instead of through an allocated UTF-8 copy.
+    constexpr qsizetype shortText = 256;
+    const qsizetype size = value.size();
+    if (size <= shortText) {
+        char ascii[shortText];
+        const auto *in = reinterpret_cast<const char16_t *>(value.utf16());
+        qsizetype i = 0;
+        for (; i < size && in[i] < 0x80; ++i)
+            ascii[i] = char(in[i]);
+        if (i == size) {
+            sqlite3_bind_text(m_stmt, index, size ? ascii : "", int(size), SQLITE_TRANSIENT);
+            return;
+        }
+    }
     const QByteArray utf8 = value.toUtf8();
     sqlite3_bind_text(m_stmt, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
 }

@@ -30,11 +30,31 @@ SyncMerge::SyncMerge(ModelContext &context, const QDateTime &now) : m_context(co
 {
     const QList<ShortcutItem *> &existing = context.shortcuts();
     m_byIdentifier.reserve(existing.size());
-    m_byName.reserve(existing.size());
+    m_firstByName.reserve(existing.size());
     for (ShortcutItem *item : existing) {
         m_byIdentifier.insert(item->identifier(), item);
-        m_byName[item->name()].append(item);
+        addByName(item);
     }
+}
+
+void SyncMerge::addByName(ShortcutItem *item)
+{
+    // Names are nearly always unique: only the rare twins pay for a list.
+    if (m_firstByName.contains(item->name()))
+        m_moreByName[item->name()].append(item);
+    else
+        m_firstByName.insert(item->name(), item);
+}
+
+QVarLengthArray<ShortcutItem *, 4> SyncMerge::itemsNamed(const QString &name) const
+{
+    QVarLengthArray<ShortcutItem *, 4> items;
+    if (ShortcutItem *first = m_firstByName.value(name)) {
+        items.append(first);
+        for (ShortcutItem *item : m_moreByName.value(name))
+            items.append(item);
+    }
+    return items;
 }
 
 std::pair<ShortcutItem *, bool> SyncMerge::matchOrInsert(const ShortcutSnapshot &snapshot)
@@ -44,22 +64,22 @@ std::pair<ShortcutItem *, bool> SyncMerge::matchOrInsert(const ShortcutSnapshot 
         if (ShortcutItem *item = m_byIdentifier.value(snapshot.identifier))
             return {item, false};
     }
-    const QString nameKey = placeholderPrefix + snapshot.name;
+    const QString nameKey = hasIdentifier ? QString() : placeholderPrefix + snapshot.name;
     if (!hasIdentifier) {
         if (ShortcutItem *item = m_byIdentifier.value(nameKey))
             return {item, false};
     }
-    const auto candidates = m_byName.constFind(snapshot.name);
-    if (candidates != m_byName.cend() && !candidates->isEmpty()) {
+    const QVarLengthArray<ShortcutItem *, 4> candidates = itemsNamed(snapshot.name);
+    if (!candidates.isEmpty()) {
         ShortcutItem *chosen = nullptr;
-        for (ShortcutItem *c : *candidates) {
+        for (ShortcutItem *c : candidates) {
             if (c->identifier().startsWith(placeholderPrefix)) {
                 chosen = c;
                 break;
             }
         }
         if (!chosen) {
-            for (ShortcutItem *c : *candidates) {
+            for (ShortcutItem *c : candidates) {
                 if (c->isMissing()) {
                     chosen = c;
                     break;
@@ -78,7 +98,7 @@ std::pair<ShortcutItem *, bool> SyncMerge::matchOrInsert(const ShortcutSnapshot 
             return {chosen, false};
         }
         if (!hasIdentifier)
-            return {candidates->first(), false};
+            return {candidates.first(), false};
     }
 
     auto *item = new ShortcutItem(hasIdentifier ? snapshot.identifier : nameKey, snapshot.name);
@@ -87,7 +107,7 @@ std::pair<ShortcutItem *, bool> SyncMerge::matchOrInsert(const ShortcutSnapshot 
     apply(snapshot, item, m_now);
     m_context.insert(item);
     m_byIdentifier.insert(item->identifier(), item);
-    m_byName[item->name()].append(item);
+    addByName(item);
     return {item, true};
 }
 

@@ -14,6 +14,7 @@
 #include <QPointer>
 #include <QStringList>
 #include <QTimer>
+#include <QVarLengthArray>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -40,10 +41,15 @@ public:
     const QDateTime &now() const { return m_now; }
 
 private:
+    void addByName(ShortcutItem *item);
+    // Every item of that name, in the order they were met.
+    QVarLengthArray<ShortcutItem *, 4> itemsNamed(const QString &name) const;
+
     ModelContext &m_context;
     QDateTime m_now;
     QHash<QString, ShortcutItem *> m_byIdentifier;
-    QHash<QString, QList<ShortcutItem *>> m_byName;
+    QHash<QString, ShortcutItem *> m_firstByName;
+    QHash<QString, QList<ShortcutItem *>> m_moreByName;
 };
 
 // Drives every sync: the full sync through Shortcuts Events, the helper shortcut's imports,
