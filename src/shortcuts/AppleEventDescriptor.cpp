@@ -7,18 +7,19 @@
 #include <cmath>
 #include <limits>
 
+// What only lists, records, raw data and files carry; shared between copies.
 struct AppleEventDescriptor::Node {
-    DescType type = DescriptorType::null;
-    QString text; // text, date
-    qint32 integer = 0;
-    double real = 0;
-    bool flag = false;
-    DescType code = 0; // constants
-    QByteArray bytes;  // raw data
+    QByteArray bytes; // raw data
     QUrl url;
     QList<AppleEventDescriptor> items;
     QStringList keys; // records
 };
+
+const AppleEventDescriptor::Node &AppleEventDescriptor::node() const
+{
+    static const Node empty;
+    return m_node ? *m_node : empty;
+}
 
 QString fourCharCodeString(DescType code)
 {
@@ -118,9 +119,7 @@ bool isDataType(DescType t)
 }
 } // namespace
 
-AppleEventDescriptor::AppleEventDescriptor() : d(std::make_shared<Node>()) {}
-
-AppleEventDescriptor::AppleEventDescriptor(std::shared_ptr<const Node> node) : d(std::move(node)) {}
+AppleEventDescriptor::AppleEventDescriptor() = default;
 
 AppleEventDescriptor AppleEventDescriptor::null()
 {
@@ -129,54 +128,58 @@ AppleEventDescriptor AppleEventDescriptor::null()
 
 AppleEventDescriptor AppleEventDescriptor::list(const QList<AppleEventDescriptor> &items)
 {
+    AppleEventDescriptor a;
+    a.m_type = DescriptorType::list;
     auto n = std::make_shared<Node>();
-    n->type = DescriptorType::list;
     n->items = items;
-    return AppleEventDescriptor(std::move(n));
+    a.m_node = std::move(n);
+    return a;
 }
 
 AppleEventDescriptor
 AppleEventDescriptor::record(const QList<std::pair<QString, AppleEventDescriptor>> &fields)
 {
+    AppleEventDescriptor a;
+    a.m_type = DescriptorType::record;
     auto n = std::make_shared<Node>();
-    n->type = DescriptorType::record;
     for (const auto &[key, value] : fields) {
         n->keys.append(key);
         n->items.append(value);
     }
-    return AppleEventDescriptor(std::move(n));
+    a.m_node = std::move(n);
+    return a;
 }
 
 AppleEventDescriptor AppleEventDescriptor::text(const QString &text)
 {
-    auto n = std::make_shared<Node>();
-    n->type = DescriptorType::text;
-    n->text = text;
-    return AppleEventDescriptor(std::move(n));
+    AppleEventDescriptor a;
+    a.m_type = DescriptorType::text;
+    a.m_text = text;
+    return a;
 }
 
 AppleEventDescriptor AppleEventDescriptor::integer(qint32 value)
 {
-    auto n = std::make_shared<Node>();
-    n->type = DescriptorType::integer;
-    n->integer = value;
-    return AppleEventDescriptor(std::move(n));
+    AppleEventDescriptor a;
+    a.m_type = DescriptorType::integer;
+    a.m_integer = value;
+    return a;
 }
 
 AppleEventDescriptor AppleEventDescriptor::real(double value)
 {
-    auto n = std::make_shared<Node>();
-    n->type = DescriptorType::real;
-    n->real = value;
-    return AppleEventDescriptor(std::move(n));
+    AppleEventDescriptor a;
+    a.m_type = DescriptorType::real;
+    a.m_real = value;
+    return a;
 }
 
 AppleEventDescriptor AppleEventDescriptor::boolean(bool value)
 {
-    auto n = std::make_shared<Node>();
-    n->type = DescriptorType::boolean;
-    n->flag = value;
-    return AppleEventDescriptor(std::move(n));
+    AppleEventDescriptor a;
+    a.m_type = DescriptorType::boolean;
+    a.m_flag = value;
+    return a;
 }
 
 AppleEventDescriptor AppleEventDescriptor::data(DescType type, const QByteArray &bytes)
@@ -184,34 +187,38 @@ AppleEventDescriptor AppleEventDescriptor::data(DescType type, const QByteArray 
     if (type == DescriptorType::text)
         return text(QString::fromUtf16(reinterpret_cast<const char16_t *>(bytes.constData()),
                                        bytes.size() / 2));
+    AppleEventDescriptor a;
+    a.m_type = isDataType(type) ? type : fourCharCode("rdat");
     auto n = std::make_shared<Node>();
-    n->type = isDataType(type) ? type : fourCharCode("rdat");
     n->bytes = bytes;
-    return AppleEventDescriptor(std::move(n));
+    a.m_node = std::move(n);
+    return a;
 }
 
 AppleEventDescriptor AppleEventDescriptor::fileURL(const QUrl &url)
 {
+    AppleEventDescriptor a;
+    a.m_type = DescriptorType::fileURL;
     auto n = std::make_shared<Node>();
-    n->type = DescriptorType::fileURL;
     n->url = url;
-    return AppleEventDescriptor(std::move(n));
+    a.m_node = std::move(n);
+    return a;
 }
 
 AppleEventDescriptor AppleEventDescriptor::date(const QString &text)
 {
-    auto n = std::make_shared<Node>();
-    n->type = DescriptorType::date;
-    n->text = text;
-    return AppleEventDescriptor(std::move(n));
+    AppleEventDescriptor a;
+    a.m_type = DescriptorType::date;
+    a.m_text = text;
+    return a;
 }
 
 AppleEventDescriptor AppleEventDescriptor::constant(DescType type, DescType value)
 {
-    auto n = std::make_shared<Node>();
-    n->type = type;
-    n->code = value;
-    return AppleEventDescriptor(std::move(n));
+    AppleEventDescriptor a;
+    a.m_type = type;
+    a.m_code = value;
+    return a;
 }
 
 AppleEventDescriptor AppleEventDescriptor::missingValue()
@@ -221,13 +228,13 @@ AppleEventDescriptor AppleEventDescriptor::missingValue()
 
 DescType AppleEventDescriptor::descriptorType() const
 {
-    return d->type;
+    return m_type;
 }
 
 int AppleEventDescriptor::numberOfItems() const
 {
-    return d->type == DescriptorType::list || d->type == DescriptorType::record
-               ? int(d->items.size())
+    return m_type == DescriptorType::list || m_type == DescriptorType::record
+               ? int(node().items.size())
                : 0;
 }
 
@@ -235,53 +242,53 @@ std::optional<AppleEventDescriptor> AppleEventDescriptor::descriptorAtIndex(int 
 {
     if (index < 1 || index > numberOfItems())
         return std::nullopt;
-    return d->items.at(index - 1);
+    return node().items.at(index - 1);
 }
 
 const AppleEventDescriptor *AppleEventDescriptor::itemAt(int index) const
 {
     if (index < 1 || index > numberOfItems())
         return nullptr;
-    return &d->items.at(index - 1);
+    return &node().items.at(index - 1);
 }
 
 QString AppleEventDescriptor::keyAtIndex(int index) const
 {
-    if (d->type != DescriptorType::record || index < 1 || index > d->keys.size())
+    if (m_type != DescriptorType::record || index < 1 || index > node().keys.size())
         return {};
-    return d->keys.at(index - 1);
+    return node().keys.at(index - 1);
 }
 
 std::optional<QString> AppleEventDescriptor::stringValue() const
 {
-    switch (d->type) {
+    switch (m_type) {
     case DescriptorType::text:
     case DescriptorType::date:
-        return d->text;
+        return m_text;
     case DescriptorType::integer:
-        return QString::number(d->integer);
+        return QString::number(m_integer);
     case DescriptorType::real:
-        return realSource(d->real);
+        return realSource(m_real);
     case DescriptorType::boolean:
-        return d->flag ? QStringLiteral("true") : QStringLiteral("false");
+        return m_flag ? QStringLiteral("true") : QStringLiteral("false");
     default:
-        if (d->type == fourCharCode("utf8"))
-            return QString::fromUtf8(d->bytes);
+        if (m_type == fourCharCode("utf8"))
+            return QString::fromUtf8(node().bytes);
         return std::nullopt;
     }
 }
 
 qint32 AppleEventDescriptor::int32Value() const
 {
-    switch (d->type) {
+    switch (m_type) {
     case DescriptorType::integer:
-        return d->integer;
+        return m_integer;
     case DescriptorType::boolean:
-        return d->flag ? 1 : 0;
+        return m_flag ? 1 : 0;
     case DescriptorType::real:
-        return int32FromReal(d->real).value_or(0);
+        return int32FromReal(m_real).value_or(0);
     case DescriptorType::text:
-        return int32FromText(d->text).value_or(0);
+        return int32FromText(m_text).value_or(0);
     default:
         return 0;
     }
@@ -289,13 +296,13 @@ qint32 AppleEventDescriptor::int32Value() const
 
 bool AppleEventDescriptor::booleanValue() const
 {
-    switch (d->type) {
+    switch (m_type) {
     case DescriptorType::boolean:
-        return d->flag;
+        return m_flag;
     case DescriptorType::integer:
-        return d->integer == 1;
+        return m_integer == 1;
     case DescriptorType::text:
-        return boolFromText(d->text).value_or(false);
+        return boolFromText(m_text).value_or(false);
     default:
         return false;
     }
@@ -303,7 +310,7 @@ bool AppleEventDescriptor::booleanValue() const
 
 QByteArray AppleEventDescriptor::data() const
 {
-    switch (d->type) {
+    switch (m_type) {
     case DescriptorType::null:
     case DescriptorType::list:
     case DescriptorType::record:
@@ -311,36 +318,36 @@ QByteArray AppleEventDescriptor::data() const
         return {};
     case DescriptorType::text: {
         QByteArray b;
-        b.reserve(d->text.size() * 2);
-        for (QChar c : d->text) {
+        b.reserve(m_text.size() * 2);
+        for (QChar c : m_text) {
             b.append(char(c.unicode() & 0xFF));
             b.append(char(c.unicode() >> 8));
         }
         return b;
     }
     case DescriptorType::integer:
-        return littleEndian32(quint32(d->integer));
+        return littleEndian32(quint32(m_integer));
     case DescriptorType::real: {
         QByteArray b(8, Qt::Uninitialized);
-        qToLittleEndian(d->real, b.data());
+        qToLittleEndian(m_real, b.data());
         return b;
     }
     case DescriptorType::boolean:
-        return QByteArray(1, d->flag ? '\1' : '\0');
+        return QByteArray(1, m_flag ? '\1' : '\0');
     case DescriptorType::fileURL:
-        return d->url.toEncoded();
+        return node().url.toEncoded();
     case DescriptorType::typeCode:
     case DescriptorType::enumerated:
-        return littleEndian32(d->code);
+        return littleEndian32(m_code);
     default:
-        return d->bytes;
+        return node().bytes;
     }
 }
 
 std::optional<AppleEventDescriptor>
 AppleEventDescriptor::coerceToDescriptorType(DescType type) const
 {
-    if (type == d->type)
+    if (type == m_type)
         return *this;
     switch (type) {
     case DescriptorType::text:
@@ -349,39 +356,39 @@ AppleEventDescriptor::coerceToDescriptorType(DescType type) const
         return std::nullopt;
     case DescriptorType::integer: {
         std::optional<qint32> v;
-        if (d->type == DescriptorType::boolean)
-            v = d->flag ? 1 : 0;
-        else if (d->type == DescriptorType::real)
-            v = int32FromReal(d->real);
-        else if (d->type == DescriptorType::text)
-            v = int32FromText(d->text);
+        if (m_type == DescriptorType::boolean)
+            v = m_flag ? 1 : 0;
+        else if (m_type == DescriptorType::real)
+            v = int32FromReal(m_real);
+        else if (m_type == DescriptorType::text)
+            v = int32FromText(m_text);
         return v ? std::optional(integer(*v)) : std::nullopt;
     }
     case DescriptorType::real:
-        if (d->type == DescriptorType::integer)
-            return real(d->integer);
-        if (d->type == DescriptorType::text) {
-            if (const auto r = realFromText(d->text))
+        if (m_type == DescriptorType::integer)
+            return real(m_integer);
+        if (m_type == DescriptorType::text) {
+            if (const auto r = realFromText(m_text))
                 return real(*r);
         }
         return std::nullopt;
     case DescriptorType::boolean:
-        if (d->type == DescriptorType::integer && (d->integer == 0 || d->integer == 1))
-            return boolean(d->integer == 1);
-        if (d->type == DescriptorType::text) {
-            if (const auto b = boolFromText(d->text))
+        if (m_type == DescriptorType::integer && (m_integer == 0 || m_integer == 1))
+            return boolean(m_integer == 1);
+        if (m_type == DescriptorType::text) {
+            if (const auto b = boolFromText(m_text))
                 return boolean(*b);
         }
         return std::nullopt;
     case DescriptorType::list:
-        if (d->type == DescriptorType::null)
+        if (m_type == DescriptorType::null)
             return std::nullopt;
         return list({*this});
     case DescriptorType::tiff: {
-        if (!isDataType(d->type) || d->bytes.isEmpty())
+        if (!isDataType(m_type) || node().bytes.isEmpty())
             return std::nullopt;
         QImage image;
-        if (!image.loadFromData(d->bytes))
+        if (!image.loadFromData(node().bytes))
             return std::nullopt;
         QByteArray out;
         QBuffer buffer(&out);
@@ -397,33 +404,36 @@ AppleEventDescriptor::coerceToDescriptorType(DescType type) const
 
 std::optional<QUrl> AppleEventDescriptor::fileURLValue() const
 {
-    if (d->type != DescriptorType::fileURL || !d->url.isValid())
+    if (m_type != DescriptorType::fileURL || !node().url.isValid())
         return std::nullopt;
-    return d->url;
+    return node().url;
 }
 
 bool AppleEventDescriptor::operator==(const AppleEventDescriptor &o) const
 {
-    if (d == o.d)
+    if (m_type != o.m_type || m_text != o.m_text || m_integer != o.m_integer ||
+        !(m_real == o.m_real || (std::isnan(m_real) && std::isnan(o.m_real))) ||
+        m_flag != o.m_flag || m_code != o.m_code)
+        return false;
+    if (m_node == o.m_node)
         return true;
-    return d->type == o.d->type && d->text == o.d->text && d->integer == o.d->integer &&
-           (d->real == o.d->real || (std::isnan(d->real) && std::isnan(o.d->real))) &&
-           d->flag == o.d->flag && d->code == o.d->code && d->bytes == o.d->bytes &&
-           d->url == o.d->url && d->keys == o.d->keys && d->items == o.d->items;
+    const Node &a = node();
+    const Node &b = o.node();
+    return a.bytes == b.bytes && a.url == b.url && a.keys == b.keys && a.items == b.items;
 }
 
 QString AppleEventDescriptor::toSourceForm() const
 {
-    switch (d->type) {
+    switch (m_type) {
     case DescriptorType::null:
         return QStringLiteral("null");
     case DescriptorType::list:
     case DescriptorType::record: {
         QStringList parts;
-        for (qsizetype i = 0; i < d->items.size(); ++i) {
-            const QString value = d->items.at(i).toSourceForm();
-            if (d->type == DescriptorType::record) {
-                const QString &key = d->keys.at(i);
+        for (qsizetype i = 0; i < node().items.size(); ++i) {
+            const QString value = node().items.at(i).toSourceForm();
+            if (m_type == DescriptorType::record) {
+                const QString &key = node().keys.at(i);
                 bool plain = !key.isEmpty() && !key.at(0).isDigit();
                 for (QChar c : key)
                     plain = plain && (c.isLetterOrNumber() || c == QLatin1Char('_'));
@@ -436,25 +446,25 @@ QString AppleEventDescriptor::toSourceForm() const
         return QLatin1Char('{') + parts.join(QLatin1String(", ")) + QLatin1Char('}');
     }
     case DescriptorType::text:
-        return quotedSource(d->text);
+        return quotedSource(m_text);
     case DescriptorType::integer:
-        return QString::number(d->integer);
+        return QString::number(m_integer);
     case DescriptorType::real:
-        return realSource(d->real);
+        return realSource(m_real);
     case DescriptorType::boolean:
-        return d->flag ? QStringLiteral("true") : QStringLiteral("false");
+        return m_flag ? QStringLiteral("true") : QStringLiteral("false");
     case DescriptorType::fileURL:
-        return QStringLiteral("POSIX file ") + quotedSource(d->url.toLocalFile());
+        return QStringLiteral("POSIX file ") + quotedSource(node().url.toLocalFile());
     case DescriptorType::date:
-        return QStringLiteral("date ") + quotedSource(d->text);
+        return QStringLiteral("date ") + quotedSource(m_text);
     case DescriptorType::typeCode:
-        if (d->code == DescriptorType::missingValue)
+        if (m_code == DescriptorType::missingValue)
             return QStringLiteral("missing value");
-        return QStringLiteral("«class %1»").arg(fourCharCodeString(d->code));
+        return QStringLiteral("«class %1»").arg(fourCharCodeString(m_code));
     case DescriptorType::enumerated:
-        return QStringLiteral("«constant ****%1»").arg(fourCharCodeString(d->code));
+        return QStringLiteral("«constant ****%1»").arg(fourCharCodeString(m_code));
     default:
         return QStringLiteral("«data %1%2»")
-            .arg(fourCharCodeString(d->type), QString::fromLatin1(d->bytes.toHex().toUpper()));
+            .arg(fourCharCodeString(m_type), QString::fromLatin1(node().bytes.toHex().toUpper()));
     }
 }

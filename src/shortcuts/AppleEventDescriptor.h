@@ -88,7 +88,16 @@ public:
     QString toSourceForm() const;
 
 private:
+    // Scalars and text live in the descriptor itself, so a list of 10,000 names is one array;
+    // only lists, records, raw data and files have a shared node.
     struct Node;
-    explicit AppleEventDescriptor(std::shared_ptr<const Node> node);
-    std::shared_ptr<const Node> d;
+    const Node &node() const;
+
+    DescType m_type = DescriptorType::null;
+    qint32 m_integer = 0;
+    DescType m_code = 0; // constants
+    bool m_flag = false;
+    double m_real = 0;
+    QString m_text; // text, date
+    std::shared_ptr<const Node> m_node;
 };
