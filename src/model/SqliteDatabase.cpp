@@ -3,7 +3,8 @@
 #include <sqlite3.h>
 
 SqliteStatement::SqliteStatement(SqliteStatement &&other) noexcept
-    : m_db(other.m_db), m_stmt(std::exchange(other.m_stmt, nullptr))
+    : m_db(other.m_db), m_stmt(std::exchange(other.m_stmt, nullptr)),
+      m_texts(std::move(other.m_texts))
 {
 }
 
@@ -14,6 +15,7 @@ SqliteStatement &SqliteStatement::operator=(SqliteStatement &&other) noexcept
             sqlite3_finalize(m_stmt);
         m_db = other.m_db;
         m_stmt = std::exchange(other.m_stmt, nullptr);
+        m_texts = std::move(other.m_texts);
     }
     return *this;
 }
@@ -26,23 +28,23 @@ SqliteStatement::~SqliteStatement()
 
 void SqliteStatement::bind(int index, const QString &value)
 {
-    // Most bound texts are short ASCII (names, identifiers, colours) or empty: those are
-    // narrowed on the stack instead of through an allocated UTF-8 copy.
-    constexpr qsizetype shortText = 256;
+    if (index < 1 || index > sqlite3_bind_parameter_count(m_stmt))
+        return;
+    if (size_t(index) > m_texts.size())
+        m_texts.resize(size_t(index));
+    QByteArray &utf8 = m_texts[size_t(index - 1)];
+    // Most bound texts are ASCII (names, identifiers, colours): narrowed in place.
     const qsizetype size = value.size();
-    if (size <= shortText) {
-        char ascii[shortText];
-        const auto *in = reinterpret_cast<const char16_t *>(value.utf16());
-        qsizetype i = 0;
-        for (; i < size && in[i] < 0x80; ++i)
-            ascii[i] = char(in[i]);
-        if (i == size) {
-            sqlite3_bind_text(m_stmt, index, size ? ascii : "", int(size), SQLITE_TRANSIENT);
-            return;
-        }
-    }
-    const QByteArray utf8 = value.toUtf8();
-    sqlite3_bind_text(m_stmt, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
+    const auto *in = reinterpret_cast<const char16_t *>(value.utf16());
+    utf8.resize(size);
+    char *out = utf8.data();
+    qsizetype i = 0;
+    for (; i < size && in[i] < 0x80; ++i)
+        out[i] = char(in[i]);
+    if (i < size)
+        utf8 = value.toUtf8();
+    sqlite3_bind_text(m_stmt, index, utf8.isEmpty() ? "" : utf8.constData(), int(utf8.size()),
+                      SQLITE_STATIC);
 }
 
 void SqliteStatement::bind(int index, qint64 value)

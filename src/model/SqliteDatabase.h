@@ -5,6 +5,7 @@
 #include <QVariant>
 #include <memory>
 #include <optional>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -45,6 +46,9 @@ public:
 private:
     sqlite3 *m_db = nullptr;
     sqlite3_stmt *m_stmt = nullptr;
+    // The UTF-8 of each bound text, kept until that parameter is bound again so SQLite need
+    // not copy it; the buffers are reused from row to row.
+    std::vector<QByteArray> m_texts;
 };
 
 // One connection; closed when it goes out of scope.

@@ -15,10 +15,11 @@ struct AppleEventDescriptor::Node {
     QStringList keys; // records
 };
 
+const AppleEventDescriptor::Node AppleEventDescriptor::emptyNode{};
+
 const AppleEventDescriptor::Node &AppleEventDescriptor::node() const
 {
-    static const Node empty;
-    return m_node ? *m_node : empty;
+    return m_node ? *m_node : emptyNode;
 }
 
 QString fourCharCodeString(DescType code)

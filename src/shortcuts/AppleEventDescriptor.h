@@ -91,6 +91,7 @@ private:
     // Scalars and text live in the descriptor itself, so a list of 10,000 names is one array;
     // only lists, records, raw data and files have a shared node.
     struct Node;
+    static const Node emptyNode;
     const Node &node() const;
 
     DescType m_type = DescriptorType::null;

@@ -149,6 +149,10 @@ ShortcutsEventsBridge::decodeShortcutList(const AppleEventDescriptor &reply)
     const auto &[names, ids, subtitles, colors, inputs, counts, folderNames, memberships] = lists;
 
     QHash<QString, QString> folderOf;
+    qsizetype memberCount = 0;
+    for (int f = 1; f <= memberships.numberOfItems(); ++f)
+        memberCount += memberships.itemAt(f)->numberOfItems();
+    folderOf.reserve(memberCount);
     for (int f = 1; f <= folderNames.numberOfItems(); ++f) {
         const QString folderName = textAt(folderNames, f).value_or(QString());
         const AppleEventDescriptor *members = memberships.itemAt(f);
@@ -161,8 +165,9 @@ ShortcutsEventsBridge::decodeShortcutList(const AppleEventDescriptor &reply)
     }
 
     QList<ShortcutSnapshot> snapshots;
-    snapshots.reserve(names.numberOfItems());
-    for (int i = 1; i <= names.numberOfItems(); ++i) {
+    const int count = names.numberOfItems();
+    snapshots.reserve(count);
+    for (int i = 1; i <= count; ++i) {
         const auto identifier = textAt(ids, i);
         const auto name = textAt(names, i);
         if (!identifier || !name)

@@ -40,10 +40,11 @@ SyncMerge::SyncMerge(ModelContext &context, const QDateTime &now) : m_context(co
 void SyncMerge::addByName(ShortcutItem *item)
 {
     // Names are nearly always unique: only the rare twins pay for a list.
-    if (m_firstByName.contains(item->name()))
+    ShortcutItem *&first = m_firstByName[item->name()];
+    if (first)
         m_moreByName[item->name()].append(item);
     else
-        m_firstByName.insert(item->name(), item);
+        first = item;
 }
 
 QVarLengthArray<ShortcutItem *, 4> SyncMerge::itemsNamed(const QString &name) const
