@@ -174,6 +174,13 @@ private:
     static QCoro::Task<> iconWorker(QPointer<LibrarySyncController> self);
     QCoro::Task<std::optional<ShortcutsDatabase::Rows>> loadDatabaseRows();
     AppIconSource &appIcons();
+    // A change to one item's icon, worked out off the main thread and applied on it.
+    using IconEdit = std::function<void(ShortcutItem *)>;
+    // Runs edit over the stored icons of items on a worker, a chunk at a time, applies each edit
+    // there is to its item (unless the user deleted it meanwhile) and saves after each chunk.
+    // False when the controller went away while it waited.
+    QCoro::Task<bool> rewriteStoredIcons(QList<ShortcutItem *> items,
+                                         std::function<IconEdit(const QByteArray &)> edit);
 
     ModelContext &m_context;
     ShortcutsEventsBridge &m_bridge;

@@ -343,73 +343,77 @@ QCoro::Task<> LibrarySyncController::refreshFromDatabase()
 // ---------------------------------------------------------------------------------------------
 // Upgrades of stored icons
 
-QCoro::Task<> LibrarySyncController::upgradeStoredIcons()
+QCoro::Task<bool>
+LibrarySyncController::rewriteStoredIcons(QList<ShortcutItem *> items,
+                                          std::function<IconEdit(const QByteArray &)> edit)
 {
     QPointer<LibrarySyncController> self(this);
+    for (qsizetype start = 0; start < items.size(); start += upgradeChunkSize) {
+        const QList<ShortcutItem *> chunk = items.mid(start, upgradeChunkSize);
+        QList<QByteArray> images;
+        for (ShortcutItem *item : chunk)
+            images.append(item->iconData().value_or(QByteArray()));
+        auto work = QtConcurrent::run(&utilityPool(), [images, edit] {
+            QList<IconEdit> edits;
+            for (const QByteArray &bytes : images)
+                edits.append(edit(bytes));
+            return edits;
+        });
+        const QList<IconEdit> edits = co_await work;
+        if (!self)
+            co_return false;
+        const QSet<ShortcutItem *> alive(m_context.shortcuts().cbegin(),
+                                         m_context.shortcuts().cend());
+        for (qsizetype i = 0; i < chunk.size(); ++i) {
+            if (edits[i] && alive.contains(chunk[i]))
+                edits[i](chunk[i]);
+        }
+        m_context.save();
+    }
+    co_return true;
+}
+
+QCoro::Task<> LibrarySyncController::upgradeStoredIcons()
+{
     auto version = [this] {
         return m_settings.value(QLatin1String(iconFormatVersionKey), 0).toInt();
     };
-    auto aliveItems = [this] {
-        return QSet<ShortcutItem *>(m_context.shortcuts().cbegin(), m_context.shortcuts().cend());
+    auto itemsWithIcons = [this](bool onlyWithoutColours) {
+        QList<ShortcutItem *> items;
+        for (ShortcutItem *item : m_context.shortcuts()) {
+            if (item->hasIconData() && (!onlyWithoutColours || item->iconTopHex().isEmpty()))
+                items.append(item);
+        }
+        return items;
     };
 
     if (version() < 2) {
-        QList<ShortcutItem *> pending;
-        for (ShortcutItem *item : m_context.shortcuts()) {
-            if (item->hasIconData() && item->iconTopHex().isEmpty())
-                pending.append(item);
-        }
-        for (qsizetype start = 0; start < pending.size(); start += upgradeChunkSize) {
-            const QList<ShortcutItem *> chunk = pending.mid(start, upgradeChunkSize);
-            QList<QByteArray> images;
-            for (ShortcutItem *item : chunk)
-                images.append(item->iconData().value_or(QByteArray()));
-            auto work = QtConcurrent::run(&utilityPool(), [images] {
-                QList<std::optional<IconProcessing::Result>> out;
-                for (const QByteArray &bytes : images)
-                    out.append(IconProcessing::process(bytes));
-                return out;
+        // Icons stored whole: split into glyph and gradient colours.
+        auto splitting =
+            rewriteStoredIcons(itemsWithIcons(true), [](const QByteArray &bytes) -> IconEdit {
+                const auto result = IconProcessing::process(bytes);
+                if (!result)
+                    return {};
+                return [result = *result](ShortcutItem *item) { item->applyProcessedIcon(result); };
             });
-            const auto results = co_await work;
-            if (!self)
-                co_return;
-            const auto alive = aliveItems();
-            for (qsizetype i = 0; i < chunk.size(); ++i) {
-                if (results[i] && alive.contains(chunk[i]))
-                    chunk[i]->applyProcessedIcon(*results[i]);
-            }
-            m_context.save();
-        }
+        const bool alive = co_await splitting;
+        if (!alive)
+            co_return;
         m_settings.setValue(QLatin1String(iconFormatVersionKey), 2);
     }
 
     if (version() < 3) {
-        QList<ShortcutItem *> pending;
-        for (ShortcutItem *item : m_context.shortcuts()) {
-            if (item->hasIconData())
-                pending.append(item);
-        }
-        for (qsizetype start = 0; start < pending.size(); start += upgradeChunkSize) {
-            const QList<ShortcutItem *> chunk = pending.mid(start, upgradeChunkSize);
-            QList<QByteArray> images;
-            for (ShortcutItem *item : chunk)
-                images.append(item->iconData().value_or(QByteArray()));
-            auto work = QtConcurrent::run(&utilityPool(), [images] {
-                QList<std::optional<QByteArray>> out;
-                for (const QByteArray &bytes : images)
-                    out.append(trimmedPNG(bytes));
-                return out;
+        // Glyphs stored with their margins: cropped to their content.
+        auto trimming =
+            rewriteStoredIcons(itemsWithIcons(false), [](const QByteArray &bytes) -> IconEdit {
+                const auto png = trimmedPNG(bytes);
+                if (!png)
+                    return {};
+                return [png = *png](ShortcutItem *item) { item->setIconData(png); };
             });
-            const auto results = co_await work;
-            if (!self)
-                co_return;
-            const auto alive = aliveItems();
-            for (qsizetype i = 0; i < chunk.size(); ++i) {
-                if (results[i] && alive.contains(chunk[i]))
-                    chunk[i]->setIconData(*results[i]);
-            }
-            m_context.save();
-        }
+        const bool alive = co_await trimming;
+        if (!alive)
+            co_return;
         m_settings.setValue(QLatin1String(iconFormatVersionKey), 3);
     }
 
