@@ -1,45 +1,21 @@
-#include "../common/AwaitTask.h"
 #include "app/AppUpdater.h"
+#include "common/AwaitTask.h"
+#include "common/LoopbackHttp.h"
 #include "model/AppSettings.h"
 
 #include <QMessageBox>
 #include <QSignalSpy>
 #include <QStandardPaths>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
-#include <QTest>
 
 namespace {
-// Answers every request on a loopback port with one fixed HTTP response.
-class FeedServer : public QObject {
-public:
-    explicit FeedServer(QByteArray body) : m_body(std::move(body))
+// Serves one feed at /appcast.xml.
+struct FeedServer : LoopbackHttp {
+    explicit FeedServer(const QByteArray &body)
     {
-        QVERIFY(m_server.listen(QHostAddress::LocalHost));
-        connect(&m_server, &QTcpServer::newConnection, this, [this] {
-            while (QTcpSocket *socket = m_server.nextPendingConnection()) {
-                connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
-                    if (!socket->readAll().contains("\r\n\r\n"))
-                        return;
-                    socket->write("HTTP/1.1 200 OK\r\nContent-Type: application/rss+xml\r\n"
-                                  "Connection: close\r\nContent-Length: " +
-                                  QByteArray::number(m_body.size()) + "\r\n\r\n");
-                    socket->write(m_body);
-                    socket->disconnectFromHost();
-                });
-                connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-            }
-        });
+        answers[QStringLiteral("/appcast.xml")] = {.body = body};
     }
-    QUrl url() const
-    {
-        return QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.xml").arg(m_server.serverPort()));
-    }
-
-private:
-    QTcpServer m_server;
-    QByteArray m_body;
+    QUrl url() const { return LoopbackHttp::url(QStringLiteral("/appcast.xml")); }
 };
 
 QByteArray appcast(const QStringList &versions)

@@ -4,95 +4,43 @@
 #include "app/AppUpdater.h"
 #include "app/InstanceChannel.h"
 #include "common/AwaitTask.h"
+#include "common/FakeOsascript.h"
+#include "common/FakeWorkspace.h"
+#include "common/LocalSocketClient.h"
+#include "common/LoopbackHttp.h"
+#include "common/TestImages.h"
 #include "model/AppSettings.h"
-#include "model/Clock.h"
 #include "model/SmartRuleSet.h"
 #include "model/SqliteDatabase.h"
 #include "shortcuts/AppIconProvider.h"
 #include "shortcuts/IconProcessing.h"
 #include "shortcuts/OsascriptHost.h"
-#include "shortcuts/ScriptReplyParser.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/ShortcutsDatabase.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
-#include "shortcuts/Workspace.h"
 
-#include <QBuffer>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QLinearGradient>
-#include <QLocalSocket>
-#include <QPainter>
 #include <QSignalSpy>
 #include <QStandardPaths>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QtConcurrent>
-#include <QtEndian>
 
 namespace {
-// ---- script replies ----------------------------------------------------------------------
-
-// osascript's stand-in: prints a recorded reply byte for byte.
-class FakeOsascript {
-public:
-    FakeOsascript()
-    {
-        m_program = m_dir.filePath(QStringLiteral("osascript"));
-        QFile f(m_program);
-        f.open(QIODevice::WriteOnly);
-        f.write("#!/bin/sh\ncat > /dev/null\ncat \"$(dirname \"$0\")/stdout\"\n");
-        f.close();
-        f.setPermissions(f.permissions() | QFileDevice::ExeOwner);
-    }
-    QString program() const { return m_program; }
-    void replay(const QByteArray &out)
-    {
-        QFile f(m_dir.filePath(QStringLiteral("stdout")));
-        f.open(QIODevice::WriteOnly);
-        f.write(out);
-    }
-
-private:
-    QTemporaryDir m_dir;
-    QString m_program;
-};
-
 // A list reply with the given source text as the only name.
 QByteArray listReply(const QByteArray &name)
 {
     return "{{" + name + "}, {\"ID-1\"}, {}, {}, {}, {}, {}, {}}";
 }
 
-// ---- images ------------------------------------------------------------------------------
-
-QByteArray encoded(const QImage &image, const char *format)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format);
-    return bytes;
-}
-
 // A Shortcuts-style icon: a vertical gradient with a white disc.
-QImage gradientIcon(const QColor &top, const QColor &bottom)
+QImage discIcon(const QColor &top, const QColor &bottom)
 {
-    QImage image(128, 128, QImage::Format_ARGB32);
-    QPainter p(&image);
-    QLinearGradient g(0, 0, 0, 128);
-    g.setColorAt(0, top);
-    g.setColorAt(1, bottom);
-    p.fillRect(image.rect(), g);
-    p.setPen(Qt::NoPen);
-    p.setBrush(Qt::white);
-    p.drawEllipse(QRect(34, 34, 60, 60));
-    return image;
+    return gradientIcon(128, top, bottom, [](QPainter &p, int) {
+        p.setPen(Qt::NoPen);
+        p.setBrush(Qt::white);
+        p.drawEllipse(QRect(34, 34, 60, 60));
+    });
 }
 
 void appendLe16(QByteArray &out, int v)
@@ -166,59 +114,6 @@ QByteArray animatedGif(const QList<QImage> &frames, QSize screen = {})
     return gif.append(char(0x3B));
 }
 
-// ---- loopback HTTP -----------------------------------------------------------------------
-
-// One response per connection, by path; a Location header makes it a redirect.
-class HttpServer : public QObject {
-public:
-    struct Answer {
-        int status = 200;
-        QByteArray body;
-        QByteArray location;
-        bool withLength = true; // else the body ends when the connection closes
-    };
-    QHash<QString, Answer> answers;
-    int requests = 0;
-
-    HttpServer()
-    {
-        QVERIFY(m_server.listen(QHostAddress::LocalHost));
-        connect(&m_server, &QTcpServer::newConnection, this, [this] {
-            while (QTcpSocket *socket = m_server.nextPendingConnection()) {
-                socket->setParent(this);
-                connect(socket, &QTcpSocket::readyRead, this, [this, socket] { serve(socket); });
-                connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-            }
-        });
-    }
-    QString base() const
-    {
-        return QStringLiteral("http://127.0.0.1:%1").arg(m_server.serverPort());
-    }
-
-private:
-    void serve(QTcpSocket *socket)
-    {
-        QByteArray &buffer = m_pending[socket];
-        buffer += socket->readAll();
-        if (!buffer.contains("\r\n\r\n"))
-            return;
-        ++requests;
-        const QString path = QString::fromUtf8(buffer.split(' ').value(1)).section(u'?', 0, 0);
-        m_pending.remove(socket);
-        const Answer answer = answers.value(path, Answer{404, "{}", {}, true});
-        QByteArray head = "HTTP/1.1 " + QByteArray::number(answer.status) + " X\r\n";
-        if (!answer.location.isEmpty())
-            head += "Location: " + answer.location + "\r\n";
-        if (answer.withLength)
-            head += "Content-Length: " + QByteArray::number(answer.body.size()) + "\r\n";
-        socket->write(head + "Connection: close\r\n\r\n" + answer.body);
-        socket->disconnectFromHost();
-    }
-    QTcpServer m_server;
-    QHash<QTcpSocket *, QByteArray> m_pending;
-};
-
 QByteArray appcast(const QByteArray &items)
 {
     return "<?xml version=\"1.0\" encoding=\"utf-8\"?><rss version=\"2.0\" "
@@ -230,52 +125,6 @@ QByteArray appcastItem(const QByteArray &version)
 {
     return "<item><sparkle:version>" + version + "</sparkle:version></item>";
 }
-
-// ---- local socket ------------------------------------------------------------------------
-
-QByteArray framed(const QByteArray &body, quint32 announced)
-{
-    QByteArray out(4, '\0');
-    qToBigEndian(announced, out.data());
-    return out + body;
-}
-
-// Client side of one conversation, on a worker thread while the server's loop runs here. With
-// hangUp the client leaves as soon as its bytes are out; otherwise it reads until the server
-// closes. The answer is the reply's JSON, or nothing.
-QJsonObject exchange(const QString &path, const QByteArray &bytes, bool hangUp)
-{
-    QLocalSocket socket;
-    socket.connectToServer(path);
-    if (!socket.waitForConnected(2000))
-        return {};
-    socket.write(bytes);
-    socket.waitForBytesWritten(2000);
-    if (hangUp) {
-        socket.abort();
-        return {};
-    }
-    QByteArray reply;
-    while (socket.waitForReadyRead(3000))
-        reply += socket.readAll();
-    reply += socket.readAll();
-    return reply.size() > 4 ? QJsonDocument::fromJson(reply.mid(4)).object() : QJsonObject();
-}
-
-template<typename T> T awaitFuture(QFuture<T> future, int ms = 10000)
-{
-    QDeadlineTimer deadline(ms);
-    while (!future.isFinished() && !deadline.hasExpired())
-        QTest::qWait(5);
-    return future.isFinished() ? future.result() : T();
-}
-
-class NoWorkspace final : public Workspace {
-public:
-    bool openUrl(const QUrl &) override { return false; }
-    bool openFile(const QString &) override { return false; }
-    QImage applicationIcon(const QString &) override { return {}; }
-};
 
 QByteArray deepJson(int depth)
 {
@@ -384,7 +233,7 @@ void TestHostileInput::rulesData_data()
     QTest::addColumn<bool>("valid");
     QTest::addColumn<qint64>("number");
     QTest::addColumn<QString>("text");
-    const QJsonObject sample = QJsonDocument::fromJson(SmartRuleSet().encoded()).object();
+    const QJsonObject sample = QJsonDocument::fromJson(SmartRuleSet().encodedImage()).object();
     auto with = [&sample](const QString &key, const QJsonValue &value) {
         QJsonObject o = sample;
         o[key] = value;
@@ -397,7 +246,7 @@ void TestHostileInput::rulesData_data()
         o[QLatin1String("rules")] = QJsonArray{rule};
         return QJsonDocument(o).toJson(QJsonDocument::Compact).replace("\"@@\"", rawValue);
     };
-    const QByteArray good = SmartRuleSet().encoded();
+    const QByteArray good = SmartRuleSet().encodedImage();
 
     QTest::newRow("number is -2^63") << ruleWith("number", "-9223372036854775808") << true
                                      << std::numeric_limits<qint64>::min() << QString();
@@ -459,7 +308,7 @@ void TestHostileInput::rulesData()
     QCOMPARE(set->rules.first().number, number);
     QCOMPARE(set->rules.first().text, text);
     // What decodes is written back in a form that decodes to the same set.
-    const QByteArray again = set->encoded();
+    const QByteArray again = set->encodedImage();
     QVERIFY(!again.isEmpty());
     QCOMPARE(SmartRuleSet::decodedIfValid(again), set);
 }
@@ -510,7 +359,7 @@ void TestHostileInput::callbackUrls()
     QFETCH(bool, outcome);
     QFETCH(QString, name);
     QFETCH(QVariant, output);
-    NoWorkspace workspace;
+    FakeWorkspace workspace;
     ShortcutsEventsBridge bridge(std::make_shared<OsascriptHost>(QStringLiteral("/nonexistent")));
     ShortcutRunner runner(&bridge, &workspace);
     QSignalSpy changed(&runner, &ShortcutRunner::latestOutcomeChanged);
@@ -533,24 +382,31 @@ void TestHostileInput::intentRequests_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<bool>("hangUp");
     QTest::addColumn<bool>("answered");
-    auto frame = [](const QByteArray &body) { return framed(body, quint32(body.size())); };
     QTest::newRow("invalid UTF-8")
-        << frame("{\"kind\":\"intent\",\"action\":\"\xFF\",\"arguments\":[]}") << false << true;
+        << framed("{\"kind\":\"intent\",\"action\":\"\xFF\",\"arguments\":[]}") << false << true;
     QTest::newRow("NUL after the object")
-        << frame("{\"kind\":\"activate\"}" + QByteArray(1, '\0')) << false << true;
-    QTest::newRow("10,000 arrays deep") << frame(deepJson(10000)) << false << true;
+        << framed("{\"kind\":\"activate\"}" + QByteArray(1, '\0')) << false << true;
+    QTest::newRow("10,000 arrays deep") << framed(deepJson(10000)) << false << true;
     QTest::newRow("arguments 10,000 deep")
-        << frame("{\"kind\":\"intent\",\"action\":\"x\",\"arguments\":" + deepJson(10000) + "}")
+        << framed("{\"kind\":\"intent\",\"action\":\"x\",\"arguments\":" + deepJson(10000) + "}")
         << false << true;
     QTest::newRow("empty message") << framed({}, 0) << false << true;
+    QTest::newRow("2 MB message") << framed(QByteArray(2 * 1024 * 1024, 'x')) << false << true;
+    QTest::newRow("length announces 4 GB") << framed({}, 0xFFFFFFFFu) << false << true;
+    QTest::newRow("not JSON") << framed("not json") << false << true;
+    QTest::newRow("an array") << framed("[1,2]") << false << true;
+    QTest::newRow("intent without action") << framed("{\"kind\":\"intent\"}") << false << true;
+    QTest::newRow("argument not text")
+        << framed("{\"kind\":\"intent\",\"action\":\"x\",\"arguments\":[1]}") << false << true;
+    QTest::newRow("unknown kind") << framed("{\"kind\":\"teleport\"}") << false << true;
     QTest::newRow("action not text")
-        << frame("{\"kind\":\"intent\",\"action\":{},\"arguments\":[]}") << false << true;
-    QTest::newRow("url not a URL") << frame("{\"kind\":\"open-url\",\"url\":7}") << false << true;
+        << framed("{\"kind\":\"intent\",\"action\":{},\"arguments\":[]}") << false << true;
+    QTest::newRow("url not a URL") << framed("{\"kind\":\"open-url\",\"url\":7}") << false << true;
     QTest::newRow("body half sent, then silence") << framed("{\"kind\"", 40) << false << false;
     QTest::newRow("body half sent, then gone") << framed("{\"kind\"", 40) << true << false;
     QTest::newRow("just connects and leaves") << QByteArray() << true << false;
     QTest::newRow("a second request behind the first")
-        << frame("{\"kind\":\"bogus\"}") + frame("{\"kind\":\"quit\"}") << false << true;
+        << framed("{\"kind\":\"bogus\"}") + framed("{\"kind\":\"quit\"}") << false << true;
 }
 
 void TestHostileInput::intentRequests()
@@ -724,8 +580,8 @@ void TestHostileInput::images_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QByteArray>("sameAs"); // empty: no value expected
-    const QImage icon = gradientIcon(QColor(0xFF, 0x3B, 0x30), QColor(0xFF, 0x95, 0x00));
-    const QImage other = gradientIcon(QColor(0x00, 0x7A, 0xFF), QColor(0x5A, 0xC8, 0xFA));
+    const QImage icon = discIcon(QColor(0xFF, 0x3B, 0x30), QColor(0xFF, 0x95, 0x00));
+    const QImage other = discIcon(QColor(0x00, 0x7A, 0xFF), QColor(0x5A, 0xC8, 0xFA));
     // A still GIF of the first frame, in the same palette.
     const QByteArray firstFrame = animatedGif({icon});
     const QByteArray gif = animatedGif({icon, other});
@@ -736,18 +592,19 @@ void TestHostileInput::images_data()
     QImage white(1, 1, QImage::Format_ARGB32);
     white.fill(Qt::white);
 
-    QTest::newRow("1 x 1 colour") << encoded(opaque, "PNG") << QByteArray();
-    QTest::newRow("1 x 1 white") << encoded(white, "PNG") << QByteArray();
-    QTest::newRow("1 x 1 transparent") << encoded(clear, "PNG") << QByteArray();
+    QTest::newRow("1 x 1 colour") << encodedImage(opaque, "PNG") << QByteArray();
+    QTest::newRow("1 x 1 white") << encodedImage(white, "PNG") << QByteArray();
+    QTest::newRow("1 x 1 transparent") << encodedImage(clear, "PNG") << QByteArray();
     QTest::newRow("animated GIF") << gif << firstFrame;
     QTest::newRow("animated GIF, second frame cut off")
         << gif.left(gif.size() - 2000) << firstFrame;
     QTest::newRow("GIF screen 65535 x 65535")
         << animatedGif({icon}, QSize(65535, 65535)) << QByteArray();
     QTest::newRow("GIF cut inside the palette") << gif.left(300) << QByteArray();
-    QTest::newRow("JPEG cut in half") << encoded(icon, "JPEG").left(600) << QByteArray();
+    QTest::newRow("JPEG cut in half") << encodedImage(icon, "JPEG").left(600) << QByteArray();
     QTest::newRow("BMP claims 40000 x 40000")
-        << encoded(icon, "BMP").replace(18, 8, QByteArray("\x40\x9C\x00\x00\x40\x9C\x00\x00", 8))
+        << encodedImage(icon, "BMP")
+               .replace(18, 8, QByteArray("\x40\x9C\x00\x00\x40\x9C\x00\x00", 8))
         << QByteArray();
     QTest::newRow("PPM claims 40000 x 40000")
         << QByteArray("P6 40000 40000 255\n") + "\xFF\xFF\xFF" << QByteArray();
@@ -815,10 +672,10 @@ void TestHostileInput::appStoreReplies()
     QFETCH(QString, artLocation);
     QFETCH(bool, withLength);
     QFETCH(bool, found);
-    HttpServer server;
+    LoopbackHttp server;
     QImage art(64, 64, QImage::Format_ARGB32);
     art.fill(QColor(200, 30, 30));
-    const QByteArray png = encoded(art, "PNG");
+    const QByteArray png = encodedImage(art, "PNG");
     lookupBody.replace("ART", server.base().toUtf8());
     auto location = [&server](const QString &l) {
         return (l.startsWith(u'/') ? server.base() + l : l).toUtf8();
@@ -841,8 +698,8 @@ void TestHostileInput::appStoreReplies()
     QCOMPARE(icon.has_value(), found);
     QCOMPARE(provider.cachedIcon(QStringLiteral("com.example.app")).has_value(), found);
     QVERIFY(!provider.isLookingUp(QStringLiteral("com.example.app")));
-    QVERIFY(server.requests <= 8);   // redirects are capped
-    QVERIFY(timer.elapsed() < 5000); // ended by the answer, not by the transfer timeout
+    QVERIFY(server.requests.size() <= 8); // redirects are capped
+    QVERIFY(timer.elapsed() < 5000);      // ended by the answer, not by the transfer timeout
 }
 
 // Appcast feeds: redirects off the web, entity bombs, bad encodings and unbounded bodies end
@@ -912,7 +769,7 @@ void TestHostileInput::appcastFeeds()
     QFETCH(bool, withLength);
     QFETCH(int, kind);
     QFETCH(QString, detail);
-    HttpServer server;
+    LoopbackHttp server;
     if (location.startsWith('/'))
         location.prepend(server.base().toUtf8());
     if (!location.isEmpty())

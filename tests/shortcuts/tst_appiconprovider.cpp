@@ -1,41 +1,18 @@
+#include "common/FakeWorkspace.h"
+#include "common/LoopbackHttp.h"
+#include "common/TestImages.h"
 #include "shortcuts/AppIconProvider.h"
 #include "shortcuts/DesktopWorkspace.h"
 #include "shortcuts/SymbolTable.h"
-#include "shortcuts/Workspace.h"
 
-#include <QBuffer>
-#include <QFontMetrics>
-#include <QPainter>
 #include <QRawFont>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <QtTest>
 
 namespace {
-QByteArray pngOf(const QImage &image)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
 QImage solid(const QColor &colour, int edge = 300)
 {
-    QImage image(edge, edge, QImage::Format_ARGB32);
-    image.fill(colour);
-    return image;
-}
-
-QImage decoded(const std::optional<QByteArray> &png)
-{
-    QImage image;
-    if (png)
-        image.loadFromData(*png, "PNG");
-    return image.convertToFormat(QImage::Format_ARGB32);
+    return solidImage(colour, edge);
 }
 
 bool near(QRgb px, const QColor &c, int tolerance = 3)
@@ -43,82 +20,6 @@ bool near(QRgb px, const QColor &c, int tolerance = 3)
     return qAbs(qRed(px) - c.red()) <= tolerance && qAbs(qGreen(px) - c.green()) <= tolerance &&
            qAbs(qBlue(px) - c.blue()) <= tolerance && qAlpha(px) == 255;
 }
-
-class FakeWorkspace final : public Workspace {
-public:
-    QHash<QString, QImage> installed;
-    QStringList asked;
-    bool openUrl(const QUrl &) override { return false; }
-    bool openFile(const QString &) override { return false; }
-    QImage applicationIcon(const QString &bundleIdentifier) override
-    {
-        asked.append(bundleIdentifier);
-        return installed.value(bundleIdentifier);
-    }
-};
-
-// A one-request-per-connection HTTP server on the loopback interface.
-class LoopbackServer : public QObject {
-public:
-    struct Answer {
-        int status = 200;
-        QByteArray body;
-        int delayMs = 0;
-        bool never = false; // accept and stay silent
-    };
-    QHash<QString, Answer> answers; // by path
-    QStringList requests;           // path?query of every request, in order
-
-    LoopbackServer()
-    {
-        connect(&m_server, &QTcpServer::newConnection, this, [this] {
-            while (QTcpSocket *socket = m_server.nextPendingConnection()) {
-                socket->setParent(this);
-                connect(socket, &QTcpSocket::readyRead, this, [this, socket] { serve(socket); });
-            }
-        });
-        m_server.listen(QHostAddress::LocalHost);
-    }
-    QString base() const
-    {
-        return QStringLiteral("http://127.0.0.1:%1").arg(m_server.serverPort());
-    }
-    int count(const QString &path) const
-    {
-        int n = 0;
-        for (const QString &r : requests)
-            n += r.section(u'?', 0, 0) == path ? 1 : 0;
-        return n;
-    }
-
-private:
-    void serve(QTcpSocket *socket)
-    {
-        QByteArray &buffer = m_pending[socket];
-        buffer += socket->readAll();
-        if (!buffer.contains("\r\n\r\n"))
-            return;
-        const QByteArray target = buffer.split(' ').value(1);
-        requests.append(QString::fromUtf8(target));
-        const QString path = QString::fromUtf8(target).section(u'?', 0, 0);
-        const Answer answer = answers.value(path, Answer{404, "{}"});
-        if (answer.never)
-            return;
-        auto send = [socket, answer] {
-            QByteArray head = "HTTP/1.1 " + QByteArray::number(answer.status) + " X\r\n";
-            head += "Content-Length: " + QByteArray::number(answer.body.size()) + "\r\n";
-            head += "Connection: close\r\n\r\n";
-            socket->write(head + answer.body);
-            socket->disconnectFromHost();
-        };
-        if (answer.delayMs > 0)
-            QTimer::singleShot(answer.delayMs, socket, send);
-        else
-            send();
-    }
-    QTcpServer m_server;
-    QHash<QTcpSocket *, QByteArray> m_pending;
-};
 
 QByteArray lookupJson(const QString &artworkUrl)
 {
@@ -169,14 +70,14 @@ void TestAppIconProvider::installedApps()
     m_workspace->installed.insert("com.apple.PhotoBooth", solid(Qt::darkRed, 64));
 
     // Through the alias table, unrounded, 128 x 128.
-    const QImage notes = decoded(provider.icon("com.apple.mobilenotes"));
+    const QImage notes = decodedPng(provider.icon("com.apple.mobilenotes"));
     QCOMPARE(notes.size(), QSize(128, 128));
     QVERIFY(near(notes.pixel(0, 0), notesYellow));
     QVERIFY(near(notes.pixel(64, 64), notesYellow));
     QCOMPARE(m_workspace->asked, (QStringList{"com.apple.mobilenotes", "com.apple.Notes"}));
 
     // The installed Photo Booth wins over the drawn camera.
-    const QImage camera = decoded(provider.icon("com.apple.camera"));
+    const QImage camera = decodedPng(provider.icon("com.apple.camera"));
     QVERIFY(near(camera.pixel(0, 0), QColor(Qt::darkRed)));
 
     // Served from the cache afterwards, even when the app is gone.
@@ -191,7 +92,7 @@ void TestAppIconProvider::installedApps()
 void TestAppIconProvider::drawnSymbols()
 {
     AppIconProvider provider;
-    const QImage heart = decoded(provider.icon("com.apple.Health"));
+    const QImage heart = decodedPng(provider.icon("com.apple.Health"));
     QCOMPARE(heart.size(), QSize(128, 128));
     QCOMPARE(qAlpha(heart.pixel(0, 0)), 0); // rounded corner
     QVERIFY(near(heart.pixel(64, 3), Qt::white));
@@ -211,7 +112,7 @@ void TestAppIconProvider::drawnSymbols()
     QVERIFY(heartBox.width() > 30 && heartBox.width() <= 64);
 
     // Without Photo Booth, the camera is drawn on grey 0.35.
-    const QImage camera = decoded(provider.icon("com.apple.camera"));
+    const QImage camera = decodedPng(provider.icon("com.apple.camera"));
     QVERIFY(near(camera.pixel(64, 3), QColor::fromRgbF(0.35, 0.35, 0.35)));
     QCOMPARE(m_workspace->asked,
              (QStringList{"com.apple.Health", "com.apple.camera", "com.apple.PhotoBooth"}));
@@ -278,16 +179,16 @@ void TestAppIconProvider::desktopEntries()
 
 void TestAppIconProvider::artworkLookup()
 {
-    LoopbackServer server;
+    LoopbackHttp server;
     server.answers["/lookup"] = {200, lookupJson(server.base() + "/art/100x100bb.png")};
-    server.answers["/art/256x256bb.png"] = {200, pngOf(solid(QColor(200, 30, 30)))};
+    server.answers["/art/256x256bb.png"] = {200, encodedImage(solid(QColor(200, 30, 30)))};
     server.answers["/plain/lookup"] = {200, lookupJson(server.base() + "/art/plain.png")};
-    server.answers["/art/plain.png"] = {500, pngOf(solid(QColor(30, 30, 200)))};
+    server.answers["/art/plain.png"] = {500, encodedImage(solid(QColor(30, 30, 200)))};
 
     AppIconProvider provider;
     provider.setLookupUrl(QUrl(server.base() + "/lookup"));
     const auto bytes = QCoro::waitFor(provider.remoteIcon("com.example.app"));
-    const QImage icon = decoded(bytes);
+    const QImage icon = decodedPng(bytes);
     QCOMPARE(icon.size(), QSize(128, 128));
     QCOMPARE(qAlpha(icon.pixel(0, 0)), 0); // rounded
     QVERIFY(near(icon.pixel(64, 64), QColor(200, 30, 30)));
@@ -301,7 +202,7 @@ void TestAppIconProvider::artworkLookup()
 
     // An address without the size marker is fetched unchanged; the status is not examined.
     provider.setLookupUrl(QUrl(server.base() + "/plain/lookup"));
-    const QImage plain = decoded(QCoro::waitFor(provider.remoteIcon("com.example.plain")));
+    const QImage plain = decodedPng(QCoro::waitFor(provider.remoteIcon("com.example.plain")));
     QVERIFY(near(plain.pixel(64, 64), QColor(30, 30, 200)));
     QCOMPARE(server.requests.last(), QString("/art/plain.png"));
 }
@@ -312,7 +213,7 @@ void TestAppIconProvider::lookupFailures_data()
     QTest::addColumn<QByteArray>("artworkBody");
     QTest::addColumn<bool>("silentServer");
     const QByteArray art = "ART";
-    const QByteArray png = pngOf(solid(Qt::red, 64));
+    const QByteArray png = encodedImage(solid(Qt::red, 64));
     QTest::newRow("not JSON") << QByteArray("<html>busy</html>") << png << false;
     QTest::newRow("array at top") << QByteArray("[{\"results\":[]}]") << png << false;
     QTest::newRow("results missing") << QByteArray("{\"resultCount\":0}") << png << false;
@@ -340,12 +241,12 @@ void TestAppIconProvider::lookupFailures()
     QFETCH(QByteArray, lookupBody);
     QFETCH(QByteArray, artworkBody);
     QFETCH(bool, silentServer);
-    LoopbackServer server;
+    LoopbackHttp server;
     const QString artworkUrl = server.base() + "/art/100x100bb.png";
     if (lookupBody.isEmpty())
         lookupBody = lookupJson(artworkUrl);
     lookupBody.replace("\"ART\"", "\"" + artworkUrl.toUtf8() + "\"");
-    server.answers["/lookup"] = {200, lookupBody, 0, silentServer};
+    server.answers["/lookup"] = {.body = lookupBody, .never = silentServer};
     server.answers["/art/256x256bb.png"] = {200, artworkBody};
 
     AppIconProvider provider;
@@ -361,9 +262,10 @@ void TestAppIconProvider::lookupFailures()
 
 void TestAppIconProvider::concurrentLookupsShareOneRequest()
 {
-    LoopbackServer server;
-    server.answers["/lookup"] = {200, lookupJson(server.base() + "/art/100x100bb.jpg"), 300};
-    server.answers["/art/256x256bb.jpg"] = {200, pngOf(solid(Qt::darkGreen))};
+    LoopbackHttp server;
+    server.answers["/lookup"] = {.body = lookupJson(server.base() + "/art/100x100bb.jpg"),
+                                 .delayMs = 300};
+    server.answers["/art/256x256bb.jpg"] = {200, encodedImage(solid(Qt::darkGreen))};
 
     AppIconProvider provider;
     provider.setLookupUrl(QUrl(server.base() + "/lookup"));

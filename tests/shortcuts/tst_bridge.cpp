@@ -1,43 +1,16 @@
 #include "common/AwaitTask.h"
+#include "common/ScriptedHost.h"
+#include "common/TestImages.h"
 #include "shortcuts/ScriptReplyParser.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
 
-#include <QBuffer>
-#include <QImage>
-#include <QMutex>
 #include <QTest>
 #include <QThread>
 #include <atomic>
-#include <functional>
 
 using Desc = AppleEventDescriptor;
 
 namespace {
-// Records every script and answers through a function; runs on the bridge's queue.
-class FakeHost final : public ScriptHost {
-public:
-    std::function<ScriptHostReply(const QString &)> answer = [](const QString &) {
-        return ScriptHostReply::success(Desc::null());
-    };
-    ScriptHostReply execute(const QString &script) override
-    {
-        {
-            QMutexLocker lock(&mutex);
-            scripts.append(script);
-        }
-        return answer(script);
-    }
-    QStringList recorded()
-    {
-        QMutexLocker lock(&mutex);
-        return scripts;
-    }
-
-private:
-    QMutex mutex;
-    QStringList scripts;
-};
-
 Desc source(const char *text)
 {
     QString error;
@@ -49,13 +22,7 @@ Desc source(const char *text)
 
 QByteArray pngBytes()
 {
-    QImage image(8, 8, QImage::Format_ARGB32);
-    image.fill(Qt::red);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
+    return encodedImage(solidImage(Qt::red, 8));
 }
 } // namespace
 
@@ -65,10 +32,8 @@ private slots:
     void descriptorReadsLikeThePlatform();
     void quoting_data();
     void quoting();
-    void runScripts();
     void errorDescriptions_data();
     void errorDescriptions();
-    void hostRepliesBecomeErrors();
     void listReplyShape_data();
     void listReplyShape();
     void listDecoding();
@@ -159,22 +124,6 @@ void TestBridge::quoting()
     QCOMPARE(*reparsed->stringValue(), text);
 }
 
-void TestBridge::runScripts()
-{
-    QCOMPARE(ShortcutsEventsBridge::iconScript(QStringLiteral("A\"B")),
-             QStringLiteral(
-                 "tell application \"Shortcuts Events\" to get icon of shortcut id \"A\\\"B\""));
-    QCOMPARE(ShortcutsEventsBridge::runByIdentifierScript(QStringLiteral("ID-1"),
-                                                          QStringLiteral("hello")),
-             QStringLiteral("tell application \"Shortcuts Events\" to run shortcut id \"ID-1\" "
-                            "with input \"hello\""));
-    QCOMPARE(ShortcutsEventsBridge::runByIdentifierScript(QStringLiteral("ID-1"), QString()),
-             QStringLiteral("tell application \"Shortcuts Events\" to run shortcut id \"ID-1\""));
-    QCOMPARE(
-        ShortcutsEventsBridge::runByNameScript(QStringLiteral("My \\ Thing"), std::nullopt),
-        QStringLiteral("tell application \"Shortcuts Events\" to run shortcut \"My \\\\ Thing\""));
-}
-
 void TestBridge::errorDescriptions_data()
 {
     QTest::addColumn<bool>("unexpected");
@@ -207,20 +156,6 @@ void TestBridge::errorDescriptions()
     const BridgeError e =
         unexpected ? BridgeError::unexpectedReply() : BridgeError::script(number, message);
     QCOMPARE(e.localizedDescription(), description);
-}
-
-void TestBridge::hostRepliesBecomeErrors()
-{
-    auto r = ShortcutsEventsBridge::interpret(ScriptHostReply::failure(std::nullopt, std::nullopt));
-    QVERIFY(!r);
-    QCOMPARE(r.error(), BridgeError::script(0, QStringLiteral("Unknown AppleScript error")));
-    r = ShortcutsEventsBridge::interpret(ScriptHostReply::failure(-1728, QStringLiteral("M")));
-    QCOMPARE(r.error().localizedDescription(), QStringLiteral("M (-1728)"));
-    r = ShortcutsEventsBridge::interpret(ScriptHostReply::notUnderstood());
-    QCOMPARE(r.error(), BridgeError::unexpectedReply());
-    r = ShortcutsEventsBridge::interpret(ScriptHostReply::success(Desc::integer(3)));
-    QVERIFY(r);
-    QCOMPARE(r.value().int32Value(), 3);
 }
 
 void TestBridge::listReplyShape_data()
@@ -348,7 +283,7 @@ void TestBridge::icons()
     QVERIFY(!ShortcutsEventsBridge::decodeIcon(Desc::list({})));
     QVERIFY(!ShortcutsEventsBridge::decodeIcon(Desc::data(fourCharCode("TIFF"), {})));
 
-    auto host = std::make_shared<FakeHost>();
+    auto host = std::make_shared<ScriptedHost>();
     host->answer = [png](const QString &) {
         return ScriptHostReply::success(Desc::data(fourCharCode("PNGf"), png));
     };
@@ -356,7 +291,7 @@ void TestBridge::icons()
     const auto r = awaitTask(bridge.iconData(QStringLiteral("I\\D")));
     QVERIFY(r);
     QCOMPARE(*r.value(), png);
-    QCOMPARE(host->recorded(),
+    QCOMPARE(host->scripts(),
              QStringList{QStringLiteral(
                  "tell application \"Shortcuts Events\" to get icon of shortcut id \"I\\\\D\"")});
 }
@@ -366,7 +301,7 @@ void TestBridge::runRetryRule()
     const QString byId =
         QStringLiteral("tell application \"Shortcuts Events\" to run shortcut id ");
     const QString byName = QStringLiteral("tell application \"Shortcuts Events\" to run shortcut ");
-    auto host = std::make_shared<FakeHost>();
+    auto host = std::make_shared<ScriptedHost>();
     ShortcutsEventsBridge bridge(host);
     auto failing = [](qint64 idError, std::optional<qint64> nameError) {
         return [=](const QString &script) {
@@ -384,14 +319,14 @@ void TestBridge::runRetryRule()
         awaitTask(bridge.run(QStringLiteral("ID"), QStringLiteral("Nm"), QStringLiteral("in")));
     QVERIFY(r);
     QCOMPARE(*r.value(), QStringLiteral("ran by name"));
-    QCOMPARE(host->recorded(),
+    QCOMPARE(host->scripts(),
              (QStringList{byId + "\"ID\" with input \"in\"", byName + "\"Nm\" with input \"in\""}));
 
     // The retry's own failure reaches the caller.
     host->answer = failing(-10004, -1728);
     r = awaitTask(bridge.run(QStringLiteral("ID"), QStringLiteral("Nm"), std::nullopt));
     QCOMPARE(r.error(), BridgeError::script(-1728, QStringLiteral("by name")));
-    QCOMPARE(host->recorded().size(), 4);
+    QCOMPARE(host->scripts().size(), 4);
 
     // Other failures are not retried.
     host->answer = failing(-1743, std::nullopt);
@@ -399,26 +334,26 @@ void TestBridge::runRetryRule()
     QCOMPARE(r.error().number(), -1743);
     QVERIFY(
         r.error().localizedDescription().startsWith(QLatin1String("Thimblecraft isn't allowed")));
-    QCOMPARE(host->recorded().size(), 5);
-    QCOMPARE(host->recorded().last(), byId + "\"ID\"");
+    QCOMPARE(host->scripts().size(), 5);
+    QCOMPARE(host->scripts().last(), byId + "\"ID\"");
 
     // Placeholders and empty identifiers run by name only, and a by-name -10004 is final.
     host->answer = failing(-1, -10004);
     r = awaitTask(bridge.run(QStringLiteral("name:Nm"), QStringLiteral("Nm"), QString()));
     QCOMPARE(r.error().number(), -10004);
     r = awaitTask(bridge.run(QString(), QStringLiteral("Nm"), std::nullopt));
-    QCOMPARE(host->recorded().mid(5), (QStringList{byName + "\"Nm\"", byName + "\"Nm\""}));
+    QCOMPARE(host->scripts().mid(5), (QStringList{byName + "\"Nm\"", byName + "\"Nm\""}));
 
     host->answer = [](const QString &) { return ScriptHostReply::success(Desc::null()); };
     auto named = awaitTask(bridge.runShortcut(QStringLiteral("Sync Thimblecraft")));
     QVERIFY(named);
     QVERIFY(!named.value());
-    QCOMPARE(host->recorded().last(), byName + "\"Sync Thimblecraft\"");
+    QCOMPARE(host->scripts().last(), byName + "\"Sync Thimblecraft\"");
 }
 
 void TestBridge::scriptsRunOneAtATimeInOrder()
 {
-    auto host = std::make_shared<FakeHost>();
+    auto host = std::make_shared<ScriptedHost>();
     std::atomic<int> inside{0};
     std::atomic<int> most{0};
     host->answer = [&](const QString &script) {
@@ -447,7 +382,7 @@ void TestBridge::scriptsRunOneAtATimeInOrder()
     }
     QTRY_COMPARE(finished.size(), 6);
     QCOMPARE(finished, expected);
-    QCOMPARE(host->recorded(), expected);
+    QCOMPARE(host->scripts(), expected);
     QCOMPARE(most.load(), 1);
     QVERIFY(!wrongThread);
     QCOMPARE(ShortcutsEventsBridge::queue().maxThreadCount(), 1);

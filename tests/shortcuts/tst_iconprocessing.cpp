@@ -1,53 +1,12 @@
+#include "common/TestImages.h"
 #include "model/ColorHex.h"
 #include "shortcuts/IconProcessing.h"
 #include "shortcuts/PngEncoder.h"
 
-#include <QBuffer>
-#include <QLinearGradient>
-#include <QPainter>
 #include <QtConcurrent>
 #include <QtTest>
 
 namespace {
-QByteArray pngBytes(const QImage &image)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
-QLinearGradient verticalGradient(int edge, const QColor &top, const QColor &bottom)
-{
-    QLinearGradient g(0, 0, 0, edge);
-    g.setColorAt(0, top);
-    g.setColorAt(1, bottom);
-    return g;
-}
-
-// A Shortcuts-style icon: a gradient square with whatever the callback paints on top.
-QImage icon(int edge, const QColor &top, const QColor &bottom,
-            const std::function<void(QPainter &, int)> &glyph = {})
-{
-    QImage image(edge, edge, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter p(&image);
-    p.fillRect(image.rect(), verticalGradient(edge, top, bottom));
-    if (glyph) {
-        p.setRenderHint(QPainter::Antialiasing);
-        glyph(p, edge);
-    }
-    return image;
-}
-
-QImage decodePng(const QByteArray &png)
-{
-    QImage image;
-    image.loadFromData(png, "PNG");
-    return image.convertToFormat(QImage::Format_ARGB32);
-}
-
 void compareHex(const QString &hex, const QColor &expected, int tolerance)
 {
     const auto c = rgbComponentsIfValid(hex);
@@ -115,19 +74,19 @@ private Q_SLOTS:
 
 void TestIconProcessing::whiteGlyphOnGradient()
 {
-    const QImage source = icon(512, kRed, kOrange, [](QPainter &p, int edge) {
+    const QImage source = gradientIcon(512, kRed, kOrange, [](QPainter &p, int edge) {
         p.setPen(Qt::NoPen);
         p.setBrush(Qt::white);
         p.drawEllipse(QPointF(edge / 2.0, edge / 2.0), edge * 0.25, edge * 0.25);
     });
-    const auto result = IconProcessing::process(pngBytes(source));
+    const auto result = IconProcessing::process(encodedImage(source));
     QVERIFY(result.has_value());
     compareHex(result->topHex, kRed, 6);
     compareHex(result->bottomHex, kOrange, 6);
     QVERIFY(result->topHex.startsWith(u'#') && result->topHex.size() == 7);
     QCOMPARE(result->topHex, result->topHex.toUpper());
 
-    const QImage glyph = decodePng(result->glyphPNG);
+    const QImage glyph = decodedPng(result->glyphPNG);
     QVERIFY(!glyph.isNull());
     // The circle is half the icon wide: about 64 of 128 working pixels, cropped square.
     QCOMPARE(glyph.width(), glyph.height());
@@ -153,13 +112,13 @@ void TestIconProcessing::colouredGlyphKeepsItsColours()
 {
     const QColor blue(20, 60, 230);
     const QColor yellow(250, 220, 20);
-    const QImage source = icon(256, kRed, kOrange, [&](QPainter &p, int) {
+    const QImage source = gradientIcon(256, kRed, kOrange, [&](QPainter &p, int) {
         p.fillRect(QRect(64, 64, 64, 128), blue);
         p.fillRect(QRect(128, 64, 64, 128), yellow);
     });
-    const auto result = IconProcessing::process(pngBytes(source));
+    const auto result = IconProcessing::process(encodedImage(source));
     QVERIFY(result.has_value());
-    const QImage glyph = decodePng(result->glyphPNG);
+    const QImage glyph = decodedPng(result->glyphPNG);
     // 64 x 64 working pixels of glyph; the crop is square.
     QCOMPARE(glyph.width(), 64);
     QCOMPARE(glyph.height(), 64);
@@ -174,13 +133,13 @@ void TestIconProcessing::colouredGlyphKeepsItsColours()
 void TestIconProcessing::backgroundInsideGlyphBecomesTransparent()
 {
     // A white frame whose inside shows the gradient again, as the letter O shows the background.
-    const QImage source = icon(256, kRed, kOrange, [](QPainter &p, int edge) {
+    const QImage source = gradientIcon(256, kRed, kOrange, [](QPainter &p, int edge) {
         p.fillRect(QRect(64, 64, 128, 128), Qt::white);
         p.fillRect(QRect(96, 96, 64, 64), verticalGradient(edge, kRed, kOrange));
     });
-    const auto result = IconProcessing::process(pngBytes(source));
+    const auto result = IconProcessing::process(encodedImage(source));
     QVERIFY(result.has_value());
-    const QImage glyph = decodePng(result->glyphPNG);
+    const QImage glyph = decodedPng(result->glyphPNG);
     QCOMPARE(glyph.size(), QSize(64, 64));
     QCOMPARE(qAlpha(glyph.pixel(32, 32)), 0);
     QCOMPARE(qAlpha(glyph.pixel(4, 32)), 255);
@@ -212,10 +171,10 @@ void TestIconProcessing::whiteThreshold()
     const QColor bg = QColor::fromRgbF(backgroundGrey, backgroundGrey, backgroundGrey);
     const QColor fg = QColor::fromRgbF(glyphGrey, glyphGrey, glyphGrey);
     const QImage source =
-        icon(128, bg, bg, [&](QPainter &p, int) { p.fillRect(QRect(32, 32, 64, 64), fg); });
-    const auto result = IconProcessing::process(pngBytes(source));
+        gradientIcon(128, bg, bg, [&](QPainter &p, int) { p.fillRect(QRect(32, 32, 64, 64), fg); });
+    const auto result = IconProcessing::process(encodedImage(source));
     QVERIFY(result.has_value());
-    const QImage glyph = decodePng(result->glyphPNG);
+    const QImage glyph = decodedPng(result->glyphPNG);
     QCOMPARE(glyph.size(), QSize(64, 64));
     const QRgb centre = glyph.pixel(32, 32);
     QVERIFY2(qAbs(qAlpha(centre) - expectedAlpha) <= 4,
@@ -231,18 +190,18 @@ void TestIconProcessing::noResult_data()
     QTest::addColumn<QByteArray>("bytes");
     QImage transparent(128, 128, QImage::Format_ARGB32_Premultiplied);
     transparent.fill(Qt::transparent);
-    QTest::newRow("fully transparent") << pngBytes(transparent);
-    QTest::newRow("gradient without glyph") << pngBytes(icon(256, kRed, kOrange));
+    QTest::newRow("fully transparent") << encodedImage(transparent);
+    QTest::newRow("gradient without glyph") << encodedImage(gradientIcon(256, kRed, kOrange));
     // The glyph is there but the top sample area is transparent.
-    QImage holed = icon(256, kRed, kOrange, [](QPainter &p, int) {
+    QImage holed = gradientIcon(256, kRed, kOrange, [](QPainter &p, int) {
         p.fillRect(QRect(96, 96, 64, 64), Qt::white);
         p.setCompositionMode(QPainter::CompositionMode_Clear);
         p.fillRect(QRect(0, 0, 256, 16), Qt::transparent);
     });
-    QTest::newRow("transparent top sample") << pngBytes(holed);
+    QTest::newRow("transparent top sample") << encodedImage(holed);
     QTest::newRow("empty") << QByteArray();
     QTest::newRow("not an image") << QByteArray("this is not an image at all");
-    QTest::newRow("truncated png") << pngBytes(icon(64, kRed, kOrange)).left(60);
+    QTest::newRow("truncated png") << encodedImage(gradientIcon(64, kRed, kOrange)).left(60);
     QTest::newRow("claims 100000 x 100000") << pngClaiming(100000, 100000);
     QTest::newRow("claims 60000 x 1") << pngClaiming(60000, 1);
 }
@@ -301,7 +260,7 @@ void TestIconProcessing::runsOnManyThreadsAtOnce()
     for (int i = 0; i < 48; ++i) {
         const QColor top = QColor::fromHsv((i * 37) % 360, 200, 220);
         const QColor bottom = QColor::fromHsv((i * 37 + 30) % 360, 200, 250);
-        inputs.append(pngBytes(icon(160 + i, top, bottom, [i](QPainter &p, int edge) {
+        inputs.append(encodedImage(gradientIcon(160 + i, top, bottom, [i](QPainter &p, int edge) {
             p.setBrush(Qt::white);
             p.setPen(Qt::NoPen);
             p.drawEllipse(QRectF(edge * 0.3, edge * 0.25, edge * (0.3 + i % 5 * 0.05), edge * 0.4));

@@ -1,42 +1,14 @@
+#include "common/FakeWorkspace.h"
+#include "common/ScriptedHost.h"
 #include "model/Clock.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
-#include "shortcuts/Workspace.h"
 
-#include <QMutex>
-#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
-#include <functional>
 
 using Desc = AppleEventDescriptor;
-
-namespace {
-// Holds every script until released, then answers through a function.
-class GatedHost final : public ScriptHost {
-public:
-    QSemaphore gate;
-    std::function<ScriptHostReply(const QString &)> answer;
-    ScriptHostReply execute(const QString &script) override
-    {
-        gate.acquire();
-        return answer(script);
-    }
-};
-
-class RecordingWorkspace final : public Workspace {
-public:
-    QList<QUrl> opened;
-    bool openUrl(const QUrl &url) override
-    {
-        opened.append(url);
-        return true;
-    }
-    bool openFile(const QString &) override { return false; }
-    QImage applicationIcon(const QString &) override { return {}; }
-};
-} // namespace
 
 class TestShortcutRunner : public QObject {
     Q_OBJECT
@@ -52,9 +24,9 @@ private slots:
     void callbackURLs();
 
 private:
-    std::shared_ptr<GatedHost> m_host;
+    std::shared_ptr<ScriptedHost> m_host;
     std::unique_ptr<ShortcutsEventsBridge> m_bridge;
-    RecordingWorkspace m_workspace;
+    FakeWorkspace m_workspace;
     std::unique_ptr<ShortcutRunner> m_runner;
     const QDateTime m_now = QDateTime(QDate(2024, 5, 6), QTime(7, 8, 9), Qt::UTC);
 };
@@ -62,8 +34,7 @@ private:
 void TestShortcutRunner::init()
 {
     Clock::setOverride([this] { return m_now; });
-    m_host = std::make_shared<GatedHost>();
-    m_host->answer = [](const QString &) { return ScriptHostReply::success(Desc::null()); };
+    m_host = std::make_shared<ScriptedHost>(true);
     m_bridge = std::make_unique<ShortcutsEventsBridge>(m_host);
     m_workspace.opened.clear();
     m_runner = std::make_unique<ShortcutRunner>(m_bridge.get(), &m_workspace);
@@ -140,9 +111,7 @@ void TestShortcutRunner::runFailuresBecomeOutcomes()
     QVERIFY(m_runner->runningIdentifiers().isEmpty());
 
     // A placeholder runs by name.
-    QStringList scripts;
-    m_host->answer = [&scripts](const QString &s) {
-        scripts.append(s);
+    m_host->answer = [](const QString &) {
         return ScriptHostReply::failure(std::nullopt, std::nullopt);
     };
     auto *placeholder =
@@ -150,8 +119,8 @@ void TestShortcutRunner::runFailuresBecomeOutcomes()
     m_runner->run(placeholder, QString());
     m_host->gate.release();
     QTRY_VERIFY(m_runner->runningIdentifiers().isEmpty());
-    QCOMPARE(scripts, QStringList{QStringLiteral(
-                          "tell application \"Shortcuts Events\" to run shortcut \"Lights\"")});
+    QCOMPARE(m_host->scripts().last(),
+             QStringLiteral("tell application \"Shortcuts Events\" to run shortcut \"Lights\""));
     QCOMPARE(m_runner->latestOutcome()->error,
              std::optional<QString>(QStringLiteral("Unknown AppleScript error (0)")));
 }

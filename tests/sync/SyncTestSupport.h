@@ -1,8 +1,8 @@
 #pragma once
 
+#include "common/SimulatedLibraryFile.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
-#include "simulator/SimulatedLibrary.h"
 #include "simulator/SimulatedShortcutsEvents.h"
 #include "sync/LibrarySyncController.h"
 
@@ -13,10 +13,7 @@
 
 // A controller over an in-memory context, temporary settings and a simulated Shortcuts app
 // whose library file the test rewrites between syncs.
-struct SyncFixture {
-    QTemporaryDir dir;
-    QString libraryPath = dir.filePath(QStringLiteral("library.json"));
-    SimulatedLibrary library;
+struct SyncFixture : SimulatedLibraryFile {
     std::unique_ptr<ModelContext> context = std::make_unique<ModelContext>();
     std::unique_ptr<QSettings> settings = makeSettings();
     std::shared_ptr<SimulatedShortcutsEvents> host =
@@ -48,19 +45,6 @@ struct SyncFixture {
         settings = makeSettings();
         controller = makeController();
     }
-
-    SimulatedShortcut &add(const QString &identifier, const QString &name)
-    {
-        SimulatedShortcut s;
-        s.identifier = identifier;
-        s.name = name;
-        s.glyph = QStringLiteral("star");
-        s.iconTop = QColor(QStringLiteral("#FF3B30"));
-        s.iconBottom = QColor(QStringLiteral("#FF9500"));
-        library.shortcuts.append(s);
-        return library.shortcuts.last();
-    }
-    void publish() { QVERIFY(library.save(libraryPath)); }
 
     ShortcutItem *item(const QString &identifier) const
     {

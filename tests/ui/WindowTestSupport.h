@@ -1,11 +1,11 @@
 #pragma once
 
 #include "../common/AwaitTask.h"
+#include "common/SimulatedLibraryFile.h"
 #include "model/AppSettings.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
-#include "simulator/SimulatedLibrary.h"
 #include "simulator/SimulatedShortcutsEvents.h"
 #include "sync/LibrarySyncController.h"
 #include "ui/LibraryNavigation.h"
@@ -19,10 +19,7 @@
 
 // The real library window over an in-memory store, settings in a temporary directory and a
 // simulated Shortcuts app whose library file the test writes.
-struct WindowFixture {
-    QTemporaryDir dir;
-    QString libraryPath = dir.filePath(QStringLiteral("library.json"));
-    SimulatedLibrary library;
+struct WindowFixture : SimulatedLibraryFile {
     std::unique_ptr<ModelContext> context;
     std::shared_ptr<SimulatedShortcutsEvents> host;
     std::unique_ptr<ShortcutsEventsBridge> bridge;
@@ -60,18 +57,6 @@ struct WindowFixture {
         return *window;
     }
 
-    SimulatedShortcut &add(const QString &identifier, const QString &name)
-    {
-        SimulatedShortcut s;
-        s.identifier = identifier;
-        s.name = name;
-        s.glyph = QStringLiteral("star");
-        s.iconTop = QColor(QStringLiteral("#FF3B30"));
-        s.iconBottom = QColor(QStringLiteral("#FF9500"));
-        library.shortcuts.append(s);
-        return library.shortcuts.last();
-    }
-    void publish() { QVERIFY(library.save(libraryPath)); }
     void sync()
     {
         awaitTask([](LibrarySyncController &c) -> QCoro::Task<bool> {

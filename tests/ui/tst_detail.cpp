@@ -1,7 +1,8 @@
 #include "PaneTestSupport.h"
+#include "common/FakeWorkspace.h"
+#include "common/ScriptedHost.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
-#include "shortcuts/Workspace.h"
 #include "ui/LibraryNavigation.h"
 #include "ui/ShortcutContextMenu.h"
 #include "ui/ShortcutDetailView.h"
@@ -13,42 +14,9 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMutex>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QSemaphore>
 #include <QToolButton>
-
-namespace {
-// Holds each script until released and remembers what it was asked.
-class GatedHost final : public ScriptHost {
-public:
-    QSemaphore gate;
-    QMutex mutex;
-    QStringList scripts;
-    ScriptHostReply execute(const QString &script) override
-    {
-        {
-            QMutexLocker lock(&mutex);
-            scripts.append(script);
-        }
-        gate.acquire();
-        return ScriptHostReply::success(AppleEventDescriptor::null());
-    }
-};
-
-class RecordingWorkspace final : public Workspace {
-public:
-    QList<QUrl> opened;
-    bool openUrl(const QUrl &url) override
-    {
-        opened.append(url);
-        return true;
-    }
-    bool openFile(const QString &) override { return false; }
-    QImage applicationIcon(const QString &) override { return {}; }
-};
-} // namespace
 
 class TestDetail : public QObject {
     Q_OBJECT
@@ -73,9 +41,9 @@ private:
 
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<ModelContext> m_context;
-    std::shared_ptr<GatedHost> m_host;
+    std::shared_ptr<ScriptedHost> m_host;
     std::unique_ptr<ShortcutsEventsBridge> m_bridge;
-    RecordingWorkspace m_workspace;
+    FakeWorkspace m_workspace;
     std::unique_ptr<ShortcutRunner> m_runner;
     std::unique_ptr<LibraryNavigation> m_navigation;
     std::unique_ptr<ShortcutDetailView> m_detail;
@@ -88,7 +56,7 @@ void TestDetail::init()
     PaneTest::isolateSettings(*m_dir);
     m_context = PaneTest::openStore(*m_dir);
     QVERIFY(m_context);
-    m_host = std::make_shared<GatedHost>();
+    m_host = std::make_shared<ScriptedHost>(true);
     m_bridge = std::make_unique<ShortcutsEventsBridge>(m_host);
     m_workspace.opened.clear();
     m_runner = std::make_unique<ShortcutRunner>(m_bridge.get(), &m_workspace);
@@ -177,9 +145,9 @@ void TestDetail::runArea()
     QTRY_VERIFY(m_runner->isRunning(item->identifier()));
     QVERIFY(m_detail->isShowingSpinner());
     QCOMPARE(item->runCount(), qint64(1));
-    QTRY_COMPARE(m_host->scripts.size(), 1);
-    QCOMPARE(m_host->scripts.first(), ShortcutsEventsBridge::runByIdentifierScript(
-                                          item->identifier(), QStringLiteral("bonjour")));
+    QTRY_COMPARE(m_host->scripts().size(), 1);
+    QCOMPARE(m_host->scripts().first(), ShortcutsEventsBridge::runByIdentifierScript(
+                                            item->identifier(), QStringLiteral("bonjour")));
     m_host->gate.release();
     QTRY_VERIFY(!m_runner->isRunning(item->identifier()));
     QVERIFY(!m_detail->isShowingSpinner());
@@ -190,8 +158,8 @@ void TestDetail::runArea()
     PaneTest::settle();
     QVERIFY(m_detail->inputField()->isHidden());
     m_detail->runButton()->click();
-    QTRY_COMPARE(m_host->scripts.size(), 2);
-    QCOMPARE(m_host->scripts.last(),
+    QTRY_COMPARE(m_host->scripts().size(), 2);
+    QCOMPARE(m_host->scripts().last(),
              ShortcutsEventsBridge::runByIdentifierScript(item->identifier(), std::nullopt));
     m_host->gate.release();
 
