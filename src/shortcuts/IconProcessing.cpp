@@ -2,6 +2,7 @@
 
 #include "model/ColorHex.h"
 #include "shortcuts/PngEncoder.h"
+#include "shortcuts/PremultipliedRaster.h"
 
 #include <QBuffer>
 #include <QImageReader>
@@ -212,9 +213,7 @@ std::optional<QImage> IconProcessing::trimmedToContent(const QImage &image)
 {
     if (image.isNull())
         return std::nullopt;
-    const QImage raster = image.format() == QImage::Format_RGBA8888_Premultiplied
-                              ? image
-                              : image.convertToFormat(QImage::Format_RGBA8888_Premultiplied);
+    const QImage raster = premultipliedRgba(image);
     if (raster.isNull())
         return std::nullopt;
     const int width = raster.width();

@@ -1,5 +1,7 @@
 #include "shortcuts/PngEncoder.h"
 
+#include "shortcuts/PremultipliedRaster.h"
+
 #include <cstring>
 #include <vector>
 #include <zlib.h>
@@ -90,9 +92,7 @@ std::optional<QByteArray> PngEncoder::encode(const QImage &image)
 {
     if (image.isNull() || image.width() <= 0 || image.height() <= 0)
         return std::nullopt;
-    const QImage raster = image.format() == QImage::Format_RGBA8888_Premultiplied
-                              ? image
-                              : image.convertToFormat(QImage::Format_RGBA8888_Premultiplied);
+    const QImage raster = premultipliedRgba(image);
     if (raster.isNull())
         return std::nullopt;
     const bool grey = isWhiteOrClear(raster);
