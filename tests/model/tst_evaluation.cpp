@@ -1,5 +1,6 @@
 // Rule evaluation, colour families and sorting.
 
+#include "common/ItemNames.h"
 #include "model/Clock.h"
 #include "model/ColorFamily.h"
 #include "model/ColorHex.h"
@@ -19,13 +20,6 @@ SmartRule rule(SmartRule::Field field)
     return r;
 }
 
-QStringList names(const QList<ShortcutItem *> &items)
-{
-    QStringList result;
-    for (const ShortcutItem *i : items)
-        result.append(i->name());
-    return result;
-}
 } // namespace
 
 class TestEvaluation : public QObject {

@@ -1,6 +1,7 @@
 // Library sections: which items each shows, the search filter, the order, the settings that
 // steer them, and the sidebar counts.
 
+#include "common/ItemNames.h"
 #include "model/AppSettings.h"
 #include "model/Clock.h"
 #include "model/LibraryQuery.h"
@@ -17,13 +18,6 @@
 namespace {
 const QDateTime pinnedNow = QDateTime(QDate(2024, 5, 1), QTime(12, 0), Qt::UTC);
 
-QStringList names(const QList<ShortcutItem *> &items)
-{
-    QStringList result;
-    for (const ShortcutItem *i : items)
-        result.append(i->name());
-    return result;
-}
 } // namespace
 
 class TestSections : public QObject {

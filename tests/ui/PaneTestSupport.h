@@ -5,6 +5,7 @@
 #include "model/ModelContext.h"
 
 #include <QAction>
+#include <QComboBox>
 #include <QMenu>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -49,6 +50,15 @@ inline QStringList actionTexts(const QMenu *menu)
     QStringList texts;
     for (const QAction *action : menu->actions())
         texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
+    return texts;
+}
+
+// Texts of a picker's entries in order.
+inline QStringList itemTexts(const QComboBox *picker)
+{
+    QStringList texts;
+    for (int i = 0; i < picker->count(); ++i)
+        texts.append(picker->itemText(i));
     return texts;
 }
 

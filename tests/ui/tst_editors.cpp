@@ -102,10 +102,7 @@ void TestEditors::folderEditorRules()
 
     // Editing A offers neither A nor anything below it as "Inside".
     auto *editor = new FolderEditor(*m_context, FolderEditTarget::edit(a));
-    QStringList choices;
-    for (int i = 0; i < editor->parentPicker()->count(); ++i)
-        choices.append(editor->parentPicker()->itemText(i));
-    QCOMPARE(choices, (QStringList{"Top Level", "D"}));
+    QCOMPARE(PaneTest::itemTexts(editor->parentPicker()), (QStringList{"Top Level", "D"}));
     QCOMPARE(editor->symbolPicker()->symbol(), QStringLiteral("custom.symbol"));
     editor->nameField()->setText(QStringLiteral("   "));
     QVERIFY(!editor->saveButton()->isEnabled());
@@ -272,20 +269,12 @@ void TestEditors::ruleRowControls()
             child->objectName() != QStringLiteral("ruleDelete"))
             present.append(child->objectName());
     QCOMPARE(present, controls);
-    auto *first = row.findChild<QComboBox *>(controls.first());
-    QStringList choices;
-    for (int i = 0; i < first->count(); ++i)
-        choices.append(first->itemText(i));
-    QCOMPARE(choices, firstChoices);
+    QCOMPARE(PaneTest::itemTexts(row.findChild<QComboBox *>(controls.first())), firstChoices);
 
     if (field == QStringLiteral("Tag") || field == QStringLiteral("Folder")) {
-        auto *reference = row.findChild<QComboBox *>(QStringLiteral("ruleReference"));
-        QStringList references;
-        for (int i = 0; i < reference->count(); ++i)
-            references.append(reference->itemText(i));
-        QCOMPARE(references, field == QStringLiteral("Tag")
-                                 ? (QStringList{"any tag", "Away", "Home"})
-                                 : (QStringList{"any folder", "Top", "    Inner"}));
+        QCOMPARE(PaneTest::itemTexts(row.findChild<QComboBox *>(QStringLiteral("ruleReference"))),
+                 field == QStringLiteral("Tag") ? (QStringList{"any tag", "Away", "Home"})
+                                                : (QStringList{"any folder", "Top", "    Inner"}));
     }
     if (field == QStringLiteral("Color")) {
         QCOMPARE(row.rule().text, QStringLiteral("Blue"));

@@ -2,6 +2,7 @@
 #include "app/AppUpdater.h"
 #include "app/LibraryCommands.h"
 #include "app/SettingsDialog.h"
+#include "common/ItemNames.h"
 #include "model/LibraryFolder.h"
 #include "model/SmartList.h"
 #include "model/SmartRuleSet.h"
@@ -24,10 +25,7 @@
 namespace {
 QStringList names(const ShortcutListModel *model)
 {
-    QStringList out;
-    for (const ShortcutItem *item : model->items())
-        out.append(item->name());
-    return out;
+    return ::names(model->items());
 }
 
 QAction *namedAction(QObject *root, const QString &name)
