@@ -221,7 +221,15 @@ void InstanceChannel::dispatch(QLocalSocket *socket, const QByteArray &payload)
             reply(socket, {false, QStringLiteral("this instance does not take intents")});
             return;
         }
-        dispatchIntent(socket, action, arguments);
+        replyWhenDone(socket, m_intentHandler(action, arguments));
+        return;
+    }
+    if (kind == QLatin1String("sync")) {
+        if (!m_syncHandler) {
+            reply(socket, {false, QStringLiteral("this instance does not sync on request")});
+            return;
+        }
+        replyWhenDone(socket, m_syncHandler());
         return;
     }
     if (kind == QLatin1String("open-url")) {
@@ -259,12 +267,11 @@ void InstanceChannel::dispatch(QLocalSocket *socket, const QByteArray &payload)
     reply(socket, {false, QStringLiteral("unknown request kind")});
 }
 
-QCoro::Task<> InstanceChannel::dispatchIntent(QLocalSocket *socket, QString action,
-                                              QStringList arguments)
+QCoro::Task<> InstanceChannel::replyWhenDone(QLocalSocket *socket, QCoro::Task<Reply> work)
 {
     QPointer<InstanceChannel> self(this);
     QPointer<QLocalSocket> client(socket);
-    const Reply result = co_await m_intentHandler(action, arguments);
+    const Reply result = co_await work;
     if (self && client)
         self->reply(client, result);
 }
@@ -340,6 +347,11 @@ QJsonObject InstanceChannel::openUrlRequest(const QUrl &url)
 {
     return {{QStringLiteral("kind"), QStringLiteral("open-url")},
             {QStringLiteral("url"), QString::fromUtf8(url.toEncoded())}};
+}
+
+QJsonObject InstanceChannel::syncRequest()
+{
+    return {{QStringLiteral("kind"), QStringLiteral("sync")}};
 }
 
 QJsonObject InstanceChannel::activateRequest()

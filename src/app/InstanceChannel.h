@@ -18,8 +18,8 @@ class QLocalSocket;
 //
 // Wire format, one request and one reply per connection: a 4-byte big-endian length, then that
 // many bytes of a UTF-8 JSON object. Requests: {"kind": "intent", "action": A, "arguments": [..]},
-// {"kind": "open-url", "url": U}, {"kind": "activate"}, {"kind": "quit"}. Replies:
-// {"ok": bool, "text": T}.
+// {"kind": "sync"}, {"kind": "open-url", "url": U}, {"kind": "activate"}, {"kind": "quit"}.
+// Replies: {"ok": bool, "text": T}.
 class InstanceChannel : public QObject {
     Q_OBJECT
 public:
@@ -57,6 +57,9 @@ public:
 
     using IntentHandler = std::function<QCoro::Task<Reply>(QString action, QStringList arguments)>;
     void setIntentHandler(IntentHandler handler) { m_intentHandler = std::move(handler); }
+    // `thimblecraft sync` while this instance runs: the store has one writer, so it syncs here.
+    using SyncHandler = std::function<QCoro::Task<Reply>()>;
+    void setSyncHandler(SyncHandler handler) { m_syncHandler = std::move(handler); }
     void setUrlHandler(std::function<void(const QUrl &)> handler)
     {
         m_urlHandler = std::move(handler);
@@ -71,6 +74,7 @@ public:
     // Client side: sends one request and waits for its reply. Blocking; any thread.
     static SendResult send(const QString &path, const QJsonObject &request, int timeoutMs = 60000);
     static QJsonObject intentRequest(const QString &action, const QStringList &arguments);
+    static QJsonObject syncRequest();
     static QJsonObject openUrlRequest(const QUrl &url);
     static QJsonObject activateRequest();
     static QJsonObject quitRequest();
@@ -84,13 +88,15 @@ private:
     void accept();
     void readFrom(QLocalSocket *socket);
     void dispatch(QLocalSocket *socket, const QByteArray &payload);
-    QCoro::Task<> dispatchIntent(QLocalSocket *socket, QString action, QStringList arguments);
+    // Replies once the handler's work is done, if the client is still there.
+    QCoro::Task<> replyWhenDone(QLocalSocket *socket, QCoro::Task<Reply> work);
     void reply(QLocalSocket *socket, const Reply &reply);
 
     QLocalServer *m_server = nullptr;
     int m_receiveTimeoutMs = defaultReceiveTimeoutMs;
     QHash<QLocalSocket *, QByteArray> m_buffers;
     IntentHandler m_intentHandler;
+    SyncHandler m_syncHandler;
     std::function<void(const QUrl &)> m_urlHandler;
     std::function<void()> m_activateHandler;
     std::function<void()> m_quitHandler;

@@ -2,6 +2,7 @@
 
 #include "app/CommandLine.h"
 #include "app/InstanceChannel.h"
+#include "app/SyncCommand.h"
 #include "model/AppSettings.h"
 #include "shortcuts/ScriptHost.h"
 #include "simulator/SimulatedHelperShortcut.h"
@@ -104,6 +105,12 @@ void installIntentEndpoint(InstanceChannel &channel, LibrarySyncController &cont
             co_return InstanceChannel::Reply{false, QStringLiteral("Thimblecraft is quitting.")};
         const auto outcome = co_await SyncIntents::perform(*target, action, arguments);
         co_return InstanceChannel::Reply{outcome.ok, outcome.text};
+    });
+    channel.setSyncHandler([target]() -> QCoro::Task<InstanceChannel::Reply> {
+        if (!target)
+            co_return InstanceChannel::Reply{false, QStringLiteral("Thimblecraft is quitting.")};
+        auto syncing = syncToEnd(*target);
+        co_return co_await syncing;
     });
 
     const QString path = channel.path();

@@ -11,6 +11,7 @@ class LibrarySyncController;
 // failure (exit 1); bad options exit 2.
 int runIntentCommand(const CommandLine &commandLine);
 
-// Makes this process the intents' endpoint: the channel performs Begin, Import and Finish on the
-// controller, and the simulated helper shortcut sends its calls to this channel's socket.
+// Makes this process the intents' endpoint: the channel performs Begin, Import and Finish, and
+// the syncs other invocations hand over, on the controller; the simulated helper shortcut sends
+// its calls to this channel's socket.
 void installIntentEndpoint(InstanceChannel &channel, LibrarySyncController &controller);

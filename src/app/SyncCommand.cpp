@@ -7,6 +7,7 @@
 #include "sync/LibrarySyncController.h"
 
 #include <QGuiApplication>
+#include <QPointer>
 #include <QTimer>
 #include <cstdio>
 
@@ -24,33 +25,63 @@ void preferHeadlessPlatform()
         qputenv("QT_QPA_PLATFORM", "offscreen");
 }
 
-QCoro::Task<int> headlessSync(LibrarySyncController &controller)
+int printed(const InstanceChannel::Reply &outcome)
 {
-    co_await controller.upgradeStoredIcons();
-    co_await controller.sync();
-    if (!controller.lastError().isEmpty()) {
-        print(stderr, controller.lastError() + QLatin1Char('\n'));
-        co_return 1;
-    }
-    co_await controller.iconFetchFinished();
-    print(stdout, controller.lastSummaryText() + QLatin1Char('\n'));
-    co_return 0;
+    print(outcome.ok ? stdout : stderr, outcome.text + QLatin1Char('\n'));
+    return outcome.ok ? 0 : 1;
 }
+
+// However long a large first sync with its icons takes, a client that waits is told the end.
+constexpr int handedOverSyncTimeoutMs = 60 * 60 * 1000;
 
 // A background instance leaves once nothing has asked for it for this long.
 constexpr int backgroundIdleMs = 5 * 60 * 1000;
 } // namespace
 
+QCoro::Task<InstanceChannel::Reply> syncToEnd(LibrarySyncController &controller)
+{
+    QPointer<LibrarySyncController> self(&controller);
+    co_await controller.upgradeStoredIcons();
+    if (!self)
+        co_return InstanceChannel::Reply{false, QStringLiteral("Thimblecraft is quitting.")};
+    co_await controller.sync();
+    if (!self)
+        co_return InstanceChannel::Reply{false, QStringLiteral("Thimblecraft is quitting.")};
+    if (!controller.lastError().isEmpty())
+        co_return InstanceChannel::Reply{false, controller.lastError()};
+    co_await controller.iconFetchFinished();
+    if (!self)
+        co_return InstanceChannel::Reply{false, QStringLiteral("Thimblecraft is quitting.")};
+    co_return InstanceChannel::Reply{true, controller.lastSummaryText()};
+}
+
 int runSyncCommand(int argc, char *argv[])
 {
     preferHeadlessPlatform();
     QGuiApplication app(argc, argv);
+    // A running instance owns the store: two writers would each save their own picture of it.
+    QString error;
+    const QString path = InstanceChannel::socketPath(AppSettings::dataDirectory(), &error);
+    if (!path.isEmpty()) {
+        const auto handedOver =
+            InstanceChannel::send(path, InstanceChannel::syncRequest(), handedOverSyncTimeoutMs);
+        switch (handedOver.status) {
+        case InstanceChannel::SendResult::Status::delivered:
+            return printed(handedOver.reply);
+        case InstanceChannel::SendResult::Status::failed:
+            return printed({false, QStringLiteral("The running Thimblecraft did not answer: %1")
+                                       .arg(handedOver.error)});
+        case InstanceChannel::SendResult::Status::noInstance:
+            break;
+        }
+    }
     LibraryStoreContainer::shared(); // a store that cannot be opened stops here
     int exitCode = 1;
-    QCoro::connect(headlessSync(LibrarySyncController::shared()), &app, [&](int code) {
-        exitCode = code;
-        QCoreApplication::quit();
-    });
+    QCoro::connect(syncToEnd(LibrarySyncController::shared()), &app,
+                   [&](const InstanceChannel::Reply &outcome) {
+                       exitCode = printed(outcome);
+                       QCoreApplication::quit();
+                   });
     app.exec();
     return exitCode;
 }
