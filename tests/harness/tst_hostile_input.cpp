@@ -233,7 +233,7 @@ void TestHostileInput::rulesData_data()
     QTest::addColumn<bool>("valid");
     QTest::addColumn<qint64>("number");
     QTest::addColumn<QString>("text");
-    const QJsonObject sample = QJsonDocument::fromJson(SmartRuleSet().encodedImage()).object();
+    const QJsonObject sample = QJsonDocument::fromJson(SmartRuleSet().encoded()).object();
     auto with = [&sample](const QString &key, const QJsonValue &value) {
         QJsonObject o = sample;
         o[key] = value;
@@ -246,7 +246,7 @@ void TestHostileInput::rulesData_data()
         o[QLatin1String("rules")] = QJsonArray{rule};
         return QJsonDocument(o).toJson(QJsonDocument::Compact).replace("\"@@\"", rawValue);
     };
-    const QByteArray good = SmartRuleSet().encodedImage();
+    const QByteArray good = SmartRuleSet().encoded();
 
     QTest::newRow("number is -2^63") << ruleWith("number", "-9223372036854775808") << true
                                      << std::numeric_limits<qint64>::min() << QString();
@@ -308,7 +308,7 @@ void TestHostileInput::rulesData()
     QCOMPARE(set->rules.first().number, number);
     QCOMPARE(set->rules.first().text, text);
     // What decodes is written back in a form that decodes to the same set.
-    const QByteArray again = set->encodedImage();
+    const QByteArray again = set->encoded();
     QVERIFY(!again.isEmpty());
     QCOMPARE(SmartRuleSet::decodedIfValid(again), set);
 }
