@@ -173,6 +173,18 @@ private slots:
         QCOMPARE(run({"sync"}, &out, &err), 1);
         QVERIFY(out.isEmpty());
         QVERIFY2(err.contains("Privacy & Security"), err.constData());
+
+        // With an instance running, sync happens there: the instance's own Finish then counts
+        // every shortcut the sync saw, which it could not if another process had written them.
+        library.switches.automationAllowed = true;
+        QVERIFY(library.save(libraryPath));
+        QCOMPARE(run({"intent", "begin"}, &out), 0);
+        QCOMPARE(run({"sync"}, &out, &err), 0);
+        const int syncedCount = out.split(' ').first().toInt();
+        QVERIFY2(syncedCount > 1, out.constData());
+        QCOMPARE(run({"intent", "finish"}, &out), 0);
+        QVERIFY2(out.startsWith(QByteArray::number(syncedCount) + " shortcuts"), out.constData());
+        QCOMPARE(InstanceChannel::send(socket, InstanceChannel::quitRequest()).reply.ok, true);
     }
 #endif
 };
