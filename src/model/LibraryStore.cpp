@@ -269,11 +269,18 @@ std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *e
     return store;
 }
 
+QString LibraryStore::migrationSql(int version)
+{
+    if (version < 1 || version > schemaVersion)
+        return {};
+    return QString::fromUtf8(kMigrations[version - 1]);
+}
+
 bool LibraryStore::migrate(int fromVersion, QString *error)
 {
     SqliteTransaction tx(m_db);
     for (int v = fromVersion; v < schemaVersion; ++v) {
-        if (!m_db.exec(QString::fromUtf8(kMigrations[v]))) {
+        if (!m_db.exec(migrationSql(v + 1))) {
             if (error)
                 *error = m_db.lastError();
             return false;

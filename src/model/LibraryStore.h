@@ -17,6 +17,10 @@ public:
     static constexpr int schemaVersion = 2;
     static constexpr const char *schemaVersionText = "2.0.0";
 
+    // The SQL that takes a file from schema version - 1 to version (from 1); empty for other
+    // numbers. Tests build the files older releases wrote with it.
+    static QString migrationSql(int version);
+
     // Opens or creates the store at path. A file that exists but is not a library of a known
     // schema is left exactly as it was and an error is returned.
     static std::unique_ptr<LibraryStore> open(const QString &path, QString *error);

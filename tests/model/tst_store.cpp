@@ -306,40 +306,8 @@ void StoreTest::firstSchemaIsMigrated()
         SqliteDatabase db;
         QVERIFY(db.open(LibraryStoreContainer::storePath(dir.path()),
                         SqliteDatabase::Mode::readWriteCreate));
+        QVERIFY(db.exec(LibraryStore::migrationSql(1)));
         QVERIFY(db.exec(R"sql(
-CREATE TABLE shortcut_items (
-  id INTEGER PRIMARY KEY,
-  identifier TEXT NOT NULL, name TEXT NOT NULL, subtitle TEXT NOT NULL,
-  native_folder_name TEXT NOT NULL, color_hex TEXT NOT NULL,
-  icon_top_hex TEXT NOT NULL, icon_bottom_hex TEXT NOT NULL, library_order INTEGER NOT NULL,
-  app_bundle_id TEXT NOT NULL, icon_app_bundle_id TEXT NOT NULL,
-  accepts_input INTEGER NOT NULL, action_count INTEGER NOT NULL,
-  native_created_at REAL, native_modified_at REAL,
-  first_seen_at REAL NOT NULL, last_changed_at REAL NOT NULL, last_seen_at REAL NOT NULL,
-  is_missing INTEGER NOT NULL, is_favorite INTEGER NOT NULL, last_run_at REAL,
-  run_count INTEGER NOT NULL, notes TEXT NOT NULL, folder_id INTEGER,
-  has_icon INTEGER NOT NULL
-);
-CREATE TABLE shortcut_icons (item_id INTEGER PRIMARY KEY, data BLOB NOT NULL);
-CREATE TABLE library_folders (
-  id INTEGER PRIMARY KEY, uuid TEXT NOT NULL, name TEXT NOT NULL, symbol_name TEXT NOT NULL,
-  color_hex TEXT NOT NULL, sort_order INTEGER NOT NULL, created_at REAL NOT NULL,
-  parent_id INTEGER
-);
-CREATE TABLE tags (
-  id INTEGER PRIMARY KEY, uuid TEXT NOT NULL, name TEXT NOT NULL, color_hex TEXT NOT NULL,
-  sort_order INTEGER NOT NULL, created_at REAL NOT NULL, parent_id INTEGER
-);
-CREATE TABLE smart_lists (
-  id INTEGER PRIMARY KEY, uuid TEXT NOT NULL, name TEXT NOT NULL, symbol_name TEXT NOT NULL,
-  color_hex TEXT NOT NULL, sort_order INTEGER NOT NULL, created_at REAL NOT NULL,
-  rules_data BLOB NOT NULL
-);
-CREATE TABLE shortcut_tags (
-  item_id INTEGER NOT NULL, tag_id INTEGER NOT NULL, PRIMARY KEY (item_id, tag_id)
-) WITHOUT ROWID;
-CREATE TABLE store_metadata (key TEXT PRIMARY KEY, value TEXT NOT NULL);
-INSERT INTO store_metadata VALUES ('name', 'Thimblecraft'), ('schemaVersion', '1.0.0');
 INSERT INTO shortcut_items VALUES
   (1, 'A', 'Alpha', '', '', '', '', '', 7, '', '', 1, 3, NULL, NULL, 100, 200, 1700000000.5, 0,
    1, NULL, 4, 'kept note', NULL, 0),
