@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QString>
+#include <utility>
 
 class ShortcutItem;
 
@@ -12,6 +13,8 @@ enum class ShortcutSort { libraryOrder, name, dateAdded, modified, lastRun, acti
 
 QString storedName(ShortcutSort value);
 QString title(ShortcutSort value);
+// The two Order choices for a key, ascending first ("A to Z", "Z to A").
+std::pair<QString, QString> orderTitles(ShortcutSort value);
 
 // A stable sort by the key's comparator; descending is the exact mirror of ascending, so tied
 // items come out in reverse input order.

@@ -146,6 +146,17 @@ QString title(ShortcutSort value)
 {
     return titled(value);
 }
+std::pair<QString, QString> orderTitles(ShortcutSort value)
+{
+    switch (value) {
+    case ShortcutSort::libraryOrder:
+        return {QStringLiteral("As in Shortcuts"), QStringLiteral("Reversed")};
+    case ShortcutSort::name:
+        return {QStringLiteral("A to Z"), QStringLiteral("Z to A")};
+    default:
+        return {QStringLiteral("Oldest First"), QStringLiteral("Newest First")};
+    }
+}
 QString label(SmartRule::TextOp value)
 {
     return titled(value);

@@ -56,18 +56,6 @@ QString sortLabel(ShortcutSort key)
     return {};
 }
 
-std::pair<QString, QString> orderLabels(ShortcutSort key)
-{
-    switch (key) {
-    case ShortcutSort::libraryOrder:
-        return {QStringLiteral("As in Shortcuts"), QStringLiteral("Reversed")};
-    case ShortcutSort::name:
-        return {QStringLiteral("A to Z"), QStringLiteral("Z to A")};
-    default:
-        return {QStringLiteral("Oldest First"), QStringLiteral("Newest First")};
-    }
-}
-
 QString nativeShortcut(const QKeySequence &sequence)
 {
     return sequence.toString(QKeySequence::NativeText);
@@ -495,7 +483,7 @@ void ShortcutCollectionView::updateSortMenu()
     const bool ascending = WindowSettings::shared().sortAscending();
     for (QAction *action : m_sortKeys->actions())
         action->setChecked(action->data().toString() == storedName(key));
-    const auto [up, down] = orderLabels(key);
+    const auto [up, down] = orderTitles(key);
     m_ascending->setText(up);
     m_descending->setText(down);
     m_ascending->setChecked(ascending);

@@ -137,18 +137,6 @@ QList<SmartRuleRow *> SmartListEditor::ruleRows() const
     return rows;
 }
 
-QPair<QString, QString> SmartListEditor::orderTitles(ShortcutSort key)
-{
-    switch (key) {
-    case ShortcutSort::libraryOrder:
-        return {QStringLiteral("As in Shortcuts"), QStringLiteral("Reversed")};
-    case ShortcutSort::name:
-        return {QStringLiteral("A to Z"), QStringLiteral("Z to A")};
-    default:
-        return {QStringLiteral("Oldest First"), QStringLiteral("Newest First")};
-    }
-}
-
 void SmartListEditor::fillOrder()
 {
     QSignalBlocker blocker(m_order);

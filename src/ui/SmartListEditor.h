@@ -55,9 +55,6 @@ public:
     SymbolPicker *symbolPicker() const { return m_symbol; }
     QList<SmartRuleRow *> ruleRows() const;
 
-    // The two labels of the "Order" picker for a sort key (ascending first).
-    static QPair<QString, QString> orderTitles(ShortcutSort key);
-
 protected:
     void save() override;
 
