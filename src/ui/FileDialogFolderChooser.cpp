@@ -1,5 +1,7 @@
 #include "ui/FileDialogFolderChooser.h"
 
+#include "ui/PlainFileIconProvider.h"
+
 #include <QDir>
 #include <QFileDialog>
 #include <QGridLayout>
@@ -7,9 +9,14 @@
 
 std::optional<QString> FileDialogFolderChooser::chooseFolder(const Request &request)
 {
+    // Browsing must not open any file it lists (the library's store among them); the provider
+    // outlives the dialog that uses it.
+    PlainFileIconProvider icons;
     QFileDialog dialog(m_parent);
     // The built-in dialog can show the explanation; native ones have no place for it.
     dialog.setOption(QFileDialog::DontUseNativeDialog, true);
+    dialog.setIconProvider(&icons);
+    dialog.setOption(QFileDialog::DontUseCustomDirectoryIcons, true);
     dialog.setFileMode(QFileDialog::Directory);
     dialog.setOption(QFileDialog::ShowDirsOnly, true);
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
