@@ -1,8 +1,13 @@
 #include "app/Application.h"
 
+#include "app/BackgroundStart.h"
+#include "app/BackupCommand.h"
 #include "app/CommandLine.h"
+#include "app/ConsoleOutput.h"
+#include "app/DataDirectory.h"
 #include "app/IntentCommand.h"
 #include "app/ListCommand.h"
+#include "app/OwnerLock.h"
 #include "app/SyncCommand.h"
 #include "app/WindowApplication.h"
 #include "model/AppSettings.h"
@@ -11,16 +16,6 @@
 #include "simulator/PlatformSetup.h"
 
 #include <QApplication>
-#include <cstdio>
-
-namespace {
-void printText(FILE *stream, const QString &text)
-{
-    const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
-}
-
-} // namespace
 
 int runThimblecraft(int argc, char *argv[])
 {
@@ -30,15 +25,47 @@ int runThimblecraft(int argc, char *argv[])
     QString error;
     const auto commandLine = CommandLine::parse(arguments, &error);
     if (!commandLine) {
-        printText(stderr,
-                  QStringLiteral("thimblecraft: %1\n\n%2").arg(error, CommandLine::usage()));
+        printTo(stderr, QStringLiteral("thimblecraft: %1\n\n%2").arg(error, CommandLine::usage()));
         return 2;
     }
     QCoreApplication::setOrganizationName(QStringLiteral("Thimblecraft"));
     QCoreApplication::setApplicationName(QStringLiteral("Thimblecraft"));
     QCoreApplication::setApplicationVersion(QStringLiteral(THIMBLECRAFT_VERSION));
-    if (!commandLine->dataDir.isEmpty())
-        AppSettings::useDataDirectory(commandLine->dataDir);
+
+    switch (commandLine->command) {
+    case CommandLine::Command::help:
+        printTo(stdout, CommandLine::usage());
+        return 0;
+    case CommandLine::Command::version:
+        printTo(stdout,
+                QStringLiteral("Thimblecraft %1\n").arg(QStringLiteral(THIMBLECRAFT_VERSION)));
+        return 0;
+    default:
+        break;
+    }
+
+    // The library is its data directory's canonical path. Readers need one that exists; a
+    // process that may write makes it, and one it cannot use stops it before anything is written.
+    const bool reads = commandLine->command == CommandLine::Command::list ||
+                       commandLine->command == CommandLine::Command::backup;
+    DataDirectory::Problem problem;
+    const auto dataDirectory = reads ? DataDirectory::forReading(commandLine->dataDir, &problem)
+                                     : DataDirectory::forWriting(commandLine->dataDir, &problem);
+    if (!dataDirectory) {
+        if (problem.exitCode == DataDirectory::unusableExitCode) {
+            const QString message = LibraryStoreContainer::openErrorMessage(problem.message);
+            if (commandLine->command == CommandLine::Command::background)
+                BackgroundStart::reportFailure(problem.exitCode, message);
+            printTo(stderr, message + QLatin1Char('\n'));
+        } else {
+            printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(problem.message));
+        }
+        return problem.exitCode;
+    }
+    if (commandLine->dataDir.isEmpty())
+        AppSettings::useDefaultDataDirectoryAt(*dataDirectory);
+    else
+        AppSettings::useDataDirectory(*dataDirectory);
 
     // The window and every command talk to Shortcuts through the chosen host.
     auto installPlatform = [&]() -> bool {
@@ -47,44 +74,41 @@ int runThimblecraft(int argc, char *argv[])
                               : PlatformSetup::scriptHostKindFromName(commandLine->scriptHost);
         QString setupError;
         if (!kind || !PlatformSetup::install(*kind, commandLine->simulatorLibrary, &setupError)) {
-            printText(stderr, QStringLiteral("thimblecraft: %1\n").arg(setupError));
+            printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(setupError));
             return false;
         }
         return true;
     };
 
     switch (commandLine->command) {
-    case CommandLine::Command::help:
-        printText(stdout, CommandLine::usage());
-        return 0;
-    case CommandLine::Command::version:
-        printText(stdout,
-                  QStringLiteral("Thimblecraft %1\n").arg(QStringLiteral(THIMBLECRAFT_VERSION)));
-        return 0;
     case CommandLine::Command::list: {
         QCoreApplication app(argc, argv);
-        // The store first: a store that cannot be opened must stop before anything is written.
-        ModelContext &context = LibraryStoreContainer::shared();
-        if (!installPlatform())
-            return 1;
-        return runListCommand(context, *commandLine);
+        // Held while reading when free: no owner can start writing under this reader.
+        OwnerLock::Outcome outcome;
+        const auto noWriter = OwnerLock::tryAcquire(*dataDirectory, &outcome);
+        QString openError;
+        auto context = LibraryStoreContainer::openReadOnly(
+            *dataDirectory, &openError,
+            noWriter ? LibraryStore::Writers::excluded : LibraryStore::Writers::possible);
+        if (!context) {
+            printTo(stderr, LibraryStoreContainer::openErrorMessage(openError) + QLatin1Char('\n'));
+            return DataDirectory::unusableExitCode;
+        }
+        return runListCommand(*context, *commandLine);
+    }
+    case CommandLine::Command::backup: {
+        QCoreApplication app(argc, argv);
+        return runBackupCommand(*commandLine);
     }
     case CommandLine::Command::sync:
-        if (!installPlatform())
-            return 1;
-        return runSyncCommand(argc, argv);
+        return runSyncCommand(argc, argv, installPlatform);
     case CommandLine::Command::background:
-        if (!installPlatform())
-            return 1;
-        return runBackgroundInstance(argc, argv);
+        return runBackgroundInstance(argc, argv, installPlatform);
     case CommandLine::Command::intent: {
         QCoreApplication app(argc, argv);
         return runIntentCommand(*commandLine);
     }
-    case CommandLine::Command::window:
-        break;
+    default:
+        return runWindowApplication(argc, argv, commandLine->positional, installPlatform);
     }
-    if (!installPlatform())
-        return 1;
-    return runWindowApplication(argc, argv, commandLine->positional);
 }

@@ -6,6 +6,7 @@ QString CommandLine::usage()
         "Usage: thimblecraft [OPTIONS] [thimblecraft://URL]\n"
         "       thimblecraft list [--section S] [--search TEXT] [--json] [OPTIONS]\n"
         "       thimblecraft sync [OPTIONS]\n"
+        "       thimblecraft backup FILE [--force] [OPTIONS]\n"
         "       thimblecraft intent begin|finish [OPTIONS]\n"
         "       thimblecraft intent import --name N [--identifier I] [--folder F]\n"
         "                [--action-count N] [--icon FILE] [--created ISO] [--modified ISO]\n"
@@ -15,6 +16,8 @@ QString CommandLine::usage()
         "  (none)            open the library window\n"
         "  list              print the library's shortcuts, one name per line\n"
         "  sync              sync with Shortcuts without a window, print the summary\n"
+        "  backup FILE       write a consistent copy of the library to FILE, also while\n"
+        "                    Thimblecraft runs (--force replaces an existing FILE)\n"
         "  intent ACTION     hand a helper-shortcut intent to the running Thimblecraft\n"
         "                    (started in the background when none runs)\n"
         "  --background      run without a window, serving intents, until idle\n"
@@ -31,7 +34,17 @@ QString CommandLine::usage()
         "                    missing, folder:UUID, tag:UUID, smart:UUID, native:NAME\n"
         "  --search TEXT     (list) narrow the section by search text\n"
         "  --help            show this help\n"
-        "  --version         show the version\n");
+        "  --version         show the version\n"
+        "\n"
+        "One process writes a library at a time: the window, or a windowless Thimblecraft.\n"
+        "sync, intent and backup hand their work to it when it runs; list only reads.\n"
+        "\n"
+        "Exit codes:\n"
+        "  0   success\n"
+        "  1   the command failed (the reason is printed on standard error)\n"
+        "  2   usage error: unknown command, option or section, or a missing value\n"
+        "  66  there is no library in the data directory (list, backup)\n"
+        "  70  the library store cannot be opened\n");
 }
 
 std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QString *error)
@@ -48,6 +61,11 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
     } else if (i < arguments.size() && arguments[i] == QLatin1String("sync")) {
         cl.command = Command::sync;
         ++i;
+    } else if (i < arguments.size() && arguments[i] == QLatin1String("backup")) {
+        cl.command = Command::backup;
+        if (++i >= arguments.size() || arguments[i].startsWith(QLatin1Char('-')))
+            return fail(QStringLiteral("backup needs the file to write"));
+        cl.backupFile = arguments[i++];
     } else if (i < arguments.size() && arguments[i] == QLatin1String("intent")) {
         cl.command = Command::intent;
         if (++i >= arguments.size() || arguments[i].startsWith(QLatin1Char('-')))
@@ -84,6 +102,8 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
         } else if (a == QLatin1String("--search") && cl.command == Command::list) {
             if (!value(cl.search))
                 return fail(QStringLiteral("--search needs a text"));
+        } else if (a == QLatin1String("--force") && cl.command == Command::backup) {
+            cl.force = true;
         } else if (a == QLatin1String("--background") && cl.command == Command::window) {
             cl.command = Command::background;
         } else if (cl.command == Command::intent && a.startsWith(QLatin1String("--")) &&

@@ -79,8 +79,12 @@ QString InstanceChannel::socketPath(const QString &dataDirectory, QString *error
     const QString dir = socketDirectory(error);
     if (dir.isEmpty())
         return {};
-    // Socket paths are short (about 100 bytes); the data directory is reduced to a digest.
-    const QString canonical = QDir(dataDirectory).absolutePath();
+    // Socket paths are short (about 100 bytes); the data directory is reduced to a digest. A
+    // library is its canonical path: a symlink or ".." must not make a second owner.
+    const QFileInfo info(dataDirectory);
+    QString canonical = info.canonicalFilePath();
+    if (canonical.isEmpty())
+        canonical = QDir::cleanPath(info.absoluteFilePath());
     const QByteArray digest =
         QCryptographicHash::hash(canonical.toUtf8(), QCryptographicHash::Sha256).toHex().left(20);
     return dir + QLatin1Char('/') + QString::fromLatin1(digest) + QStringLiteral(".sock");
@@ -153,12 +157,14 @@ void InstanceChannel::accept()
                 m_buffers.remove(socket);
                 socket->abort();
                 socket->deleteLater();
+                emit requestHandled();
             }
         });
         deadline->start(m_receiveTimeoutMs);
         connect(socket, &QLocalSocket::readyRead, this, [this, socket] { readFrom(socket); });
         connect(socket, &QLocalSocket::disconnected, this, [this, socket] {
-            m_buffers.remove(socket);
+            if (m_buffers.remove(socket))
+                emit requestHandled();
             socket->deleteLater();
         });
         if (socket->bytesAvailable() > 0)
@@ -232,6 +238,21 @@ void InstanceChannel::dispatch(QLocalSocket *socket, const QByteArray &payload)
         replyWhenDone(socket, m_syncHandler());
         return;
     }
+    if (kind == QLatin1String("backup")) {
+        const QJsonValue path = request.value(QLatin1String("path"));
+        const QJsonValue force = request.value(QLatin1String("force"));
+        if (!path.isString() || path.toString().isEmpty() ||
+            !(force.isBool() || force.isUndefined())) {
+            reply(socket, {false, QStringLiteral("malformed backup request")});
+            return;
+        }
+        if (!m_backupHandler) {
+            reply(socket, {false, QStringLiteral("this instance does not make backups")});
+            return;
+        }
+        reply(socket, m_backupHandler(path.toString(), force.toBool()));
+        return;
+    }
     if (kind == QLatin1String("open-url")) {
         const QUrl url(request.value(QLatin1String("url")).toString(), QUrl::StrictMode);
         if (!url.isValid() || url.scheme().isEmpty()) {
@@ -271,9 +292,15 @@ QCoro::Task<> InstanceChannel::replyWhenDone(QLocalSocket *socket, QCoro::Task<R
 {
     QPointer<InstanceChannel> self(this);
     QPointer<QLocalSocket> client(socket);
+    ++m_pendingReplies;
     const Reply result = co_await work;
-    if (self && client)
+    if (!self)
+        co_return;
+    --self->m_pendingReplies;
+    if (client)
         self->reply(client, result);
+    else
+        emit self->requestHandled();
 }
 
 void InstanceChannel::reply(QLocalSocket *socket, const Reply &reply)
@@ -326,6 +353,8 @@ InstanceChannel::SendResult InstanceChannel::send(const QString &path, const QJs
     }
     const auto size = announcedSize(buffer);
     if (!size || *size > maxMessageSize || buffer.size() < qsizetype(4 + *size)) {
+        if (buffer.isEmpty() && socket.state() != QLocalSocket::ConnectedState)
+            result.status = SendResult::Status::unanswered;
         result.error = QStringLiteral("no reply from the running Thimblecraft");
         return result;
     }
@@ -352,6 +381,13 @@ QJsonObject InstanceChannel::openUrlRequest(const QUrl &url)
 QJsonObject InstanceChannel::syncRequest()
 {
     return {{QStringLiteral("kind"), QStringLiteral("sync")}};
+}
+
+QJsonObject InstanceChannel::backupRequest(const QString &path, bool force)
+{
+    return {{QStringLiteral("kind"), QStringLiteral("backup")},
+            {QStringLiteral("path"), path},
+            {QStringLiteral("force"), force}};
 }
 
 QJsonObject InstanceChannel::activateRequest()

@@ -18,7 +18,8 @@ class QLocalSocket;
 //
 // Wire format, one request and one reply per connection: a 4-byte big-endian length, then that
 // many bytes of a UTF-8 JSON object. Requests: {"kind": "intent", "action": A, "arguments": [..]},
-// {"kind": "sync"}, {"kind": "open-url", "url": U}, {"kind": "activate"}, {"kind": "quit"}.
+// {"kind": "sync"}, {"kind": "backup", "path": P, "force": bool}, {"kind": "open-url", "url": U},
+// {"kind": "activate"}, {"kind": "quit"}.
 // Replies: {"ok": bool, "text": T}.
 class InstanceChannel : public QObject {
     Q_OBJECT
@@ -31,7 +32,9 @@ public:
         QString text;
     };
     struct SendResult {
-        enum class Status { delivered, noInstance, failed };
+        // unanswered: the owner closed the connection without a word (it was leaving or died);
+        // the request may or may not have been carried out.
+        enum class Status { delivered, noInstance, unanswered, failed };
         Status status = Status::failed;
         Reply reply;
         QString error;
@@ -52,6 +55,8 @@ public:
     void close();
     bool isListening() const;
     QString path() const;
+    // Connections whose request is still being read or worked on.
+    bool hasOpenRequests() const { return m_pendingReplies > 0 || !m_buffers.isEmpty(); }
     // A client that has not sent a whole request by then is dropped.
     void setReceiveTimeout(int milliseconds) { m_receiveTimeoutMs = milliseconds; }
 
@@ -60,6 +65,9 @@ public:
     // `thimblecraft sync` while this instance runs: the store has one writer, so it syncs here.
     using SyncHandler = std::function<QCoro::Task<Reply>()>;
     void setSyncHandler(SyncHandler handler) { m_syncHandler = std::move(handler); }
+    // `thimblecraft backup` while this instance owns the library: the copy comes from its store.
+    using BackupHandler = std::function<Reply(const QString &path, bool force)>;
+    void setBackupHandler(BackupHandler handler) { m_backupHandler = std::move(handler); }
     void setUrlHandler(std::function<void(const QUrl &)> handler)
     {
         m_urlHandler = std::move(handler);
@@ -75,12 +83,13 @@ public:
     static SendResult send(const QString &path, const QJsonObject &request, int timeoutMs = 60000);
     static QJsonObject intentRequest(const QString &action, const QStringList &arguments);
     static QJsonObject syncRequest();
+    static QJsonObject backupRequest(const QString &path, bool force);
     static QJsonObject openUrlRequest(const QUrl &url);
     static QJsonObject activateRequest();
     static QJsonObject quitRequest();
 
 signals:
-    // A request was answered (idle timers watch this).
+    // A request was answered or dropped (idle timers watch this).
     void requestHandled();
 
 private:
@@ -94,9 +103,11 @@ private:
 
     QLocalServer *m_server = nullptr;
     int m_receiveTimeoutMs = defaultReceiveTimeoutMs;
+    int m_pendingReplies = 0;
     QHash<QLocalSocket *, QByteArray> m_buffers;
     IntentHandler m_intentHandler;
     SyncHandler m_syncHandler;
+    BackupHandler m_backupHandler;
     std::function<void(const QUrl &)> m_urlHandler;
     std::function<void()> m_activateHandler;
     std::function<void()> m_quitHandler;

@@ -1,9 +1,13 @@
 #include "app/IntentCommand.h"
 
+#include "app/BackupCommand.h"
 #include "app/CommandLine.h"
+#include "app/ConsoleOutput.h"
 #include "app/InstanceChannel.h"
+#include "app/OwnerClient.h"
 #include "app/SyncCommand.h"
 #include "model/AppSettings.h"
+#include "model/ModelContext.h"
 #include "shortcuts/ScriptHost.h"
 #include "simulator/SimulatedHelperShortcut.h"
 #include "simulator/SimulatedShortcutsEvents.h"
@@ -11,21 +15,9 @@
 #include "sync/SyncIntents.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QFileInfo>
-#include <QProcess>
-#include <QThread>
-#include <cstdio>
 
-namespace {
-void print(FILE *stream, const QString &text)
-{
-    const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
-}
-
-// The same program, headless, with the options that choose its data and its Shortcuts.
-bool startBackgroundInstance(const CommandLine &commandLine)
+QStringList backgroundArguments(const CommandLine &commandLine)
 {
     QStringList arguments{QStringLiteral("--background")};
     if (!commandLine.dataDir.isEmpty())
@@ -35,9 +27,8 @@ bool startBackgroundInstance(const CommandLine &commandLine)
     if (!commandLine.simulatorLibrary.isEmpty())
         arguments << QStringLiteral("--simulator-library")
                   << QFileInfo(commandLine.simulatorLibrary).absoluteFilePath();
-    return QProcess::startDetached(QCoreApplication::applicationFilePath(), arguments);
+    return arguments;
 }
-} // namespace
 
 int runIntentCommand(const CommandLine &commandLine)
 {
@@ -47,7 +38,7 @@ int runIntentCommand(const CommandLine &commandLine)
         QString error;
         auto request = ImportShortcutRequest::fromArguments(arguments, &error);
         if (!request) {
-            print(stderr, QStringLiteral("thimblecraft: %1\n").arg(error));
+            printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(error));
             return 2;
         }
         // The running instance has another working directory.
@@ -55,44 +46,32 @@ int runIntentCommand(const CommandLine &commandLine)
             request->iconPath = QFileInfo(*request->iconPath).absoluteFilePath();
         arguments = request->toArguments();
     } else if (action != QLatin1String("begin") && action != QLatin1String("finish")) {
-        print(stderr, QStringLiteral("thimblecraft: unknown intent %1 (begin, import or finish)\n")
-                          .arg(action));
+        printTo(stderr,
+                QStringLiteral("thimblecraft: unknown intent %1 (begin, import or finish)\n")
+                    .arg(action));
         return 2;
     } else if (!arguments.isEmpty()) {
-        print(stderr, QStringLiteral("thimblecraft: intent %1 takes no options\n").arg(action));
+        printTo(stderr, QStringLiteral("thimblecraft: intent %1 takes no options\n").arg(action));
         return 2;
     }
 
-    QString error;
-    const QString path = InstanceChannel::socketPath(AppSettings::dataDirectory(), &error);
-    if (path.isEmpty()) {
-        print(stderr, QStringLiteral("thimblecraft: %1\n").arg(error));
-        return 1;
-    }
-    const QJsonObject request = InstanceChannel::intentRequest(action, arguments);
-    auto result = InstanceChannel::send(path, request);
-    if (result.status == InstanceChannel::SendResult::Status::noInstance) {
-        if (!startBackgroundInstance(commandLine)) {
-            print(stderr, QStringLiteral("thimblecraft: cannot start Thimblecraft\n"));
-            return 1;
-        }
-        const QDeadlineTimer deadline(20000);
-        do {
-            QThread::msleep(100);
-            result = InstanceChannel::send(path, request);
-        } while (result.status == InstanceChannel::SendResult::Status::noInstance &&
-                 !deadline.hasExpired());
-    }
-    if (result.status != InstanceChannel::SendResult::Status::delivered) {
-        print(stderr, QStringLiteral("thimblecraft: %1\n").arg(result.error));
-        return 1;
+    OwnerClient::Options options;
+    options.backgroundArguments = backgroundArguments(commandLine);
+    const auto result = OwnerClient::send(
+        AppSettings::dataDirectory(), InstanceChannel::intentRequest(action, arguments), options);
+    if (result.status != OwnerClient::Outcome::Status::answered) {
+        // A store that cannot be opened already reads "Could not open the Thimblecraft store…".
+        printTo(stderr, result.exitCode == 70
+                            ? result.error + QLatin1Char('\n')
+                            : QStringLiteral("thimblecraft: %1\n").arg(result.error));
+        return result.exitCode;
     }
     if (!result.reply.ok) {
-        print(stderr, result.reply.text + QLatin1Char('\n'));
+        printTo(stderr, result.reply.text + QLatin1Char('\n'));
         return 1;
     }
     if (!result.reply.text.isEmpty())
-        print(stdout, result.reply.text + QLatin1Char('\n'));
+        printTo(stdout, result.reply.text + QLatin1Char('\n'));
     return 0;
 }
 
@@ -111,6 +90,15 @@ void installIntentEndpoint(InstanceChannel &channel, LibrarySyncController &cont
             co_return InstanceChannel::Reply{false, QStringLiteral("Thimblecraft is quitting.")};
         auto syncing = syncToEnd(*target);
         co_return co_await syncing;
+    });
+
+    channel.setBackupHandler([target](const QString &path, bool force) {
+        LibraryStore *store = target ? target->context().store() : nullptr;
+        if (!store)
+            return InstanceChannel::Reply{false, QStringLiteral("Thimblecraft is quitting.")};
+        QString message;
+        const bool ok = backUpLibrary(*store, path, force, &message);
+        return InstanceChannel::Reply{ok, message};
     });
 
     const QString path = channel.path();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 struct CommandLine;
 class InstanceChannel;
@@ -11,7 +12,10 @@ class LibrarySyncController;
 // failure (exit 1); bad options exit 2.
 int runIntentCommand(const CommandLine &commandLine);
 
+// The arguments that start a windowless owner with this command line's data and Shortcuts.
+QStringList backgroundArguments(const CommandLine &commandLine);
+
 // Makes this process the intents' endpoint: the channel performs Begin, Import and Finish, and
-// the syncs other invocations hand over, on the controller; the simulated helper shortcut sends
-// its calls to this channel's socket.
+// the syncs and backups other invocations hand over, on the controller; the simulated helper
+// shortcut sends its calls to this channel's socket.
 void installIntentEndpoint(InstanceChannel &channel, LibrarySyncController &controller);

@@ -3,19 +3,22 @@
 #include "app/InstanceChannel.h"
 
 #include <QCoro/QCoroTask>
+#include <functional>
 
-struct CommandLine;
 class LibrarySyncController;
 
-// What `thimblecraft sync` runs, here or in the instance it hands over to: icon upgrades, full
-// sync, database pass, icon queue to the end. The summary text, or the error's.
+// What `thimblecraft sync` runs, here or in the owner it hands over to: icon upgrades, then a
+// full sync that starts after it was asked (it waits for one already running), the database
+// pass and the icon queue to the end. The summary text, or the error's.
 QCoro::Task<InstanceChannel::Reply> syncToEnd(LibrarySyncController &controller);
 
-// `thimblecraft sync`: syncToEnd in the running instance of the data directory if there is one,
-// else here; then the summary on standard output (exit 0) or the error on standard error
-// (exit 1).
-int runSyncCommand(int argc, char *argv[]);
+// `thimblecraft sync`: handed to the library's owner when one runs; otherwise this process
+// owns the library for the sync (serving other commands meanwhile) and leaves it afterwards.
+// The summary on standard output (exit 0) or the error on standard error (exit 1).
+// installPlatform chooses the Shortcuts side once the store is open.
+int runSyncCommand(int argc, char *argv[], const std::function<bool()> &installPlatform);
 
-// `thimblecraft --background`: no window; serves intents on the instance channel until it has
-// been idle for a while or is asked to quit.
-int runBackgroundInstance(int argc, char *argv[]);
+// `thimblecraft --background`: no window; owns the library and serves intents and handed
+// syncs until it has been idle for a while or a window asks it to leave. Tells the command
+// that started it whether it became the owner.
+int runBackgroundInstance(int argc, char *argv[], const std::function<bool()> &installPlatform);

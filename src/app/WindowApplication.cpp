@@ -1,9 +1,11 @@
 #include "app/WindowApplication.h"
 
 #include "app/AppUpdater.h"
+#include "app/ConsoleOutput.h"
 #include "app/InstanceChannel.h"
 #include "app/IntentCommand.h"
 #include "app/LibraryCommands.h"
+#include "app/OwnerLock.h"
 #include "app/SettingsDialog.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
@@ -15,10 +17,10 @@
 #include "ui/WindowSettings.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QPointer>
 #include <QThread>
 #include <QUrl>
-#include <cstdio>
 
 namespace {
 bool isOwnURL(const QUrl &url)
@@ -26,37 +28,52 @@ bool isOwnURL(const QUrl &url)
     return url.isValid() && url.scheme() == QLatin1String("thimblecraft");
 }
 
-// A second launch gives its URLs to the running window and ends: true then. An instance without
-// a window (the intents' background instance) is asked to quit so that this one takes over.
-bool handOver(const QString &socketPath, const QList<QUrl> &urls)
+// How long a window waits for a windowless owner to hand the library over.
+constexpr int takeOverTimeoutMs = 20000;
+
+enum class Claim { owner, handedOver, failed };
+
+// The window owns the library or shows it elsewhere: a window already open gets this launch's
+// URLs and comes to the front; a windowless owner is asked to leave, and the library is taken
+// once it has gone.
+Claim claimLibrary(const QString &dataDirectory, const QList<QUrl> &urls,
+                   std::unique_ptr<OwnerLock> &lock)
 {
     using Status = InstanceChannel::SendResult::Status;
-    const auto activated =
-        InstanceChannel::send(socketPath, InstanceChannel::activateRequest(), 5000);
-    if (activated.status != Status::delivered)
-        return false;
-    if (!activated.reply.ok) {
-        InstanceChannel::send(socketPath, InstanceChannel::quitRequest(), 5000);
-        return false;
+    QString error;
+    const QString socketPath = InstanceChannel::socketPath(dataDirectory, &error);
+    const QDeadlineTimer deadline(takeOverTimeoutMs);
+    for (;;) {
+        OwnerLock::Outcome outcome;
+        lock = OwnerLock::tryAcquire(dataDirectory, &outcome, &error);
+        if (lock)
+            return Claim::owner;
+        if (outcome == OwnerLock::Outcome::failed) {
+            printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(error));
+            return Claim::failed;
+        }
+        const auto activated =
+            InstanceChannel::send(socketPath, InstanceChannel::activateRequest(), 5000);
+        if (activated.status == Status::delivered) {
+            if (activated.reply.ok) {
+                for (const QUrl &url : urls)
+                    InstanceChannel::send(socketPath, InstanceChannel::openUrlRequest(url), 5000);
+                return Claim::handedOver;
+            }
+            InstanceChannel::send(socketPath, InstanceChannel::quitRequest(), 5000);
+        }
+        if (deadline.hasExpired()) {
+            printTo(stderr, QStringLiteral("thimblecraft: another Thimblecraft holds this library "
+                                           "and does not let go of it\n"));
+            return Claim::failed;
+        }
+        QThread::msleep(50);
     }
-    for (const QUrl &url : urls)
-        InstanceChannel::send(socketPath, InstanceChannel::openUrlRequest(url), 5000);
-    return true;
-}
-
-// Serves the socket, waiting a little for a quitting instance to let go of it.
-bool listenWhenFree(InstanceChannel &channel, const QString &socketPath)
-{
-    for (int attempt = 0; attempt < 20; ++attempt) {
-        if (channel.listen(socketPath))
-            return true;
-        QThread::msleep(100);
-    }
-    return false;
 }
 } // namespace
 
-int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments)
+int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments,
+                         const std::function<bool()> &installPlatform)
 {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Thimblecraft"));
@@ -68,13 +85,19 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
             urls.append(url);
     }
 
-    QString channelError;
-    const QString socketPath =
-        InstanceChannel::socketPath(AppSettings::dataDirectory(), &channelError);
-    if (!socketPath.isEmpty() && handOver(socketPath, urls))
+    std::unique_ptr<OwnerLock> lock;
+    switch (claimLibrary(AppSettings::dataDirectory(), urls, lock)) {
+    case Claim::handedOver:
         return 0;
+    case Claim::failed:
+        return 1;
+    case Claim::owner:
+        break;
+    }
 
     ModelContext &context = LibraryStoreContainer::shared(); // stops here when it cannot open
+    if (!installPlatform())
+        return 1;
     FolderChooser::setShared(std::make_unique<FileDialogFolderChooser>());
     LibraryNavigation &navigation = LibraryNavigation::shared();
     ShortcutRunner &runner = ShortcutRunner::shared();
@@ -99,7 +122,13 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
     });
 
     InstanceChannel channel;
-    if (!socketPath.isEmpty() && listenWhenFree(channel, socketPath)) {
+    QString channelError;
+    const QString socketPath =
+        InstanceChannel::socketPath(AppSettings::dataDirectory(), &channelError);
+    if (socketPath.isEmpty() || !channel.listen(socketPath, &channelError)) {
+        // The window works without it; other commands then cannot reach this library.
+        printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(channelError));
+    } else {
         installIntentEndpoint(channel, syncer);
         channel.setUrlHandler([&window](const QUrl &url) {
             if (isOwnURL(url))

@@ -7,6 +7,7 @@
 namespace {
 struct State {
     QString dataDir;
+    bool settingsInDataDir = false;
     std::unique_ptr<QSettings> settings;
 };
 
@@ -21,6 +22,15 @@ void AppSettings::useDataDirectory(const QString &dir)
 {
     State &s = state();
     s.dataDir = QDir(dir).absolutePath();
+    s.settingsInDataDir = true;
+    s.settings.reset();
+}
+
+void AppSettings::useDefaultDataDirectoryAt(const QString &dir)
+{
+    State &s = state();
+    s.dataDir = QDir(dir).absolutePath();
+    s.settingsInDataDir = false;
     s.settings.reset();
 }
 
@@ -36,7 +46,7 @@ QSettings &AppSettings::store()
 {
     State &s = state();
     if (!s.settings) {
-        if (s.dataDir.isEmpty())
+        if (!s.settingsInDataDir)
             s.settings = std::make_unique<QSettings>(QStringLiteral("Thimblecraft"),
                                                      QStringLiteral("Thimblecraft"));
         else

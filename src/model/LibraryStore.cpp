@@ -2,11 +2,15 @@
 
 #include "model/ModelContext.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QTimeZone>
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstdio>
+#include <cstring>
 #include <sqlite3.h>
 
 namespace {
@@ -232,11 +236,85 @@ std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *e
         return fail(QStringLiteral("%1 cannot be written to").arg(path));
 
     // Reading the header first: a foreign or damaged file fails here, before anything is written.
-    const auto version = store->m_db.scalar(QStringLiteral("PRAGMA user_version"));
-    const auto tableCount =
-        store->m_db.scalar(QStringLiteral("SELECT count(*) FROM sqlite_master"));
-    if (!version || !tableCount)
+    const auto current = store->checkedSchemaVersion(error);
+    if (!current)
+        return nullptr;
+    // A new file switches to WAL at once; an existing one only when it is first saved to, so
+    // that a file refused by load() is left exactly as it was.
+    const auto journal = store->m_db.scalar(QStringLiteral("PRAGMA journal_mode"));
+    if (!journal)
         return fail(store->m_db.lastError());
+    store->m_switchToWal = *current > 0 && journal->toString() != QLatin1String("wal");
+    if ((*current == 0 && !store->m_db.exec(QStringLiteral("PRAGMA journal_mode=WAL"))) ||
+        !store->m_db.exec(QStringLiteral("PRAGMA synchronous=NORMAL")) ||
+        !store->m_db.exec(QStringLiteral("PRAGMA foreign_keys=OFF")))
+        return fail(store->m_db.lastError());
+    sqlite3_busy_timeout(store->m_db.handle(), 2000);
+    if (*current < schemaVersion && !store->migrate(*current, error))
+        return nullptr;
+    return store;
+}
+
+std::unique_ptr<LibraryStore> LibraryStore::openReadOnly(const QString &path, QString *error,
+                                                         Writers writers)
+{
+    auto fail = [&](const QString &message) -> std::unique_ptr<LibraryStore> {
+        if (error)
+            *error = message;
+        return nullptr;
+    };
+    if (!QFileInfo(path).isFile())
+        return fail(QFileInfo::exists(path) ? QStringLiteral("%1 is not a file").arg(path)
+                                            : QStringLiteral("%1 does not exist").arg(path));
+    std::unique_ptr<LibraryStore> store(new LibraryStore);
+    store->m_path = path;
+    store->m_readOnly = true;
+    // With no writer and no log or journal beside it, the file alone is the library: reading it
+    // as immutable creates no shared-memory or log file next to it.
+    const bool settled = writers == Writers::excluded &&
+                         !QFileInfo::exists(path + QStringLiteral("-wal")) &&
+                         !QFileInfo::exists(path + QStringLiteral("-journal"));
+    if (!store->m_db.open(path, settled ? SqliteDatabase::Mode::immutable
+                                        : SqliteDatabase::Mode::readOnly))
+        return fail(store->m_db.lastError());
+    sqlite3_busy_timeout(store->m_db.handle(), 2000);
+    QString firstError;
+    auto current = store->checkedSchemaVersion(&firstError);
+    // A reader cannot make the shared-memory file beside a store in a folder it may not write;
+    // with no log there, nothing but the file itself holds the library.
+    if (!current && store->m_db.lastErrorCode() != SQLITE_OK &&
+        !QFileInfo::exists(path + QStringLiteral("-wal"))) {
+        if (!store->m_db.open(path, SqliteDatabase::Mode::immutable))
+            return fail(firstError);
+        current = store->checkedSchemaVersion(&firstError);
+    }
+    if (!current)
+        return fail(firstError);
+    if (*current < schemaVersion) {
+        // An older library (or an empty file, what a kill leaves right after SQLite made it) is
+        // brought up to date in memory: the file stays as it is.
+        SqliteDatabase copy;
+        if (!copy.open(QString(), SqliteDatabase::Mode::memory) || !store->m_db.backupTo(copy))
+            return fail(store->m_db.lastError());
+        store->m_db.close();
+        store->m_db.adopt(copy);
+        if (!store->migrate(*current, error))
+            return nullptr;
+    }
+    return store;
+}
+
+std::optional<int> LibraryStore::checkedSchemaVersion(QString *error)
+{
+    auto fail = [&](const QString &message) -> std::optional<int> {
+        if (error)
+            *error = message;
+        return std::nullopt;
+    };
+    const auto version = m_db.scalar(QStringLiteral("PRAGMA user_version"));
+    const auto tableCount = m_db.scalar(QStringLiteral("SELECT count(*) FROM sqlite_master"));
+    if (!version || !tableCount)
+        return fail(m_db.lastError());
     const int current = version->toInt();
     if (current > schemaVersion)
         return fail(QStringLiteral("the library was written by a newer version of Thimblecraft "
@@ -245,28 +323,52 @@ std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *e
                         .arg(schemaVersion));
     if (current < 0 || (current == 0 && tableCount->toInt() > 0))
         return fail(
-            QStringLiteral("%1 is an SQLite database but not a Thimblecraft library").arg(path));
-
+            QStringLiteral("%1 is an SQLite database but not a Thimblecraft library").arg(m_path));
     if (current > 0) {
-        const QString problem = schemaProblem(store->m_db, current);
+        const QString problem = schemaProblem(m_db, current);
         if (!problem.isEmpty())
             return fail(
-                QStringLiteral("%1 is not a usable Thimblecraft library: %2").arg(path, problem));
+                QStringLiteral("%1 is not a usable Thimblecraft library: %2").arg(m_path, problem));
     }
-    // A new file switches to WAL at once; an existing one only when it is first saved to, so
-    // that a file refused by load() is left exactly as it was.
-    const auto journal = store->m_db.scalar(QStringLiteral("PRAGMA journal_mode"));
-    if (!journal)
-        return fail(store->m_db.lastError());
-    store->m_switchToWal = current > 0 && journal->toString() != QLatin1String("wal");
-    if ((current == 0 && !store->m_db.exec(QStringLiteral("PRAGMA journal_mode=WAL"))) ||
-        !store->m_db.exec(QStringLiteral("PRAGMA synchronous=NORMAL")) ||
-        !store->m_db.exec(QStringLiteral("PRAGMA foreign_keys=OFF")))
-        return fail(store->m_db.lastError());
-    sqlite3_busy_timeout(store->m_db.handle(), 2000);
-    if (current < schemaVersion && !store->migrate(current, error))
-        return nullptr;
-    return store;
+    return current;
+}
+
+bool LibraryStore::backup(const QString &destination, QString *error)
+{
+    auto fail = [&](const QString &message) {
+        if (error)
+            *error = message;
+        return false;
+    };
+    // Written beside the destination and renamed into place: a failed copy leaves nothing
+    // behind, and a reader of the destination never sees half a library.
+    const QString partial = destination + QStringLiteral(".partial");
+    QFile::remove(partial);
+    {
+        SqliteDatabase copy;
+        if (!copy.open(partial, SqliteDatabase::Mode::readWriteCreate))
+            return fail(copy.lastError());
+        if (!m_db.backupTo(copy)) {
+            const QString message = m_db.lastError();
+            copy.close();
+            QFile::remove(partial);
+            return fail(message);
+        }
+        // One self-contained file: no log or shared-memory file to carry along.
+        if (!copy.exec(QStringLiteral("PRAGMA journal_mode=DELETE"))) {
+            const QString message = copy.lastError();
+            copy.close();
+            QFile::remove(partial);
+            return fail(message);
+        }
+    }
+    if (::rename(QFile::encodeName(partial).constData(),
+                 QFile::encodeName(destination).constData()) != 0) {
+        const QString message = QString::fromLocal8Bit(std::strerror(errno));
+        QFile::remove(partial);
+        return fail(QStringLiteral("cannot write %1: %2").arg(destination, message));
+    }
+    return true;
 }
 
 QString LibraryStore::migrationSql(int version)
@@ -468,6 +570,11 @@ QByteArray LibraryStore::iconData(qint64 itemId)
 bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> &updated,
                          const QList<Record *> &deleted, QString *error)
 {
+    if (m_readOnly) {
+        if (error)
+            *error = QStringLiteral("the library is open for reading only");
+        return false;
+    }
     if (m_switchToWal) {
         if (!m_db.exec(QStringLiteral("PRAGMA journal_mode=WAL"))) {
             if (error)

@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <memory>
+#include <optional>
 
 class ModelContext;
 class Record;
@@ -24,12 +25,22 @@ public:
     // Opens or creates the store at path. A file that exists but is not a library of a known
     // schema is left exactly as it was and an error is returned.
     static std::unique_ptr<LibraryStore> open(const QString &path, QString *error);
+    // For reading only: nothing is written or deleted beside it, and nothing is created there
+    // when writers are excluded (the caller holds the library's owner lock). An older library is
+    // upgraded in memory.
+    enum class Writers { possible, excluded };
+    static std::unique_ptr<LibraryStore> openReadOnly(const QString &path, QString *error,
+                                                      Writers writers);
 
     // Creates the records of the file in the context (which must be empty).
     bool load(ModelContext &context, QString *error);
     bool write(const QList<Record *> &inserted, const QList<Record *> &updated,
                const QList<Record *> &deleted, QString *error);
     QByteArray iconData(qint64 itemId);
+    // A consistent copy of the whole library at destination (replaced if it exists), as one
+    // file without a write-ahead log.
+    bool backup(const QString &destination, QString *error);
+    bool isReadOnly() const { return m_readOnly; }
 
     const QString &path() const { return m_path; }
     SqliteDatabase &database() { return m_db; }
@@ -40,11 +51,14 @@ private:
     struct Statements;
     LibraryStore();
     bool migrate(int fromVersion, QString *error);
+    // The schema version of a file that is a usable library of a known version (0: empty).
+    std::optional<int> checkedSchemaVersion(QString *error);
     bool prepareStatements(QString *error);
 
     QString m_path;
     SqliteDatabase m_db;
     bool m_switchToWal = false;
+    bool m_readOnly = false;
     // Prepared at the first write and kept; declared after m_db so they are finalized first.
     std::unique_ptr<Statements> m_statements;
 };

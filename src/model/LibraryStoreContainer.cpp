@@ -52,6 +52,25 @@ std::unique_ptr<ModelContext> LibraryStoreContainer::open(const QString &dataDir
     return context;
 }
 
+std::unique_ptr<ModelContext> LibraryStoreContainer::openReadOnly(const QString &dataDirectory,
+                                                                  QString *error,
+                                                                  LibraryStore::Writers writers)
+{
+    auto store = LibraryStore::openReadOnly(storePath(dataDirectory), error, writers);
+    if (!store)
+        return nullptr;
+    LibraryStore *raw = store.get();
+    auto context = std::make_unique<ModelContext>(std::move(store));
+    if (!raw->load(*context, error))
+        return nullptr;
+    return context;
+}
+
+QString LibraryStoreContainer::openErrorMessage(const QString &error)
+{
+    return QStringLiteral("Could not open the Thimblecraft store: ") + error;
+}
+
 ModelContext &LibraryStoreContainer::shared()
 {
     auto &context = sharedContext();
@@ -71,7 +90,7 @@ void LibraryStoreContainer::setShared(std::unique_ptr<ModelContext> context)
 
 void LibraryStoreContainer::fatalOpenError(const QString &error)
 {
-    const QByteArray message = ("Could not open the Thimblecraft store: " + error).toUtf8();
+    const QByteArray message = openErrorMessage(error).toUtf8();
     std::fprintf(stderr, "%s\n", message.constData());
     std::fflush(stderr);
     std::_Exit(70);

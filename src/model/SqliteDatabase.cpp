@@ -1,5 +1,6 @@
 #include "model/SqliteDatabase.h"
 
+#include <QUrl>
 #include <sqlite3.h>
 
 SqliteStatement::SqliteStatement(SqliteStatement &&other) noexcept
@@ -142,9 +143,18 @@ bool SqliteDatabase::open(const QString &path, Mode mode)
 {
     close();
     int flags = SQLITE_OPEN_NOMUTEX;
+    QByteArray name = path.toUtf8();
     switch (mode) {
     case Mode::readOnly:
         flags |= SQLITE_OPEN_READONLY;
+        break;
+    case Mode::immutable:
+        flags |= SQLITE_OPEN_READONLY | SQLITE_OPEN_URI;
+        name = QUrl::fromLocalFile(path).toEncoded() + "?immutable=1";
+        break;
+    case Mode::memory:
+        flags |= SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_MEMORY;
+        name = ":memory:";
         break;
     case Mode::readWrite:
         flags |= SQLITE_OPEN_READWRITE;
@@ -153,7 +163,7 @@ bool SqliteDatabase::open(const QString &path, Mode mode)
         flags |= SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
         break;
     }
-    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &m_db, flags, nullptr);
+    const int rc = sqlite3_open_v2(name.constData(), &m_db, flags, nullptr);
     if (rc != SQLITE_OK) {
         m_lastErrorCode = rc;
         m_lastError =
@@ -162,6 +172,42 @@ bool SqliteDatabase::open(const QString &path, Mode mode)
         return false;
     }
     sqlite3_extended_result_codes(m_db, 1);
+    // A reader closing last must never checkpoint or delete the log of a writer whose locks it
+    // cannot see.
+    if (mode == Mode::readOnly || mode == Mode::immutable)
+        sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    return true;
+}
+
+void SqliteDatabase::adopt(SqliteDatabase &other)
+{
+    close();
+    m_db = std::exchange(other.m_db, nullptr);
+}
+
+bool SqliteDatabase::backupTo(SqliteDatabase &destination)
+{
+    sqlite3_backup *backup = sqlite3_backup_init(destination.m_db, "main", m_db, "main");
+    if (!backup) {
+        destination.captureError();
+        m_lastError = destination.m_lastError;
+        m_lastErrorCode = destination.m_lastErrorCode;
+        return false;
+    }
+    int rc = sqlite3_backup_step(backup, -1);
+    // Busy only while a writer holds its lock for a moment.
+    for (int attempt = 0; (rc == SQLITE_BUSY || rc == SQLITE_LOCKED) && attempt < 50; ++attempt) {
+        sqlite3_sleep(20);
+        rc = sqlite3_backup_step(backup, -1);
+    }
+    const int finished = sqlite3_backup_finish(backup);
+    if (rc != SQLITE_DONE || finished != SQLITE_OK) {
+        m_lastErrorCode = rc != SQLITE_DONE ? rc : finished;
+        m_lastError = QString::fromUtf8(sqlite3_errmsg(destination.m_db));
+        if (m_lastError.isEmpty() || m_lastError == QLatin1String("not an error"))
+            m_lastError = QString::fromUtf8(sqlite3_errstr(m_lastErrorCode));
+        return false;
+    }
     return true;
 }
 

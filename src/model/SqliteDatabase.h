@@ -54,7 +54,9 @@ private:
 // One connection; closed when it goes out of scope.
 class SqliteDatabase {
 public:
-    enum class Mode { readOnly, readWrite, readWriteCreate };
+    // immutable: read-only, and SQLite takes no locks and ignores any write-ahead log; only for
+    // a file nobody writes (a store in a folder this user cannot write, with no log beside it).
+    enum class Mode { readOnly, immutable, readWrite, readWriteCreate, memory };
 
     SqliteDatabase() = default;
     ~SqliteDatabase();
@@ -63,8 +65,13 @@ public:
 
     bool open(const QString &path, Mode mode);
     void close();
+    // Takes over other's connection (this one must be closed).
+    void adopt(SqliteDatabase &other);
     bool isOpen() const { return m_db != nullptr; }
     bool exec(const QString &sql);
+    // Copies every page of this database into destination in one step (SQLite's online backup:
+    // a consistent picture even while other connections write).
+    bool backupTo(SqliteDatabase &destination);
     SqliteStatement prepare(const QString &sql);
     // The first column of the first row, or no value.
     std::optional<QVariant> scalar(const QString &sql);

@@ -144,6 +144,8 @@ public:
     void enqueueIcons(const QStringList &identifiers);
     void prioritizeIcon(ShortcutItem *item);
     void retryIcons();
+    // Drops what is queued; the worker stops after the icons of its current cycle are saved.
+    void stopIconFetch();
     void setIconFetchBlocked(bool blocked);
     QCoro::Task<> refreshFromDatabase();
     QCoro::Task<> upgradeStoredIcons();

@@ -167,6 +167,12 @@ void LibrarySyncController::retryIcons()
     enqueueIcons(identifiers);
 }
 
+void LibrarySyncController::stopIconFetch()
+{
+    m_iconQueue.clear();
+    m_priorityIdentifiers.clear();
+}
+
 QCoro::Task<> LibrarySyncController::iconFetchFinished()
 {
     if (m_iconWorkerRunning)

@@ -14,6 +14,8 @@
 void LibrarySyncController::beginIncrementalSync()
 {
     m_settings.setValue(QLatin1String(incrementalSyncStartedAtKey), Clock::now());
+    // Another process may own the library when Finish comes; it reads the date from the file.
+    m_settings.sync();
 }
 
 void LibrarySyncController::enqueueImport(const ShortcutSnapshot &snapshot)
@@ -85,6 +87,7 @@ std::optional<SyncSummary> LibrarySyncController::finishIncrementalSync(QString 
     if (m_phase.isIcons())
         setPhase(SyncPhase::idle());
     m_settings.remove(QLatin1String(incrementalSyncStartedAtKey));
+    m_settings.sync();
     emit syncFinished();
     return summary;
 }

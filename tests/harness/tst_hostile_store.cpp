@@ -59,15 +59,16 @@ Run runList(const QString &dataDir, const QStringList &extra = {})
 
 // Root writes through permissions, so the directory is made read-only by a read-only bind mount
 // in a mount namespace of the child's own.
-const QString kReadOnlyListScript =
-    QStringLiteral("mount --bind \"$1\" \"$1\" && mount -o remount,bind,ro \"$1\" && "
-                   "exec \"$2\" list --data-dir \"$1\"");
+const QString kReadOnlyScript =
+    QStringLiteral("d=\"$1\"; p=\"$2\"; shift 2; mount --bind \"$d\" \"$d\" && "
+                   "mount -o remount,bind,ro \"$d\" && exec \"$p\" \"$@\" --data-dir \"$d\"");
 
-Run runListReadOnly(const QString &dataDir)
+Run runReadOnly(const QString &dataDir, const QStringList &arguments)
 {
     return runProgram(QStringLiteral("unshare"),
-                      {QStringLiteral("-m"), QStringLiteral("sh"), QStringLiteral("-c"),
-                       kReadOnlyListScript, QStringLiteral("sh"), dataDir, programPath()});
+                      QStringList{QStringLiteral("-m"), QStringLiteral("sh"), QStringLiteral("-c"),
+                                  kReadOnlyScript, QStringLiteral("sh"), dataDir, programPath()} +
+                          arguments);
 }
 
 bool canMountReadOnly()
@@ -318,15 +319,18 @@ void TestHostileStore::readsOddButReadableStores()
     QCOMPARE(snapshot(tmp.path()), before);
 }
 
-// A zero-byte file is what a kill leaves right after SQLite created the file: a new, empty store.
+// A zero-byte file is what a kill leaves right after SQLite created the file: an empty library,
+// which a reader leaves as it is.
 void TestHostileStore::emptyFileBecomesAStore()
 {
     QTemporaryDir tmp;
     QVERIFY(tmp.isValid());
     QVERIFY(writeFile(LibraryStoreContainer::storePath(tmp.path()), {}));
+    const auto before = snapshot(tmp.path());
     const Run r = runList(tmp.path());
     QVERIFY2(!r.crashed && r.exitCode == 0, r.err.constData());
     QVERIFY(r.out.isEmpty());
+    QCOMPARE(snapshot(tmp.path()), before);
     QString error;
     QVERIFY2(LibraryStoreContainer::open(tmp.path(), &error), qPrintable(error));
 }
@@ -356,19 +360,27 @@ void TestHostileStore::unwritableDataDirectory()
     QVERIFY2(!first.crashed && first.exitCode == 0, first.err.constData());
     const auto before = snapshot(tmp.path());
 
-    Run r;
+    // Reading needs nothing written: list reads it; sync, which would write, is refused.
+    Run listed, synced;
+    const QStringList sync{QStringLiteral("sync"), QStringLiteral("--script-host"),
+                           QStringLiteral("simulator")};
     if (root) {
-        r = runListReadOnly(tmp.path());
+        listed = runReadOnly(tmp.path(), {QStringLiteral("list")});
+        synced = runReadOnly(tmp.path(), sync);
     } else {
         QVERIFY(QFile::setPermissions(tmp.path(), QFile::ReadOwner | QFile::ExeOwner));
         QVERIFY(
             QFile::setPermissions(LibraryStoreContainer::storePath(tmp.path()), QFile::ReadOwner));
-        r = runList(tmp.path());
+        listed = runList(tmp.path());
+        synced =
+            runProgram(programPath(), sync + QStringList{QStringLiteral("--data-dir"), tmp.path()});
         QFile::setPermissions(tmp.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
-    QVERIFY2(!r.crashed, r.err.constData());
-    QCOMPARE(r.exitCode, 70);
-    QVERIFY2(r.err.startsWith(kFatalPrefix), r.err.constData());
+    QVERIFY2(!listed.crashed && listed.exitCode == 0, listed.err.constData());
+    QCOMPARE(listed.out, first.out);
+    QVERIFY2(!synced.crashed, synced.err.constData());
+    QCOMPARE(synced.exitCode, 70);
+    QVERIFY2(synced.err.contains(kFatalPrefix), synced.err.constData());
     QCOMPARE(snapshot(tmp.path()), before);
 }
 
