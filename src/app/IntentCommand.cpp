@@ -15,6 +15,7 @@
 #include "sync/SyncIntents.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFileInfo>
 
 QStringList backgroundArguments(const CommandLine &commandLine)
@@ -77,6 +78,8 @@ int runIntentCommand(const CommandLine &commandLine)
 
 void installIntentEndpoint(InstanceChannel &channel, LibrarySyncController &controller)
 {
+    controller.useImportJournal(
+        QDir(AppSettings::dataDirectory()).filePath(QStringLiteral("Pending Imports.jsonl")));
     QPointer<LibrarySyncController> target(&controller);
     channel.setIntentHandler([target](QString action, QStringList arguments)
                                  -> QCoro::Task<InstanceChannel::Reply> {

@@ -98,6 +98,8 @@ std::optional<SimulatedLibrary> SimulatedLibrary::fromJson(const QByteArray &jso
     library.switches.runByIdentifierAllowed =
         sw.value(QLatin1String("runByIdentifierAllowed")).toBool(true);
     library.switches.colorsAsData = sw.value(QLatin1String("colorsAsData")).toBool(false);
+    library.switches.listDelayMilliseconds =
+        int(qBound(0.0, sw.value(QLatin1String("listDelaySeconds")).toDouble(0), 30.0) * 1000);
 
     const QJsonValue foldersValue = root.value(QLatin1String("folders"));
     if (!foldersValue.isUndefined() && !foldersValue.isArray())
@@ -210,6 +212,8 @@ QJsonObject SimulatedLibrary::toJson() const
                    {QStringLiteral("scriptedIconsAllowed"), switches.scriptedIconsAllowed},
                    {QStringLiteral("runByIdentifierAllowed"), switches.runByIdentifierAllowed},
                    {QStringLiteral("colorsAsData"), switches.colorsAsData}};
+    if (switches.listDelayMilliseconds > 0)
+        sw.insert(QStringLiteral("listDelaySeconds"), switches.listDelayMilliseconds / 1000.0);
     QJsonArray list;
     for (const SimulatedShortcut &s : shortcuts) {
         QJsonObject o{{QStringLiteral("identifier"), s.identifier},

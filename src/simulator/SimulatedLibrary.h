@@ -47,6 +47,7 @@ struct SimulatedLibrary {
         bool scriptedIconsAllowed = true;   // false: icon scripts fail with -10004
         bool runByIdentifierAllowed = true; // false: "run shortcut id" fails with -10004
         bool colorsAsData = false;          // colours as 6 raw bytes instead of 3-item lists
+        int listDelayMilliseconds = 0;      // how long the list script takes (a large library)
     };
 
     Switches switches;

@@ -236,8 +236,11 @@ ScriptHostReply SimulatedShortcutsEvents::answer(const std::shared_ptr<Parsed> &
     const auto privilegeViolation = ScriptHostReply::failure(
         -10004, QStringLiteral("Shortcuts Events got an error: A privilege violation occurred."));
 
-    if (script == ShortcutsEventsBridge::listScript())
+    if (script == ShortcutsEventsBridge::listScript()) {
+        if (library.switches.listDelayMilliseconds > 0)
+            QThread::msleep(ulong(library.switches.listDelayMilliseconds));
         return ScriptHostReply::success(cachedListReply(parsed));
+    }
     if (!script.startsWith(tellPrefix))
         return notUnderstood();
     const QStringView command = QStringView(script).sliced(tellPrefix.size());

@@ -6,6 +6,7 @@
 #include "model/ModelContext.h"
 #include "shortcuts/IconProcessing.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
+#include "sync/ImportJournal.h"
 
 #include <QSet>
 #include <QSettings>

@@ -25,6 +25,7 @@ class QSettings;
 class ShortcutItem;
 class ShortcutsEventsBridge;
 class Workspace;
+class ImportJournal;
 
 // The lookup tables of one merge: records by identifier and by name, kept current while
 // snapshots are matched so that duplicates in one list land on the same record.
@@ -100,6 +101,9 @@ public:
     // The helper shortcut file; by default the bundled one, written out on first use.
     void setHelperShortcutPath(const QString &path) { m_helperShortcutPath = path; }
     void setImportBatchInterval(std::chrono::milliseconds interval);
+    // Keeps queued imports in this file until they are merged (owners only: one writer), and
+    // queues what an earlier owner left there.
+    void useImportJournal(const QString &path);
 
     // Observable state.
     SyncPhase phase() const { return m_phase; }
@@ -198,6 +202,7 @@ private:
     QString m_lastError;
 
     QList<ShortcutSnapshot> m_pendingImports;
+    std::unique_ptr<ImportJournal> m_importJournal;
     QTimer m_flushTimer;
 
     bool m_iconFetchBlocked = false;

@@ -3,6 +3,7 @@
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
 #include "shortcuts/Workspace.h"
+#include "sync/ImportJournal.h"
 #include "sync/LibrarySyncController.h"
 
 #include <QDir>
@@ -18,8 +19,22 @@ void LibrarySyncController::beginIncrementalSync()
     m_settings.sync();
 }
 
+void LibrarySyncController::useImportJournal(const QString &path)
+{
+    m_importJournal = std::make_unique<ImportJournal>(path);
+    const QList<ShortcutSnapshot> left = m_importJournal->read();
+    if (left.isEmpty())
+        return;
+    m_pendingImports.append(left);
+    emit pendingImportsChanged();
+    if (!m_flushTimer.isActive())
+        m_flushTimer.start();
+}
+
 void LibrarySyncController::enqueueImport(const ShortcutSnapshot &snapshot)
 {
+    if (m_importJournal)
+        m_importJournal->append(snapshot);
     m_pendingImports.append(snapshot);
     emit pendingImportsChanged();
     // Imports arriving while the timer runs join its batch; the timer is not restarted.
@@ -35,7 +50,11 @@ void LibrarySyncController::flushImports()
     const QList<ShortcutSnapshot> batch = std::exchange(m_pendingImports, {});
     emit pendingImportsChanged();
     QString error;
-    if (!mergeImports(batch, &error))
+    const bool merged = mergeImports(batch, &error);
+    // A failed batch is not retried, from memory or from the journal.
+    if (m_importJournal)
+        m_importJournal->clear();
+    if (!merged)
         setLastError(error);
 }
 
