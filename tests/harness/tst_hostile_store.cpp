@@ -1,6 +1,7 @@
 // Hands the real program store files it did not write (or cannot use) and checks that it either
 // refuses them cleanly, leaving them byte for byte as they were, or reads them without crashing.
 
+#include "harness/ProgramRuns.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
 #include "model/SqliteDatabase.h"
@@ -19,36 +20,6 @@
 namespace {
 
 const QByteArray kFatalPrefix = "Could not open the Thimblecraft store: ";
-
-QString programPath()
-{
-    return qEnvironmentVariable("THIMBLECRAFT_BINARY_DIR") +
-           QStringLiteral("/src/app/thimblecraft");
-}
-
-struct Run {
-    bool crashed = false;
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-Run runProgram(const QString &program, const QStringList &arguments)
-{
-    QProcess p;
-    p.start(program, arguments);
-    Run r;
-    if (!p.waitForFinished(30000)) {
-        p.kill();
-        p.waitForFinished();
-        r.crashed = true;
-    }
-    r.crashed = r.crashed || p.exitStatus() != QProcess::NormalExit;
-    r.exitCode = p.exitCode();
-    r.out = p.readAllStandardOutput();
-    r.err = p.readAllStandardError();
-    return r;
-}
 
 Run runList(const QString &dataDir, const QStringList &extra = {})
 {

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "app/InstanceChannel.h"
+#include "app/OwnerLock.h"
+#include "model/LibraryStoreContainer.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+#include <QThread>
+#include <fcntl.h>
+
+// What the processes of one library look like from outside: who has its store open for
+// writing, who owns it, and asking the owner to leave.
+namespace LibraryProcesses {
+
+// Processes with the store file open read-write, found through /proc.
+inline QSet<qint64> storeWriters(const QString &dataDirectory)
+{
+    const QString store =
+        QFileInfo(LibraryStoreContainer::storePath(dataDirectory)).canonicalFilePath();
+    QSet<qint64> writers;
+    if (store.isEmpty())
+        return writers;
+    const QStringList pids = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+    for (const QString &pid : pids) {
+        bool numeric = false;
+        const qint64 id = pid.toLongLong(&numeric);
+        if (!numeric)
+            continue;
+        const QString fdDir = QStringLiteral("/proc/%1/fd").arg(pid);
+        for (const QString &fd : QDir(fdDir).entryList(QDir::Files | QDir::System)) {
+            if (QFile::symLinkTarget(fdDir + QLatin1Char('/') + fd) != store)
+                continue;
+            QFile info(QStringLiteral("/proc/%1/fdinfo/%2").arg(pid, fd));
+            if (!info.open(QIODevice::ReadOnly))
+                continue;
+            for (const QByteArray &line : info.readAll().split('\n')) {
+                if (!line.startsWith("flags:"))
+                    continue;
+                const int flags = line.mid(6).trimmed().toInt(nullptr, 8);
+                if ((flags & O_ACCMODE) == O_RDWR)
+                    writers.insert(id);
+            }
+        }
+    }
+    return writers;
+}
+
+// The process id the owner wrote into its lock file; 0 when none holds it.
+inline qint64 ownerPid(const QString &dataDirectory)
+{
+    OwnerLock::Outcome outcome;
+    if (OwnerLock::tryAcquire(dataDirectory, &outcome))
+        return 0;
+    QFile file(OwnerLock::lockPath(dataDirectory));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    return file.readAll().trimmed().toLongLong();
+}
+
+inline bool hasOwner(const QString &dataDirectory)
+{
+    OwnerLock::Outcome outcome;
+    return !OwnerLock::tryAcquire(dataDirectory, &outcome) &&
+           outcome == OwnerLock::Outcome::heldElsewhere;
+}
+
+// Asks a windowless owner to leave and waits until it has; false when it is still there.
+inline bool dismissOwner(const QString &dataDirectory, int timeoutMs = 20000)
+{
+    for (int waited = 0; waited < timeoutMs; waited += 50) {
+        if (!hasOwner(dataDirectory))
+            return true;
+        InstanceChannel::send(InstanceChannel::socketPath(dataDirectory),
+                              InstanceChannel::quitRequest(), 2000);
+        QThread::msleep(50);
+    }
+    return !hasOwner(dataDirectory);
+}
+
+} // namespace LibraryProcesses
