@@ -22,6 +22,10 @@ public:
     static std::unique_ptr<OwnerLock> tryAcquire(const QString &dataDirectory, Outcome *outcome,
                                                  QString *error = nullptr);
 
+    // An owner keeps the lock until its process has ended: static destructors close the store
+    // after main() returns, and nobody may open it for writing before that.
+    static void keepUntilExit(std::unique_ptr<OwnerLock> lock) { (void)lock.release(); }
+
 private:
     explicit OwnerLock(int fd) : m_fd(fd) {}
     int m_fd;

@@ -118,8 +118,10 @@ int runSyncCommand(int argc, char *argv[], const std::function<bool()> &installP
     for (;;) {
         OwnerLock::Outcome outcome;
         QString error;
-        if (auto lock = OwnerLock::tryAcquire(dataDirectory, &outcome, &error))
+        if (auto lock = OwnerLock::tryAcquire(dataDirectory, &outcome, &error)) {
+            OwnerLock::keepUntilExit(std::move(lock));
             return syncAsOwner(app, installPlatform);
+        }
         if (outcome == OwnerLock::Outcome::failed) {
             printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(error));
             return 1;
@@ -150,7 +152,7 @@ int runBackgroundInstance(int argc, char *argv[], const std::function<bool()> &i
     const QString dataDirectory = AppSettings::dataDirectory();
     OwnerLock::Outcome outcome;
     QString error;
-    const auto lock = OwnerLock::tryAcquire(dataDirectory, &outcome, &error);
+    auto lock = OwnerLock::tryAcquire(dataDirectory, &outcome, &error);
     if (!lock) {
         if (outcome == OwnerLock::Outcome::heldElsewhere) {
             BackgroundStart::reportOwnerExists();
@@ -160,6 +162,7 @@ int runBackgroundInstance(int argc, char *argv[], const std::function<bool()> &i
         printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(error));
         return 1;
     }
+    OwnerLock::keepUntilExit(std::move(lock));
     // The store before the channel: a client must learn that it cannot be opened, not wait.
     QString message;
     if (!openOwnedStore(&message)) {

@@ -92,6 +92,7 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
     case Claim::failed:
         return 1;
     case Claim::owner:
+        OwnerLock::keepUntilExit(std::move(lock));
         break;
     }
 

@@ -48,23 +48,29 @@ inline QSet<qint64> storeWriters(const QString &dataDirectory)
     return writers;
 }
 
-// The process id the owner wrote into its lock file; 0 when none holds it.
-inline qint64 ownerPid(const QString &dataDirectory)
-{
-    OwnerLock::Outcome outcome;
-    if (OwnerLock::tryAcquire(dataDirectory, &outcome))
-        return 0;
-    QFile file(OwnerLock::lockPath(dataDirectory));
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    return file.readAll().trimmed().toLongLong();
-}
-
-inline bool hasOwner(const QString &dataDirectory)
+inline bool lockHeld(const QString &dataDirectory)
 {
     OwnerLock::Outcome outcome;
     return !OwnerLock::tryAcquire(dataDirectory, &outcome) &&
            outcome == OwnerLock::Outcome::heldElsewhere;
+}
+
+// The owner: the process id it wrote into its lock file, else the one process writing the
+// store; 0 when there is none.
+inline qint64 ownerPid(const QString &dataDirectory)
+{
+    if (lockHeld(dataDirectory)) {
+        QFile file(OwnerLock::lockPath(dataDirectory));
+        if (file.open(QIODevice::ReadOnly))
+            return file.readAll().trimmed().toLongLong();
+    }
+    const QSet<qint64> writers = storeWriters(dataDirectory);
+    return writers.size() == 1 ? *writers.begin() : 0;
+}
+
+inline bool hasOwner(const QString &dataDirectory)
+{
+    return lockHeld(dataDirectory) || !storeWriters(dataDirectory).isEmpty();
 }
 
 // Asks a windowless owner to leave and waits until it has; false when it is still there.

@@ -343,6 +343,33 @@ private slots:
         QCOMPARE(missing, QStringList());
     }
 
+    // A disk that fills up during a save: the save fails as a whole, the person is told, and the
+    // library is as it was (file size capped for the child, as a full disk would).
+    void diskFullDuringSave()
+    {
+        Fixture f;
+        QCOMPARE(f.run({QStringLiteral("sync")}).exitCode, 0);
+        const qint64 size = QFileInfo(LibraryStoreContainer::storePath(f.data)).size();
+        for (int i = 0; i < 2000; ++i)
+            f.shortcuts.add(QStringLiteral("BIG-%1").arg(i),
+                            QStringLiteral("Big %1 ").arg(i) + QString(300, u'x'));
+        f.shortcuts.publish();
+        const Run full = runProgram(
+            QStringLiteral("sh"),
+            QStringList{QStringLiteral("-c"),
+                        QStringLiteral("trap '' XFSZ; exec prlimit --fsize=%1 \"$0\" \"$@\"")
+                            .arg(size + 64 * 1024),
+                        programPath()} +
+                f.args({QStringLiteral("sync")}));
+        QVERIFY(!full.crashed);
+        QCOMPARE(full.exitCode, 1);
+        QVERIFY2(full.err.contains("disk") || full.err.contains("full"), full.err.constData());
+        checkIdentifiers(f.items(), 5);
+        // With room again, the same sync goes through.
+        const Run synced = f.run({QStringLiteral("sync")});
+        QVERIFY2(synced.out.startsWith("2005 shortcuts"), synced.out.constData());
+    }
+
     // Owners started in the same moment: one owns, the others leave without a word.
     void ownersStartedTogether()
     {
