@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MenuText.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
@@ -44,13 +45,10 @@ inline QMenu *findMenu(QObject *root, const QString &name)
     return root ? root->findChild<QMenu *>(name) : nullptr;
 }
 
-// Texts of a menu's actions in order; separators show as "-".
+// Texts of a menu's entries as shown, in order; separators show as "-".
 inline QStringList actionTexts(const QMenu *menu)
 {
-    QStringList texts;
-    for (const QAction *action : menu->actions())
-        texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-    return texts;
+    return displayedTexts(menu);
 }
 
 // Texts of a picker's entries in order.

@@ -8,6 +8,7 @@
 #include "ui/ShortcutDetailView.h"
 #include "ui/TagChipFlow.h"
 #include "ui/TagEditor.h"
+#include "ui/TextBlock.h"
 
 #include <QClipboard>
 #include <QFormLayout>
@@ -36,7 +37,7 @@ private:
     ShortcutItem *addShortcut(const QString &name);
     QString label(const QString &objectName) const
     {
-        return m_detail->findChild<QLabel *>(objectName)->text();
+        return m_detail->findChild<TextBlock *>(objectName)->text();
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;
