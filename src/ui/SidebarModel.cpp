@@ -224,7 +224,9 @@ void SidebarModel::contextChanged(const ModelChanges &changes)
 
 void SidebarModel::refresh()
 {
+    emit reconcileStarted();
     reconcile(m_root.get(), QModelIndex(), desiredTree());
+    emit reconcileFinished();
 }
 
 void SidebarModel::reconcile(Node *node, const QModelIndex &nodeIndex,
