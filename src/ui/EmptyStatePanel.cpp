@@ -5,6 +5,7 @@
 #include "ui/SymbolIcon.h"
 #include "ui/TextBlock.h"
 
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -30,12 +31,8 @@ EmptyStatePanel::EmptyStatePanel(QWidget *parent)
     secondary.setColor(QPalette::WindowText, colour);
     m_text->setPalette(secondary);
     m_symbolLabel->setAlignment(Qt::AlignCenter);
-    for (TextBlock *block : {m_title, m_text}) {
+    for (TextBlock *block : {m_title, m_text})
         block->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
-        QSizePolicy policy = block->sizePolicy();
-        policy.setVerticalPolicy(QSizePolicy::Maximum);
-        block->setSizePolicy(policy);
-    }
     ProminentButton::apply(m_button);
     m_button->setDefault(true);
     m_button->hide();
@@ -55,10 +52,16 @@ EmptyStatePanel::EmptyStatePanel(QWidget *parent)
     column->addSpacing(10);
     column->addWidget(m_button, 0, Qt::AlignHCenter);
 
+    // Centred by stretches, not by alignment: an aligned item is given the height its text
+    // needs at the column's full width, which cuts lines when the group is narrower.
+    auto *row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(group);
+    row->addStretch(1);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 24, 24, 24);
     layout->addStretch(1);
-    layout->addWidget(group, 0, Qt::AlignHCenter);
+    layout->addLayout(row);
     layout->addStretch(1);
 }
 

@@ -197,6 +197,8 @@ ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &ru
     m_name = new TextBlock(content);
     m_name->setObjectName(QStringLiteral("detailName"));
     m_name->setSelectable(true);
+    // A name of hundreds of letters would fill the pane; the rest is in its tooltip.
+    m_name->setMaximumLines(4);
     QFont nameFont = m_name->font();
     nameFont.setBold(true);
     nameFont.setPointSizeF(nameFont.pointSizeF() * 1.55);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/TextBlock.h"
+
 #include <QAbstractScrollArea>
 #include <QLabel>
 #include <QPushButton>
@@ -18,6 +20,8 @@ inline QString describe(const QWidget *widget)
         name = QString::fromLatin1(widget->metaObject()->className());
     if (const auto *label = qobject_cast<const QLabel *>(widget))
         name += QStringLiteral(" \"") + label->text().left(30) + u'"';
+    if (const auto *block = qobject_cast<const TextBlock *>(widget))
+        name += QStringLiteral(" \"") + block->text().left(30) + u'"';
     if (const auto *button = qobject_cast<const QAbstractButton *>(widget))
         name += QStringLiteral(" \"") + button->text().left(30) + u'"';
     const QWidget *parent = widget->parentWidget();
@@ -83,6 +87,11 @@ inline QStringList faults(const QWidget *root)
                                                     .arg(needed)
                                                     .arg(label->contentsRect().width()));
         }
+        if (const auto *block = qobject_cast<const TextBlock *>(widget);
+            block && block->height() < block->heightForWidth(block->width()))
+            found.append(describe(widget) + QStringLiteral(" cuts its lines: %1 high for %2")
+                                                .arg(block->height())
+                                                .arg(block->heightForWidth(block->width())));
         if (const auto *button = qobject_cast<const QPushButton *>(widget);
             button && !button->text().isEmpty() &&
             button->width() < button->minimumSizeHint().width())

@@ -16,6 +16,7 @@
 #include "ui/TagEditor.h"
 #include "ui/TextBlock.h"
 
+#include <QDir>
 #include <QLineEdit>
 #include <QSplitter>
 #include <QToolBar>
@@ -106,10 +107,25 @@ QString report(const QString &pane, const QStringList &faults)
     return pane + QStringLiteral(":\n  ") + faults.join(QStringLiteral("\n  "));
 }
 
+// With THIMBLECRAFT_SCREENSHOT_DIR set, each checked pane is also saved as a picture.
+void savePicture(QWidget *widget, const QString &pane)
+{
+    const QString dir = qEnvironmentVariable("THIMBLECRAFT_SCREENSHOT_DIR");
+    if (dir.isEmpty())
+        return;
+    QString name = QStringLiteral("layout-%1x%2-%3.png")
+                       .arg(widget->width())
+                       .arg(widget->height())
+                       .arg(pane.left(40));
+    name.replace(u' ', u'-');
+    widget->grab().save(QDir(dir).filePath(name));
+}
+
 #define CHECK_LAYOUT(widget, pane)                                                                 \
     do {                                                                                           \
         settle();                                                                                  \
         const QStringList faults_ = LayoutCheck::faults(widget);                                   \
+        savePicture(widget, pane);                                                                 \
         QVERIFY2(faults_.isEmpty(), qPrintable(report(pane, faults_)));                            \
     } while (false)
 } // namespace
