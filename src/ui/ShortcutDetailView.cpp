@@ -103,14 +103,14 @@ protected:
         QStylePainter painter(this);
         QStyleOptionButton option;
         initStyleOption(&option);
-        // Room the style keeps for the bevel, icon and menu arrow.
-        QStyleOptionButton empty = option;
-        empty.text.clear();
-        const int chrome =
-            style()->sizeFromContents(QStyle::CT_PushButton, &empty, QSize(), this).width() +
-            (menu() ? style()->pixelMetric(QStyle::PM_MenuButtonIndicator, &option, this) : 0) + 4;
-        option.text = PlainText::menuTitle(
-            fontMetrics().elidedText(m_title, Qt::ElideMiddle, std::max(0, width() - chrome)));
+        // Cut only when the button is narrower than it would like; what is not text in its
+        // wish is the room the style keeps for the bevel, icon and menu arrow.
+        const int wanted = QPushButton::sizeHint().width();
+        if (width() < wanted) {
+            const int chrome = wanted - fontMetrics().horizontalAdvance(m_title);
+            option.text = PlainText::menuTitle(
+                fontMetrics().elidedText(m_title, Qt::ElideMiddle, std::max(0, width() - chrome)));
+        }
         painter.drawControl(QStyle::CE_PushButton, option);
     }
 
