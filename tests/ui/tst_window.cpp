@@ -17,6 +17,7 @@
 #include "ui/ShortcutGridView.h"
 #include "ui/ShortcutListModel.h"
 #include "ui/SyncStatusLine.h"
+#include "ui/TextBlock.h"
 
 #include <QAbstractItemModelTester>
 #include <QAccessible>
@@ -25,6 +26,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QToolBar>
 #include <QToolButton>
@@ -55,6 +57,8 @@ private slots:
     void shortcutsFolderIsCheckedAndCanChange();
     void tilesAreAccessibleButtons();
     void clickAndKeyboard();
+    void newSectionStartsAtTheTop();
+    void windowIdentityAndPlainOutputs();
     void inspectorAndFavoriteButton();
     void callbackUrlReachesRunner();
 };
@@ -460,6 +464,39 @@ void WindowTest::clickAndKeyboard()
     favorite->setFocus(Qt::TabFocusReason);
     QTest::keyClick(favorite, Qt::Key_Space);
     QVERIFY(alpha->isFavorite());
+}
+
+void WindowTest::newSectionStartsAtTheTop()
+{
+    WindowFixture f;
+    ShortcutItem *last = nullptr;
+    for (int i = 0; i < 80; ++i)
+        last = f.insert(QStringLiteral("Shortcut %1").arg(i, 2, 10, QLatin1Char('0')), i);
+    last->setIsFavorite(true);
+    f.insert(QStringLiteral("Zz favourite"), 100)->setIsFavorite(true);
+    LibraryWindow &window = f.open();
+    settle();
+    ShortcutGridView *view = window.collection()->view();
+    f.navigation->setSelectedShortcut(last);
+    view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+    f.navigation->setSection(LibrarySection::favorites());
+    settle();
+    QCOMPARE(view->selectedItem(), last);
+    QCOMPARE(view->verticalScrollBar()->value(), 0);
+}
+
+void WindowTest::windowIdentityAndPlainOutputs()
+{
+    WindowFixture f;
+    LibraryWindow &window = f.open();
+    QVERIFY(!window.windowIcon().isNull());
+    QCOMPARE(QGuiApplication::desktopFileName(), QStringLiteral("com.thimblecraft.Thimblecraft"));
+
+    f.runner->handleCallbackURL(QUrl(QStringLiteral(
+        "thimblecraft://run-success?name=%3Cb%3EBold%3C/b%3E&result=%3Ch1%3EBig%3C/h1%3E")));
+    QCOMPARE(window.banner()->titleText(), QStringLiteral("Ran <b>Bold</b>"));
+    auto *detail = window.banner()->findChild<TextBlock *>(QStringLiteral("outcomeBannerDetail"));
+    QCOMPARE(detail->shownLines(), QStringList{QStringLiteral("<h1>Big</h1>")});
 }
 
 void WindowTest::inspectorAndFavoriteButton()
