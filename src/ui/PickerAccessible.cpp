@@ -1,5 +1,6 @@
 #include "ui/PickerAccessible.h"
 
+#include "ui/AccessibleLeaf.h"
 #include "ui/ColorSwatchPicker.h"
 #include "ui/SymbolPicker.h"
 
@@ -36,38 +37,23 @@ Cells cellsOf(SymbolPicker *picker)
             [picker](int i) { picker->setSymbol(SymbolPicker::symbols().value(i)); }};
 }
 
-class CellInterface : public QAccessibleInterface, public QAccessibleActionInterface {
+class CellInterface : public AccessibleLeaf {
 public:
     CellInterface(QWidget *picker, const Cells &cells, int index)
-        : m_picker(picker), m_cells(cells), m_index(index)
+        : AccessibleLeaf(picker), m_cells(cells), m_index(index)
     {
     }
 
-    bool isValid() const override { return m_picker && m_index < m_cells.count(); }
-    QObject *object() const override { return nullptr; }
-    QWindow *window() const override
-    {
-        return m_picker ? m_picker->window()->windowHandle() : nullptr;
-    }
-    QAccessibleInterface *parent() const override
-    {
-        return m_picker ? QAccessible::queryAccessibleInterface(m_picker.data()) : nullptr;
-    }
-    QAccessibleInterface *child(int) const override { return nullptr; }
-    int childCount() const override { return 0; }
-    int indexOfChild(const QAccessibleInterface *) const override { return -1; }
-    QAccessibleInterface *childAt(int, int) const override { return nullptr; }
+    bool isValid() const override { return m_owner && m_index < m_cells.count(); }
     QString text(QAccessible::Text t) const override
     {
         return t == QAccessible::Name && isValid() ? m_cells.name(m_index) : QString();
     }
-    void setText(QAccessible::Text, const QString &) override {}
     QRect rect() const override
     {
         if (!isValid())
             return {};
-        const QRect local = m_cells.rect(m_index);
-        return QRect(m_picker->mapToGlobal(local.topLeft()), local.size());
+        return onScreen(m_owner, m_cells.rect(m_index));
     }
     QAccessible::Role role() const override { return QAccessible::RadioButton; }
     QAccessible::State state() const override
@@ -78,22 +64,14 @@ public:
         state.checked = isValid() && m_cells.checked(m_index);
         return state;
     }
-    void *interface_cast(QAccessible::InterfaceType type) override
-    {
-        return type == QAccessible::ActionInterface
-                   ? static_cast<QAccessibleActionInterface *>(this)
-                   : nullptr;
-    }
     QStringList actionNames() const override { return {pressAction()}; }
     void doAction(const QString &name) override
     {
         if (name == pressAction() && isValid())
             m_cells.choose(m_index);
     }
-    QStringList keyBindingsForAction(const QString &) const override { return {}; }
 
 private:
-    QPointer<QWidget> m_picker;
     Cells m_cells;
     int m_index;
 };

@@ -1,6 +1,7 @@
 #include "ui/ShortcutGridAccessible.h"
 
 #include "model/ShortcutItem.h"
+#include "ui/AccessibleLeaf.h"
 #include "ui/ShortcutGridView.h"
 #include "ui/ShortcutListModel.h"
 
@@ -11,22 +12,14 @@
 namespace {
 // One tile or row. It is keyed by its shortcut, so it follows the shortcut when rows move;
 // the pointer is only compared, never followed, until the model still lists it.
-class TileInterface : public QAccessibleInterface, public QAccessibleActionInterface {
+class TileInterface : public AccessibleLeaf {
 public:
-    TileInterface(ShortcutGridView *view, const ShortcutItem *item) : m_view(view), m_item(item) {}
+    TileInterface(ShortcutGridView *view, const ShortcutItem *item)
+        : AccessibleLeaf(view), m_view(view), m_item(item)
+    {
+    }
 
     bool isValid() const override { return row() >= 0; }
-    QObject *object() const override { return nullptr; }
-    QWindow *window() const override { return m_view ? m_view->window()->windowHandle() : nullptr; }
-    QAccessibleInterface *parent() const override
-    {
-        return m_view ? QAccessible::queryAccessibleInterface(m_view.data()) : nullptr;
-    }
-    QAccessibleInterface *child(int) const override { return nullptr; }
-    int childCount() const override { return 0; }
-    int indexOfChild(const QAccessibleInterface *) const override { return -1; }
-    QAccessibleInterface *childAt(int, int) const override { return nullptr; }
-
     QString text(QAccessible::Text t) const override
     {
         const ShortcutItem *item = shown();
@@ -38,14 +31,12 @@ public:
             return item->isMissing() ? QStringLiteral("Missing from Shortcuts") : QString();
         return {};
     }
-    void setText(QAccessible::Text, const QString &) override {}
     QRect rect() const override
     {
         const int r = row();
         if (r < 0)
             return {};
-        const QRect local = m_view->visualRect(m_view->listModel()->index(r));
-        return QRect(m_view->viewport()->mapToGlobal(local.topLeft()), local.size());
+        return onScreen(m_view->viewport(), m_view->visualRect(m_view->listModel()->index(r)));
     }
     QAccessible::Role role() const override { return QAccessible::Button; }
     QAccessible::State state() const override
@@ -65,13 +56,6 @@ public:
             state.offscreen = true;
         return state;
     }
-    void *interface_cast(QAccessible::InterfaceType type) override
-    {
-        return type == QAccessible::ActionInterface
-                   ? static_cast<QAccessibleActionInterface *>(this)
-                   : nullptr;
-    }
-
     QStringList actionNames() const override { return {pressAction(), showMenuAction()}; }
     void doAction(const QString &name) override
     {
@@ -84,7 +68,6 @@ public:
         else if (name == showMenuAction())
             emit m_view->contextMenuRequested(item, rect().center());
     }
-    QStringList keyBindingsForAction(const QString &) const override { return {}; }
 
 private:
     int row() const
