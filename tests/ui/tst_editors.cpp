@@ -7,6 +7,7 @@
 #include "ui/SymbolPicker.h"
 #include "ui/TagEditor.h"
 
+#include <QAbstractItemView>
 #include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
@@ -308,8 +309,15 @@ void TestEditors::ruleRowControls()
     }
     if (field == QStringLiteral("Color")) {
         QCOMPARE(row.rule().text, QStringLiteral("Blue"));
-        QCOMPARE(row.findChild<QComboBox *>(QStringLiteral("ruleColor"))->currentText(),
-                 QStringLiteral("Blue"));
+        auto *family = row.findChild<QComboBox *>(QStringLiteral("ruleColor"));
+        QCOMPARE(family->currentText(), QStringLiteral("Blue"));
+        // The closed picker is narrow; its open list shows every name whole ("Orange").
+        row.resize(320, row.sizeHint().height());
+        row.show();
+        family->showPopup();
+        QTRY_VERIFY(family->view()->isVisible());
+        QVERIFY(family->view()->viewport()->width() >= family->view()->sizeHintForColumn(0));
+        family->hidePopup();
     }
     if (field == QStringLiteral("Last Run")) {
         auto *days = row.findChild<QSpinBox *>(QStringLiteral("ruleDays"));
