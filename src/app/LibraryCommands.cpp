@@ -6,6 +6,8 @@
 #include "sync/LibrarySyncController.h"
 #include "ui/LibraryNavigation.h"
 #include "ui/LibraryWindow.h"
+#include "ui/PlainText.h"
+#include "ui/ShortcutsFolderLink.h"
 
 #include <QAction>
 #include <QApplication>
@@ -21,9 +23,11 @@ QString databaseTitle()
                : QStringLiteral("Link Shortcuts Database for App Icons…");
 }
 
-QCoro::Task<> databaseCommand(QPointer<LibrarySyncController> syncer)
+// With choose, always asks for the folder first (to link another one).
+QCoro::Task<> databaseCommand(QPointer<LibrarySyncController> syncer, QWidget *parent, bool choose)
 {
-    if (!ShortcutsDatabase::hasFolderAccess() && !ShortcutsDatabase::chooseShortcutsFolder())
+    if ((choose || !ShortcutsDatabase::hasFolderAccess()) &&
+        !ShortcutsFolderLink::shared().choose(parent))
         co_return; // a cancelled chooser does nothing further
     if (syncer)
         co_await syncer->refreshFromDatabase();
@@ -34,7 +38,8 @@ LibraryCommands::LibraryCommands(LibraryWindow &window, AppUpdater &updater, QOb
     : QObject(parent), m_window(window), m_updater(updater)
 {
     QMenuBar *bar = window.menuBar();
-    m_applicationMenu = bar->addMenu(QStringLiteral("Thimblecraft"));
+    // The "&" marks the Alt+letter keys; the titles read "Thimblecraft" and "File".
+    m_applicationMenu = bar->addMenu(QStringLiteral("&Thimblecraft"));
     m_applicationMenu->setObjectName(QStringLiteral("applicationMenu"));
     QAction *about =
         add(m_applicationMenu, QStringLiteral("About Thimblecraft"), QStringLiteral("aboutAction"));
@@ -63,7 +68,7 @@ LibraryCommands::LibraryCommands(LibraryWindow &window, AppUpdater &updater, QOb
     quit->setShortcut(QKeySequence::Quit);
     connect(quit, &QAction::triggered, qApp, &QApplication::closeAllWindows);
 
-    m_fileMenu = bar->addMenu(QStringLiteral("File"));
+    m_fileMenu = bar->addMenu(QStringLiteral("&File"));
     m_fileMenu->setObjectName(QStringLiteral("fileMenu"));
     m_sync = add(m_fileMenu, QStringLiteral("Sync with Shortcuts"), QStringLiteral("syncCommand"));
     m_sync->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
@@ -81,8 +86,9 @@ LibraryCommands::LibraryCommands(LibraryWindow &window, AppUpdater &updater, QOb
                           QStringLiteral("installHelperCommand"));
     connect(m_installHelper, &QAction::triggered, this,
             [this] { m_window.syncer().installHelperShortcut(); });
-    m_runHelper = add(m_fileMenu, QStringLiteral("Run Helper Shortcut (Icons & Dates)"),
-                      QStringLiteral("runHelperCommand"));
+    m_runHelper =
+        add(m_fileMenu, PlainText::menuTitle(QStringLiteral("Run Helper Shortcut (Icons & Dates)")),
+            QStringLiteral("runHelperCommand"));
     connect(m_runHelper, &QAction::triggered, this,
             [this] { m_window.syncer().runHelperShortcut(); });
     m_retryIcons = add(m_fileMenu, QStringLiteral("Retry Icons from Shortcuts Events"),
@@ -90,8 +96,17 @@ LibraryCommands::LibraryCommands(LibraryWindow &window, AppUpdater &updater, QOb
     connect(m_retryIcons, &QAction::triggered, this, [this] { m_window.syncer().retryIcons(); });
     m_fileMenu->addSeparator();
     m_database = add(m_fileMenu, databaseTitle(), QStringLiteral("databaseCommand"));
-    connect(m_database, &QAction::triggered, this,
-            [this] { databaseCommand(QPointer<LibrarySyncController>(&m_window.syncer())); });
+    connect(m_database, &QAction::triggered, this, [this] {
+        databaseCommand(QPointer<LibrarySyncController>(&m_window.syncer()), &m_window, false);
+    });
+    // Once linked, another folder can be chosen (a wrong or empty one is not for good).
+    m_chooseFolder = add(m_fileMenu, QStringLiteral("Choose Shortcuts Folder…"),
+                         QStringLiteral("chooseShortcutsFolderCommand"));
+    connect(m_chooseFolder, &QAction::triggered, this, [this] {
+        databaseCommand(QPointer<LibrarySyncController>(&m_window.syncer()), &m_window, true);
+    });
+    connect(&ShortcutsFolderLink::shared(), &ShortcutsFolderLink::linked, this,
+            &LibraryCommands::refresh);
 
     // The menus are rebuilt (re-read) each time they open.
     connect(m_fileMenu, &QMenu::aboutToShow, this, &LibraryCommands::refresh);
@@ -117,4 +132,5 @@ void LibraryCommands::refresh()
     m_checkForUpdates->setEnabled(m_updater.canCheckForUpdates());
     m_runSelected->setEnabled(m_window.navigation().selectedShortcut() != nullptr);
     m_database->setText(databaseTitle());
+    m_chooseFolder->setVisible(ShortcutsDatabase::hasFolderAccess());
 }

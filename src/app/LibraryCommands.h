@@ -26,6 +26,7 @@ public:
     QAction *runHelper() const { return m_runHelper; }
     QAction *retryIcons() const { return m_retryIcons; }
     QAction *database() const { return m_database; }
+    QAction *chooseFolder() const { return m_chooseFolder; }
 
     // Re-reads every enabled state and the database command's title.
     void refresh();
@@ -47,5 +48,6 @@ private:
     QAction *m_installHelper;
     QAction *m_runHelper;
     QAction *m_retryIcons;
+    QAction *m_chooseFolder = nullptr;
     QAction *m_database;
 };

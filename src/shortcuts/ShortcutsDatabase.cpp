@@ -102,13 +102,18 @@ bool ShortcutsDatabase::chooseShortcutsFolder()
     return true;
 }
 
-std::optional<ShortcutsDatabase::Rows> ShortcutsDatabase::loadRows()
+std::optional<QString> ShortcutsDatabase::linkedFolder()
 {
     const QByteArray bookmark =
         AppSettings::store().value(QLatin1String(bookmarkKey)).toByteArray();
     if (bookmark.isEmpty())
         return std::nullopt;
-    const std::optional<QString> folder = folderFromBookmark(bookmark);
+    return folderFromBookmark(bookmark);
+}
+
+std::optional<ShortcutsDatabase::Rows> ShortcutsDatabase::loadRows()
+{
+    const std::optional<QString> folder = linkedFolder();
     if (!folder)
         return std::nullopt;
     const QFileInfo info(*folder);

@@ -32,6 +32,8 @@ inline constexpr char snapshotFolderName[] = "ShortcutsSnapshot";
 bool hasFolderAccess();
 // Asks for the Shortcuts folder and remembers it; main thread only. False when cancelled.
 bool chooseShortcutsFolder();
+// The folder the stored link names; no value when none is linked or the link is unreadable.
+std::optional<QString> linkedFolder();
 // The rows of the linked folder's database; no value when no folder is linked or it cannot be
 // reached. Reads must not overlap: they share one snapshot folder.
 std::optional<Rows> loadRows();

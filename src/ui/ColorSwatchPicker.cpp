@@ -1,6 +1,7 @@
 #include "ui/ColorSwatchPicker.h"
 
 #include "model/ColorHex.h"
+#include "ui/PickerAccessible.h"
 #include "ui/ShortcutPainter.h"
 
 #include <QHelpEvent>
@@ -45,6 +46,7 @@ ColorSwatchPicker::ColorSwatchPicker(bool allowNone, QWidget *parent)
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
     setAccessibleName(tr("Color"));
+    PickerAccessible::install();
 }
 
 void ColorSwatchPicker::setHex(const QString &hex)

@@ -1,16 +1,18 @@
 #include "ui/EmptyStatePanel.h"
 
 #include "shortcuts/SymbolTable.h"
+#include "ui/ProminentButton.h"
 #include "ui/SymbolIcon.h"
+#include "ui/TextBlock.h"
 
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QResizeEvent>
 #include <QVBoxLayout>
 
 EmptyStatePanel::EmptyStatePanel(QWidget *parent)
-    : QWidget(parent), m_symbolLabel(new QLabel(this)), m_title(new QLabel(this)),
-      m_text(new QLabel(this)), m_button(new QPushButton(this))
+    : QWidget(parent), m_symbolLabel(new QLabel), m_title(new TextBlock), m_text(new TextBlock),
+      m_button(new QPushButton)
 {
     setObjectName(QStringLiteral("emptyState"));
     m_symbolLabel->setObjectName(QStringLiteral("emptyStateSymbol"));
@@ -21,27 +23,45 @@ EmptyStatePanel::EmptyStatePanel(QWidget *parent)
     titleFont.setPointSizeF(titleFont.pointSizeF() * 1.45);
     titleFont.setBold(true);
     m_title->setFont(titleFont);
-    m_text->setWordWrap(true);
+    // A search text can be anything: three lines of it at most.
+    m_title->setMaximumLines(3);
     QPalette secondary = m_text->palette();
     QColor colour = secondary.color(QPalette::WindowText);
     colour.setAlphaF(0.6f);
     secondary.setColor(QPalette::WindowText, colour);
     m_text->setPalette(secondary);
-    for (QLabel *label : {m_symbolLabel, m_title, m_text})
-        label->setAlignment(Qt::AlignCenter);
+    m_symbolLabel->setAlignment(Qt::AlignCenter);
+    for (TextBlock *block : {m_title, m_text})
+        block->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+    ProminentButton::apply(m_button);
     m_button->setDefault(true);
     m_button->hide();
     connect(m_button, &QPushButton::clicked, this, &EmptyStatePanel::buttonClicked);
 
+    // Symbol, title, text and button stay together as one group in the middle of the pane.
+    auto *group = new QWidget(this);
+    group->setObjectName(QStringLiteral("emptyStateGroup"));
+    group->setMaximumWidth(440);
+    auto *column = new QVBoxLayout(group);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(6);
+    column->addWidget(m_symbolLabel, 0, Qt::AlignHCenter);
+    column->addSpacing(4);
+    column->addWidget(m_title);
+    column->addWidget(m_text);
+    column->addSpacing(10);
+    column->addWidget(m_button, 0, Qt::AlignHCenter);
+
+    // Centred by stretches, not by alignment: an aligned item is given the height its text
+    // needs at the column's full width, which cuts lines when the group is narrower.
+    auto *row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(group);
+    row->addStretch(1);
     auto *layout = new QVBoxLayout(this);
-    layout->setContentsMargins(32, 24, 32, 24);
+    layout->setContentsMargins(24, 24, 24, 24);
     layout->addStretch(1);
-    layout->addWidget(m_symbolLabel, 0, Qt::AlignHCenter);
-    layout->addSpacing(6);
-    layout->addWidget(m_title, 0, Qt::AlignHCenter);
-    layout->addWidget(m_text);
-    layout->addSpacing(8);
-    layout->addWidget(m_button, 0, Qt::AlignHCenter);
+    layout->addLayout(row);
     layout->addStretch(1);
 }
 
@@ -56,7 +76,6 @@ void EmptyStatePanel::show(const QString &symbol, const QString &title, const QS
     m_title->setText(title);
     m_text->setText(text);
     m_text->setVisible(!text.isEmpty());
-    fitTextHeight();
     m_button->setText(buttonTitle);
     m_button->setVisible(!buttonTitle.isEmpty());
 }
@@ -69,19 +88,4 @@ QString EmptyStatePanel::title() const
 QString EmptyStatePanel::text() const
 {
     return m_text->text();
-}
-
-void EmptyStatePanel::resizeEvent(QResizeEvent *event)
-{
-    QWidget::resizeEvent(event);
-    fitTextHeight();
-}
-
-// A wrapped label inside nested layouts is not always given its height for the width it gets,
-// which clips the second line; reserve that height explicitly.
-void EmptyStatePanel::fitTextHeight()
-{
-    const QMargins margins = layout()->contentsMargins();
-    const int width = std::max(1, this->width() - margins.left() - margins.right());
-    m_text->setMinimumHeight(m_text->heightForWidth(width));
 }

@@ -4,6 +4,7 @@
 
 class QLabel;
 class QPushButton;
+class TextBlock;
 
 // A centred panel for a view with nothing to show: a large symbol, a title, a line of text and
 // an optional prominent button.
@@ -22,15 +23,10 @@ public:
 signals:
     void buttonClicked();
 
-protected:
-    void resizeEvent(QResizeEvent *event) override;
-
 private:
-    void fitTextHeight();
-
     QLabel *m_symbolLabel;
-    QLabel *m_title;
-    QLabel *m_text;
+    TextBlock *m_title;
+    TextBlock *m_text;
     QPushButton *m_button;
     QString m_symbol;
 };

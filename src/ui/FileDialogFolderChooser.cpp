@@ -1,11 +1,24 @@
 #include "ui/FileDialogFolderChooser.h"
 
+#include "model/AppSettings.h"
 #include "ui/PlainFileIconProvider.h"
 
 #include <QDir>
 #include <QFileDialog>
 #include <QGridLayout>
 #include <QLabel>
+
+QString FileDialogFolderChooser::startDirectory(const QString &requested)
+{
+    if (!requested.isEmpty() && QDir(requested).exists())
+        return requested;
+    // Away from macOS the Shortcuts folder is the simulated app's, beside its default library.
+    const QString simulated = QDir(AppSettings::dataDirectory())
+                                  .filePath(QStringLiteral("Simulated Shortcuts/Shortcuts"));
+    if (QDir(simulated).exists())
+        return simulated;
+    return QDir::homePath();
+}
 
 std::optional<QString> FileDialogFolderChooser::chooseFolder(const Request &request)
 {
@@ -20,10 +33,7 @@ std::optional<QString> FileDialogFolderChooser::chooseFolder(const Request &requ
     dialog.setFileMode(QFileDialog::Directory);
     dialog.setOption(QFileDialog::ShowDirsOnly, true);
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
-    if (QDir(request.startDirectory).exists())
-        dialog.setDirectory(request.startDirectory);
-    else
-        dialog.setDirectory(QDir::homePath());
+    dialog.setDirectory(startDirectory(request.startDirectory));
     if (!request.prompt.isEmpty())
         dialog.setLabelText(QFileDialog::Accept, request.prompt);
     if (!request.message.isEmpty()) {

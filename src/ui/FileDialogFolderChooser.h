@@ -9,6 +9,9 @@ class FileDialogFolderChooser final : public FolderChooser {
 public:
     explicit FileDialogFolderChooser(QWidget *parent = nullptr) : m_parent(parent) {}
     std::optional<QString> chooseFolder(const Request &request) override;
+    // Where the dialog opens: the requested folder when it exists, else the simulated Shortcuts
+    // folder when there is one, else the home folder.
+    static QString startDirectory(const QString &requested);
 
 private:
     QWidget *m_parent;

@@ -58,6 +58,8 @@ QSize FlowLayout::sizeHint() const
 
 QSize FlowLayout::minimumSize() const
 {
+    // An item wider than the flow is narrowed to it (down to its own minimum), so the flow
+    // never holds its column wider than the narrowest item allows.
     QSize size;
     for (QLayoutItem *item : m_items)
         size = size.expandedTo(item->minimumSize());
@@ -81,7 +83,8 @@ int FlowLayout::place(const QRect &bounds, bool apply) const
     for (QLayoutItem *item : m_items) {
         if (item->isEmpty())
             continue;
-        const QSize size = item->sizeHint();
+        QSize size = item->sizeHint();
+        size.setWidth(std::min(size.width(), std::max(maxX - minX, item->minimumSize().width())));
         if (x + size.width() > maxX && x > minX) {
             x = minX;
             y += rowHeight + m_spacing;

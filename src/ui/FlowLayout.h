@@ -5,7 +5,7 @@
 
 // Places items in rows, left to right, wrapping when the next one does not fit. The same
 // spacing separates items in a row and rows from each other. An item wider than the bounds
-// sits alone at the start of its row and overflows.
+// sits alone at the start of its row, narrowed to the bounds as far as its minimum allows.
 class FlowLayout : public QLayout {
     Q_OBJECT
 public:

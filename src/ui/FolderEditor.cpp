@@ -4,6 +4,7 @@
 #include "model/FlattenedTree.h"
 #include "model/ModelContext.h"
 #include "ui/ColorSwatchPicker.h"
+#include "ui/CompactComboBox.h"
 #include "ui/ShortcutPainter.h"
 #include "ui/SymbolPicker.h"
 
@@ -28,6 +29,7 @@ FolderEditor::FolderEditor(ModelContext &context, const FolderEditTarget &target
     m_name->setObjectName(QStringLiteral("folderEditorName"));
     m_parent = new QComboBox(this);
     m_parent->setObjectName(QStringLiteral("folderEditorParent"));
+    CompactComboBox::apply(m_parent);
     m_color = new ColorSwatchPicker(true, this);
     m_color->setObjectName(QStringLiteral("folderEditorColor"));
     m_symbol = new SymbolPicker(this);

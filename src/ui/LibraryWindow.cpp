@@ -3,10 +3,12 @@
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "sync/LibrarySyncController.h"
-#include "ui/EditorSheet.h"
+#include "ui/AppIcon.h"
 #include "ui/DetailColumn.h"
+#include "ui/EditorSheet.h"
 #include "ui/LibraryNavigation.h"
 #include "ui/OutcomeBanner.h"
+#include "ui/PlainText.h"
 #include "ui/ShortcutCollectionView.h"
 #include "ui/ShortcutContextMenu.h"
 #include "ui/ShortcutDetailView.h"
@@ -15,6 +17,7 @@
 #include "ui/TagEditor.h"
 #include "ui/WindowSettings.h"
 
+#include <QGuiApplication>
 #include <QMessageBox>
 #include <QSplitter>
 #include <QVBoxLayout>
@@ -43,6 +46,8 @@ LibraryWindow::LibraryWindow(ModelContext &context, LibraryNavigation &navigatio
 {
     setObjectName(QStringLiteral("libraryWindow"));
     setWindowTitle(QStringLiteral("Thimblecraft"));
+    AppIcon::applyToApplication();
+    setWindowIcon(QGuiApplication::windowIcon());
     setMinimumSize(1000, 560);
     navigation.watch(context);
 
@@ -148,12 +153,16 @@ void LibraryWindow::lastErrorChanged()
             m_syncFailedAlert->close();
         return;
     }
+    // Alert titles are not shown on every platform: "Sync Failed" is the alert's text and the
+    // error its informative text.
     if (m_syncFailedAlert) {
-        m_syncFailedAlert->setText(error);
+        PlainText::setInformativeText(m_syncFailedAlert, error);
         return;
     }
-    auto *alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("Sync Failed"), error,
-                                  QMessageBox::Ok, this);
+    auto *alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("Sync Failed"),
+                                  QStringLiteral("Sync Failed"), QMessageBox::Ok, this);
+    alert->setTextFormat(Qt::PlainText);
+    PlainText::setInformativeText(alert, error);
     alert->setObjectName(QStringLiteral("syncFailedAlert"));
     alert->setAttribute(Qt::WA_DeleteOnClose);
     // Dismissing it by any means clears the error, so it comes back only with the next one.

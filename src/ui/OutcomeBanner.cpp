@@ -2,10 +2,12 @@
 
 #include "shortcuts/ShortcutRunner.h"
 #include "ui/SymbolIcon.h"
+#include "ui/TextBlock.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLayout>
 #include <QPainter>
 #include <QPainterPath>
 #include <QToolButton>
@@ -18,8 +20,8 @@ constexpr int bannerMaximumWidth = 520;
 } // namespace
 
 OutcomeBanner::OutcomeBanner(ShortcutRunner &runner, QWidget *parent)
-    : QWidget(parent), m_runner(runner), m_icon(new QLabel(this)), m_title(new QLabel(this)),
-      m_detail(new QLabel(this)), m_close(new QToolButton(this)),
+    : QWidget(parent), m_runner(runner), m_icon(new QLabel(this)), m_title(new TextBlock(this)),
+      m_detail(new TextBlock(this)), m_close(new QToolButton(this)),
       m_opacity(new QGraphicsOpacityEffect(this)),
       m_slide(new QPropertyAnimation(this, "pos", this)),
       m_fade(new QPropertyAnimation(m_opacity, "opacity", this))
@@ -38,9 +40,9 @@ OutcomeBanner::OutcomeBanner(ShortcutRunner &runner, QWidget *parent)
     QFont callout = m_detail->font();
     callout.setPointSizeF(callout.pointSizeF() * 0.95);
     m_detail->setFont(callout);
-    m_detail->setWordWrap(true);
-    m_detail->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    m_detail->setMaximumHeight(QFontMetrics(callout).lineSpacing() * 4);
+    m_detail->setMaximumLines(4);
+    m_detail->setSelectable(true);
+    m_title->setMaximumLines(2);
     QPalette secondary = m_detail->palette();
     QColor colour = secondary.color(QPalette::WindowText);
     colour.setAlphaF(0.65f);
@@ -49,6 +51,7 @@ OutcomeBanner::OutcomeBanner(ShortcutRunner &runner, QWidget *parent)
     m_close->setAutoRaise(true);
     m_close->setIcon(SymbolIcon::icon(QStringLiteral("xmark")));
     m_close->setToolTip(QStringLiteral("Close"));
+    m_close->setAccessibleName(QStringLiteral("Close"));
     connect(m_close, &QToolButton::clicked, this, [this] { setVisibleID({}); });
 
     auto *text = new QVBoxLayout;
@@ -70,6 +73,7 @@ OutcomeBanner::OutcomeBanner(ShortcutRunner &runner, QWidget *parent)
     m_slide->setDuration(380);
     m_slide->setEasingCurve(QEasingCurve::OutBack);
     m_fade->setDuration(300);
+    connect(m_slide, &QPropertyAnimation::finished, this, &OutcomeBanner::reposition);
     connect(m_fade, &QPropertyAnimation::finished, this, [this] {
         if (m_visibleID.isNull())
             QWidget::hide();
@@ -104,6 +108,13 @@ void OutcomeBanner::outcomeChanged()
     const QString detail = failed ? *outcome->error : outcome->output.value_or(QString());
     m_detail->setText(detail);
     m_detail->setHidden(detail.isEmpty());
+    // The card is sized from this content, not from the last outcome's: a hidden banner's
+    // nested layouts keep their cached sizes until they are told.
+    for (QLayout *nested : findChildren<QLayout *>())
+        nested->invalidate();
+    layout()->invalidate();
+    if (!m_visibleID.isNull())
+        setGeometry(restingGeometry());
     setVisibleID(outcome->id);
 }
 
@@ -146,7 +157,10 @@ void OutcomeBanner::setVisibleID(const QUuid &id)
 QRect OutcomeBanner::restingGeometry() const
 {
     const QWidget *host = parentWidget();
-    const int width = std::min(bannerMaximumWidth + 2 * shadowMargin, host->width() - 40);
+    // As wide as the content wants, at most 520 for the card, and never wider than the window.
+    const int wanted = std::max(layout()->sizeHint().width(), 280 + 2 * shadowMargin);
+    const int width = std::max(0, std::min({bannerMaximumWidth + 2 * shadowMargin, wanted,
+                                            host->width() - 40 + 2 * shadowMargin}));
     const int height = std::max(layout()->heightForWidth(width), layout()->minimumSize().height());
     return QRect((host->width() - width) / 2, host->height() - bottomGap - height + shadowMargin,
                  width, height);
@@ -154,13 +168,29 @@ QRect OutcomeBanner::restingGeometry() const
 
 void OutcomeBanner::reposition()
 {
-    if (!m_visibleID.isNull() && m_slide->state() != QAbstractAnimation::Running)
-        setGeometry(restingGeometry());
+    if (m_visibleID.isNull())
+        return;
+    const QRect rest = restingGeometry();
+    // A window that is still being laid out (a URL opened at launch) ends the slide where the
+    // banner belongs now, not where it belonged when the slide began.
+    if (m_slide->state() == QAbstractAnimation::Running) {
+        m_slide->setEndValue(rest.topLeft());
+        resize(rest.size());
+    } else if (geometry() != rest) {
+        setGeometry(rest);
+    }
+}
+
+bool OutcomeBanner::isSettled() const
+{
+    return m_slide->state() != QAbstractAnimation::Running &&
+           m_fade->state() != QAbstractAnimation::Running;
 }
 
 bool OutcomeBanner::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == parentWidget() && event->type() == QEvent::Resize)
+    if (watched == parentWidget() &&
+        (event->type() == QEvent::Resize || event->type() == QEvent::Show))
         reposition();
     return QWidget::eventFilter(watched, event);
 }

@@ -10,6 +10,7 @@
 class QLabel;
 class QToolButton;
 class ShortcutRunner;
+class TextBlock;
 
 // Reports the outcome of the run that finished last, over the bottom centre of its parent. It
 // slides up and fades in for each new outcome, hides itself after six seconds (restarted by
@@ -29,6 +30,8 @@ public:
     QToolButton *closeButton() const { return m_close; }
     // Places the banner 20 above the parent's bottom edge, centred, at most 520 wide.
     void reposition();
+    // Not sliding or fading.
+    bool isSettled() const;
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -42,8 +45,8 @@ private:
     ShortcutRunner &m_runner;
     QUuid m_visibleID;
     QLabel *m_icon;
-    QLabel *m_title;
-    QLabel *m_detail;
+    TextBlock *m_title;
+    TextBlock *m_detail;
     QToolButton *m_close;
     QTimer m_hideTimer;
     QGraphicsOpacityEffect *m_opacity;

@@ -11,6 +11,7 @@
 #include "ui/ShortcutListModel.h"
 #include "ui/SymbolIcon.h"
 #include "ui/SyncStatusLine.h"
+#include "ui/TextBlock.h"
 #include "ui/WindowSettings.h"
 
 #include <QAction>
@@ -68,7 +69,7 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
     : QWidget(parent), m_context(context), m_navigation(navigation), m_runner(runner),
       m_syncer(syncer), m_model(new ShortcutListModel(this)), m_view(new ShortcutGridView(this)),
       m_stack(new QStackedWidget(this)), m_empty(new EmptyStatePanel(this)),
-      m_status(new SyncStatusLine(syncer, context, this)), m_title(new QLabel(this)),
+      m_status(new SyncStatusLine(syncer, context, this)), m_title(new TextBlock(this)),
       m_subtitle(new QLabel(this)), m_toolbar(new QToolBar(this)), m_search(new QLineEdit(this)),
       m_adoption(context)
 {
@@ -85,6 +86,10 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
     titleFont.setPointSizeF(titleFont.pointSizeF() * 1.3);
     titleFont.setBold(true);
     m_title->setFont(titleFont);
+    // The title takes what the toolbar leaves and cuts a long name with an ellipsis.
+    m_title->setMaximumLines(1);
+    m_title->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_title->setMinimumWidth(60);
     QPalette secondary = m_subtitle->palette();
     QColor colour = secondary.color(QPalette::WindowText);
     colour.setAlphaF(0.6f);
@@ -96,8 +101,17 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
     if (SymbolTable::contains(QStringLiteral("magnifyingglass")))
         m_search->addAction(SymbolIcon::icon(QStringLiteral("magnifyingglass")),
                             QLineEdit::LeadingPosition);
-    m_search->setMinimumWidth(160);
-    m_search->setMaximumWidth(260);
+    // Its width follows the column's (see resizeEvent), never the text typed into it.
+    m_search->setFixedWidth(searchWidth());
+    auto *find = new QAction(QStringLiteral("Find"), this);
+    find->setObjectName(QStringLiteral("findAction"));
+    find->setShortcut(QKeySequence::Find);
+    find->setShortcutContext(Qt::WindowShortcut);
+    connect(find, &QAction::triggered, this, [this] {
+        m_search->setFocus(Qt::ShortcutFocusReason);
+        m_search->selectAll();
+    });
+    addAction(find);
     buildToolbar();
 
     auto *titles = new QVBoxLayout;
@@ -124,6 +138,14 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
     layout->addWidget(divider);
     layout->addWidget(m_status);
 
+    // Date-based sections (Recently Run, smart lists over dates) and relative dates in rows move
+    // on with the clock, even when nothing else changes.
+    m_clock.setInterval(60'000);
+    connect(&m_clock, &QTimer::timeout, this, [this] {
+        refresh(false);
+        m_view->viewport()->update();
+    });
+    m_clock.start();
     m_refreshTimer.setSingleShot(true);
     m_refreshTimer.setInterval(0);
     connect(&m_refreshTimer, &QTimer::timeout, this, [this] { refresh(false); });
@@ -145,6 +167,8 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
     connect(m_empty, &EmptyStatePanel::buttonClicked, this, [this] { m_syncer.sync(); });
 
     connect(m_view, &ShortcutGridView::itemClicked, this,
+            [this](ShortcutItem *item) { m_navigation.setSelectedShortcut(item); });
+    connect(m_view, &ShortcutGridView::selectionRestored, this,
             [this](ShortcutItem *item) { m_navigation.setSelectedShortcut(item); });
     connect(m_view, &ShortcutGridView::itemDoubleClicked, this,
             &ShortcutCollectionView::itemDoubleClicked);
@@ -170,32 +194,25 @@ void ShortcutCollectionView::buildToolbar()
     m_toolbar->setIconSize(QSize(18, 18));
     m_toolbar->setToolButtonStyle(Qt::ToolButtonIconOnly);
 
-    // View: grid or list.
-    auto *viewPicker = new QWidget(m_toolbar);
-    viewPicker->setObjectName(QStringLiteral("viewPicker"));
-    viewPicker->setToolTip(QStringLiteral("Grid or list"));
-    auto *pickerLayout = new QHBoxLayout(viewPicker);
-    pickerLayout->setContentsMargins(0, 0, 6, 0);
-    pickerLayout->setSpacing(0);
-    auto *modes = new QButtonGroup(viewPicker);
-    for (auto [button, symbol, name, accessible] :
-         {std::tuple{&m_gridButton, "square.grid.2x2", "viewGridButton", "Grid"},
-          std::tuple{&m_listButton, "list.bullet", "viewListButton", "List"}}) {
-        *button = new QToolButton(viewPicker);
-        (*button)->setObjectName(QString::fromLatin1(name));
-        (*button)->setCheckable(true);
-        (*button)->setAutoRaise(true);
-        (*button)->setIcon(SymbolIcon::icon(QString::fromLatin1(symbol)));
-        (*button)->setToolTip(QStringLiteral("Grid or list"));
-        (*button)->setAccessibleName(QString::fromLatin1(accessible));
-        modes->addButton(*button);
-        pickerLayout->addWidget(*button);
+    // View: grid or list. Plain checkable actions, so that a narrow window lists them in the
+    // toolbar's overflow menu like every other command.
+    auto *modes = new QActionGroup(m_toolbar);
+    modes->setExclusive(true);
+    for (auto [action, symbol, name, title] :
+         {std::tuple{&m_gridAction, "square.grid.2x2", "viewGridAction", "Grid"},
+          std::tuple{&m_listAction, "list.bullet", "viewListAction", "List"}}) {
+        *action = m_toolbar->addAction(SymbolIcon::icon(QString::fromLatin1(symbol)),
+                                       QString::fromLatin1(title));
+        (*action)->setObjectName(QString::fromLatin1(name));
+        (*action)->setCheckable(true);
+        (*action)->setToolTip(QStringLiteral("Grid or list"));
+        modes->addAction(*action);
     }
-    connect(m_gridButton, &QToolButton::clicked, this,
+    connect(m_gridAction, &QAction::triggered, this,
             [] { WindowSettings::shared().setViewMode(WindowSettings::ViewMode::grid); });
-    connect(m_listButton, &QToolButton::clicked, this,
+    connect(m_listAction, &QAction::triggered, this,
             [] { WindowSettings::shared().setViewMode(WindowSettings::ViewMode::list); });
-    m_toolbar->addWidget(viewPicker);
+    m_toolbar->addSeparator();
 
     m_syncAction = m_toolbar->addAction(
         SymbolIcon::icon(QStringLiteral("arrow.triangle.2.circlepath")), QStringLiteral("Sync"));
@@ -227,32 +244,25 @@ void ShortcutCollectionView::buildToolbar()
         updateSelectionActions();
     });
 
-    m_moreButton = new QToolButton(m_toolbar);
-    m_moreButton->setObjectName(QStringLiteral("moreButton"));
-    m_moreButton->setText(QStringLiteral("More"));
-    m_moreButton->setToolTip(QStringLiteral("More"));
-    m_moreButton->setIcon(SymbolIcon::icon(QStringLiteral("ellipsis.circle")));
-    m_moreButton->setPopupMode(QToolButton::InstantPopup);
-    m_moreButton->setAutoRaise(true);
-    m_moreMenu = new QMenu(m_moreButton);
+    m_moreMenu = new QMenu(QStringLiteral("More"), this);
     m_moreMenu->setObjectName(QStringLiteral("moreMenu"));
-    m_moreButton->setMenu(m_moreMenu);
+    m_moreMenu->setIcon(SymbolIcon::icon(QStringLiteral("ellipsis.circle")));
+    m_moreAction = m_moreMenu->menuAction();
+    m_moreAction->setObjectName(QStringLiteral("moreAction"));
+    m_moreAction->setToolTip(QStringLiteral("More"));
     connect(m_moreMenu, &QMenu::aboutToShow, this, [this] {
         m_moreMenu->clear();
         if (ShortcutItem *item = m_navigation.selectedShortcut(); item && m_contextMenuBuilder)
             m_contextMenuBuilder(m_moreMenu, item);
     });
-    m_toolbar->addWidget(m_moreButton);
+    m_toolbar->addAction(m_moreAction);
 
-    m_sortButton = new QToolButton(m_toolbar);
-    m_sortButton->setObjectName(QStringLiteral("sortButton"));
-    m_sortButton->setText(QStringLiteral("Sort"));
-    m_sortButton->setToolTip(QStringLiteral("Sort"));
-    m_sortButton->setIcon(SymbolIcon::icon(QStringLiteral("arrow.up.arrow.down")));
-    m_sortButton->setPopupMode(QToolButton::InstantPopup);
-    m_sortButton->setAutoRaise(true);
-    auto *sortMenu = new QMenu(m_sortButton);
+    auto *sortMenu = new QMenu(QStringLiteral("Sort"), this);
     sortMenu->setObjectName(QStringLiteral("sortMenu"));
+    sortMenu->setIcon(SymbolIcon::icon(QStringLiteral("arrow.up.arrow.down")));
+    QAction *sortAction = sortMenu->menuAction();
+    sortAction->setObjectName(QStringLiteral("sortAction"));
+    sortAction->setToolTip(QStringLiteral("Sort"));
     sortMenu->addSection(QStringLiteral("Sort By"));
     m_sortKeys = new QActionGroup(sortMenu);
     for (ShortcutSort key : allSortKeys) {
@@ -278,8 +288,28 @@ void ShortcutCollectionView::buildToolbar()
             [] { WindowSettings::shared().setSortAscending(true); });
     connect(m_descending, &QAction::triggered, this,
             [] { WindowSettings::shared().setSortAscending(false); });
-    m_sortButton->setMenu(sortMenu);
-    m_toolbar->addWidget(m_sortButton);
+    m_toolbar->addAction(sortAction);
+
+    // Menus open on a click, and every button takes the keyboard focus in turn.
+    for (QAction *action : m_toolbar->actions()) {
+        if (auto *button = qobject_cast<QToolButton *>(m_toolbar->widgetForAction(action))) {
+            button->setFocusPolicy(Qt::TabFocus);
+            button->setAccessibleName(action->text());
+            if (action->menu())
+                button->setPopupMode(QToolButton::InstantPopup);
+        }
+    }
+}
+
+int ShortcutCollectionView::searchWidth() const
+{
+    return std::clamp(width() / 4, 140, 260);
+}
+
+void ShortcutCollectionView::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    m_search->setFixedWidth(searchWidth());
 }
 
 void ShortcutCollectionView::setContextMenuBuilder(ContextMenuBuilder builder)
@@ -474,7 +504,7 @@ void ShortcutCollectionView::updateSelectionActions()
         SymbolIcon::icon(favorite ? QStringLiteral("star.fill") : QStringLiteral("star")));
     m_favoriteAction->setToolTip(favorite ? QStringLiteral("Remove from Favorites")
                                           : QStringLiteral("Add to Favorites"));
-    m_moreButton->setEnabled(item != nullptr);
+    m_moreAction->setEnabled(item != nullptr);
 }
 
 void ShortcutCollectionView::updateSortMenu()
@@ -493,8 +523,8 @@ void ShortcutCollectionView::updateSortMenu()
 void ShortcutCollectionView::applyViewMode()
 {
     const bool list = WindowSettings::shared().viewMode() == WindowSettings::ViewMode::list;
-    m_gridButton->setChecked(!list);
-    m_listButton->setChecked(list);
+    m_gridAction->setChecked(!list);
+    m_listAction->setChecked(list);
     m_view->setMode(list ? ShortcutItemDelegate::Mode::list : ShortcutItemDelegate::Mode::grid);
 }
 
@@ -528,7 +558,7 @@ void ShortcutCollectionView::promptForInput(ShortcutItem *item)
     alert->setWindowTitle(
         QStringLiteral("Run %1 with Input")
             .arg(item->name().isEmpty() ? QStringLiteral("Shortcut") : item->name()));
-    auto *title = new QLabel(alert->windowTitle(), alert);
+    auto *title = new TextBlock(alert->windowTitle(), alert);
     QFont bold = title->font();
     bold.setBold(true);
     title->setFont(bold);

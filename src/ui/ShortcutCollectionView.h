@@ -28,6 +28,7 @@ class ShortcutItem;
 class ShortcutListModel;
 class ShortcutRunner;
 class SyncStatusLine;
+class TextBlock;
 struct ModelChanges;
 
 // The middle column: the section's shortcuts as a grid or list with its title, search field,
@@ -67,7 +68,11 @@ signals:
     // After the list was recomputed and shown.
     void refreshed();
 
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
+    int searchWidth() const;
     void buildToolbar();
     void sectionChanged();
     void contextChanged(const ModelChanges &changes);
@@ -91,18 +96,17 @@ private:
     QStackedWidget *m_stack;
     EmptyStatePanel *m_empty;
     SyncStatusLine *m_status;
-    QLabel *m_title;
+    TextBlock *m_title;
     QLabel *m_subtitle;
     QToolBar *m_toolbar;
     QLineEdit *m_search;
-    QToolButton *m_gridButton = nullptr;
-    QToolButton *m_listButton = nullptr;
+    QAction *m_gridAction = nullptr;
+    QAction *m_listAction = nullptr;
     QAction *m_syncAction = nullptr;
     QAction *m_detailsAction = nullptr;
     QAction *m_favoriteAction = nullptr;
-    QToolButton *m_moreButton = nullptr;
+    QAction *m_moreAction = nullptr;
     QMenu *m_moreMenu = nullptr;
-    QToolButton *m_sortButton = nullptr;
     QActionGroup *m_sortKeys = nullptr;
     QAction *m_ascending = nullptr;
     QAction *m_descending = nullptr;
@@ -111,4 +115,5 @@ private:
     SmartListSortAdoption m_adoption;
     std::optional<LibrarySection> m_shownSection;
     QTimer m_refreshTimer;
+    QTimer m_clock;
 };

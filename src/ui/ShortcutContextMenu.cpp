@@ -4,6 +4,7 @@
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "ui/LibraryNavigation.h"
+#include "ui/PlainText.h"
 #include "ui/SymbolIcon.h"
 
 #include <QClipboard>
@@ -69,7 +70,7 @@ void populateFolderMenu(QMenu *menu, ShortcutItem *item, ModelContext &context)
         QAction *action =
             menu->addAction(SymbolIcon::icon(folder == item->folder() ? QStringLiteral("checkmark")
                                                                       : folder->symbolName()),
-                            entry.title());
+                            PlainText::menuTitle(entry.title()));
         action->setObjectName(QStringLiteral("folder:") + folder->uuid());
         QObject::connect(action, &QAction::triggered, menu, [ctx, item, folder] {
             if (!item->isDeleted() && !folder->isDeleted())
@@ -130,7 +131,7 @@ void populate(QMenu *menu, ShortcutItem *item, const Services &services)
     }
     for (const auto &entry : tree) {
         Tag *tag = entry.record;
-        QAction *toggle = tags->addAction(entry.title());
+        QAction *toggle = tags->addAction(PlainText::menuTitle(entry.title()));
         toggle->setObjectName(QStringLiteral("tag:") + tag->uuid());
         toggle->setCheckable(true);
         toggle->setChecked(item->hasTag(tag));

@@ -3,12 +3,15 @@
 #include "model/FlattenedTree.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
+#include "ui/PlainText.h"
+#include "ui/ProminentButton.h"
 #include "ui/ShortcutContextMenu.h"
 #include "ui/ShortcutIconView.h"
 #include "ui/ShortcutPainter.h"
 #include "ui/SymbolIcon.h"
 #include "ui/TagChipFlow.h"
 #include "ui/TagEditor.h"
+#include "ui/TextBlock.h"
 
 #include <QFormLayout>
 #include <QGraphicsDropShadowEffect>
@@ -22,6 +25,8 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QShortcut>
+#include <QStyleOptionButton>
+#include <QStylePainter>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -65,14 +70,53 @@ QColor secondaryColor(const QPalette &palette)
     return color;
 }
 
-QLabel *secondaryLabel(QWidget *parent)
+template<typename Label> Label *secondary(Label *label)
 {
-    auto *label = new QLabel(parent);
     QPalette palette = label->palette();
     palette.setColor(QPalette::WindowText, secondaryColor(palette));
     label->setPalette(palette);
     return label;
 }
+
+// A push button whose title (a folder path of any length) is cut to the width it gets, with
+// the whole title in its tooltip, so that it never widens the inspector.
+class ElidingButton : public QPushButton {
+public:
+    using QPushButton::QPushButton;
+
+    void setTitle(const QString &title)
+    {
+        m_title = title;
+        setText(PlainText::menuTitle(title));
+        setToolTip(PlainText::markupSafe(title));
+    }
+    QSize minimumSizeHint() const override
+    {
+        QSize size = QPushButton::sizeHint();
+        size.setWidth(std::min(size.width(), fontMetrics().averageCharWidth() * 8 + 40));
+        return size;
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QStylePainter painter(this);
+        QStyleOptionButton option;
+        initStyleOption(&option);
+        // Cut only when the button is narrower than it would like; what is not text in its
+        // wish is the room the style keeps for the bevel, icon and menu arrow.
+        const int wanted = QPushButton::sizeHint().width();
+        if (width() < wanted) {
+            const int chrome = wanted - fontMetrics().horizontalAdvance(m_title);
+            option.text = PlainText::menuTitle(
+                fontMetrics().elidedText(m_title, Qt::ElideMiddle, std::max(0, width() - chrome)));
+        }
+        painter.drawControl(QStyle::CE_PushButton, option);
+    }
+
+private:
+    QString m_title;
+};
 
 // A caption line with a leading symbol.
 QWidget *captionLine(const QString &objectName, const QString &symbol, const QColor &color,
@@ -150,18 +194,18 @@ ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &ru
     header->addWidget(m_icon, 0, Qt::AlignTop);
     auto *titles = new QVBoxLayout;
     titles->setSpacing(3);
-    m_name = new QLabel(content);
+    m_name = new TextBlock(content);
     m_name->setObjectName(QStringLiteral("detailName"));
-    m_name->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    m_name->setWordWrap(true);
+    m_name->setSelectable(true);
+    // A name of hundreds of letters would fill the pane; the rest is in its tooltip.
+    m_name->setMaximumLines(4);
     QFont nameFont = m_name->font();
     nameFont.setBold(true);
     nameFont.setPointSizeF(nameFont.pointSizeF() * 1.55);
     m_name->setFont(nameFont);
     titles->addWidget(m_name);
-    m_subtitle = secondaryLabel(content);
+    m_subtitle = secondary(new TextBlock(content));
     m_subtitle->setObjectName(QStringLiteral("detailSubtitle"));
-    m_subtitle->setWordWrap(true);
     titles->addWidget(m_subtitle);
     m_missingNote =
         captionLine(QStringLiteral("detailMissingNote"),
@@ -189,11 +233,7 @@ ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &ru
                             QStringLiteral("Run Shortcut"), content);
     m_run->setObjectName(QStringLiteral("detailRunButton"));
     const QColor accent = ShortcutPainter::accentColor();
-    m_run->setStyleSheet(
-        QStringLiteral("QPushButton#detailRunButton { background: %1; color: white; border: none;"
-                       " border-radius: 6px; padding: 6px 14px; }"
-                       "QPushButton#detailRunButton:pressed { background: %2; }")
-            .arg(accent.name(), accent.darker(120).name()));
+    ProminentButton::apply(m_run);
     m_run->setMinimumWidth(m_run->sizeHint().width());
     m_spinner = new BusySpinner(m_run);
     m_spinner->hide();
@@ -227,9 +267,9 @@ ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &ru
     organizeForm->setLabelAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     organizeForm->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     organize->addLayout(organizeForm);
-    m_folderButton = new QPushButton(content);
+    m_folderButton = new ElidingButton(content);
     m_folderButton->setObjectName(QStringLiteral("detailFolderButton"));
-    m_folderButton->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    m_folderButton->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     auto *folderMenu = new QMenu(m_folderButton);
     folderMenu->setObjectName(QStringLiteral("detailFolderMenu"));
     connect(folderMenu, &QMenu::aboutToShow, this, [this, folderMenu] {
@@ -273,6 +313,7 @@ ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &ru
     m_notes->setMinimumHeight(90);
     m_notes->setMaximumHeight(160);
     m_notes->setTabChangesFocus(true);
+    m_notes->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     notes->addWidget(m_notes);
     connect(m_notes, &QPlainTextEdit::textChanged, this, &ShortcutDetailView::notesEdited);
 
@@ -284,6 +325,18 @@ ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &ru
     m_details->setHorizontalSpacing(16);
     m_details->setVerticalSpacing(6);
     details->addLayout(m_details);
+    for (const QString &title : detailTitles()) {
+        auto *name = secondary(new QLabel(title));
+        auto *value = new TextBlock;
+        value->setObjectName(QStringLiteral("detailValue"));
+        if (title == QStringLiteral("Identifier")) {
+            secondary(value);
+            value->setSelectable(true);
+        }
+        m_details->addRow(name, value);
+        m_detailLabels.append(name);
+        m_detailValues.append(value);
+    }
     column->addStretch(1);
 
     connect(&m_context, &ModelContext::changed, this, &ShortcutDetailView::contextChanged);
@@ -305,6 +358,8 @@ void ShortcutDetailView::setItem(ShortcutItem *item)
     if (m_item == item)
         return;
     m_item = item;
+    // Typed input belongs to the shortcut it was typed for.
+    m_input->clear();
     m_icon->setItem(item);
     refresh();
 }
@@ -318,6 +373,20 @@ QString ShortcutDetailView::formatDate(const QDateTime &date)
     timeFormat.remove(QStringLiteral(":ss")).remove(QStringLiteral(".ss"));
     return locale.toString(local.date(), QStringLiteral("MMM d, yyyy")) + QStringLiteral(" at ") +
            locale.toString(local.time(), timeFormat);
+}
+
+QStringList ShortcutDetailView::detailTitles()
+{
+    return {QStringLiteral("Shortcuts Folder"),
+            QStringLiteral("Added to Library"),
+            QStringLiteral("Accepts Input"),
+            QStringLiteral("Actions"),
+            QStringLiteral("Color"),
+            QStringLiteral("Created"),
+            QStringLiteral("Last Modified"),
+            QStringLiteral("Last Run"),
+            QStringLiteral("Run Count"),
+            QStringLiteral("Identifier")};
 }
 
 QString ShortcutDetailView::folderTitle() const
@@ -370,7 +439,7 @@ void ShortcutDetailView::populateAddTagMenu(QMenu *menu)
             menu->addAction(SymbolIcon::icon(QStringLiteral("tag.fill"),
                                              ShortcutPainter::colorOrFallback(
                                                  tag->colorHex(), ShortcutPainter::accentColor())),
-                            entry.title());
+                            PlainText::menuTitle(entry.title()));
         action->setObjectName(QStringLiteral("addTag:") + tag->uuid());
         connect(action, &QAction::triggered, this, [this, item, tag] {
             if (!item->isDeleted() && !tag->isDeleted())
@@ -466,8 +535,8 @@ void ShortcutDetailView::refresh()
         m_tags->setTags({});
         QSignalBlocker blocker(m_notes);
         m_notes->clear();
-        while (m_details->rowCount() > 0)
-            m_details->removeRow(0);
+        for (int row = 0; row < m_details->rowCount(); ++row)
+            m_details->setRowVisible(row, false);
         refreshRunState();
         return;
     }
@@ -481,7 +550,7 @@ void ShortcutDetailView::refresh()
     m_placeholderNote->setVisible(item.identifier().startsWith(QStringLiteral("name:")));
     m_input->setVisible(item.acceptsInput());
 
-    m_folderButton->setText(folderTitle());
+    static_cast<ElidingButton *>(m_folderButton)->setTitle(folderTitle());
     m_folderButton->setIcon(item.folder() ? QIcon() : SymbolIcon::icon(QStringLiteral("folder")));
 
     const QList<Tag *> tags = item.sortedTags();
@@ -494,22 +563,21 @@ void ShortcutDetailView::refresh()
         m_settingNotes = false;
     }
 
+    // The rows stay in place and only change their texts, so a selection in one survives edits
+    // elsewhere.
     const auto rows = detailRows();
-    while (m_details->rowCount() > 0)
-        m_details->removeRow(0);
-    for (const auto &[label, value] : rows) {
-        auto *name = secondaryLabel(nullptr);
-        name->setText(label);
-        auto *text = new QLabel(value);
-        text->setWordWrap(true);
-        text->setObjectName(QStringLiteral("detailValue"));
-        if (label == QStringLiteral("Identifier")) {
-            QPalette palette = text->palette();
-            palette.setColor(QPalette::WindowText, secondaryColor(palette));
-            text->setPalette(palette);
-            text->setTextInteractionFlags(Qt::TextSelectableByMouse);
-        }
-        m_details->addRow(name, text);
+    const QStringList titles = detailTitles();
+    for (int row = 0; row < titles.size(); ++row) {
+        const QString &title = titles.at(row);
+        const auto shown = std::find_if(rows.cbegin(), rows.cend(), [&](const auto &entry) {
+            return entry.first == title || (title == QStringLiteral("Last Modified") &&
+                                            entry.first == QStringLiteral("Last Changed"));
+        });
+        m_details->setRowVisible(row, shown != rows.cend());
+        if (shown == rows.cend())
+            continue;
+        m_detailLabels.at(row)->setText(shown->first);
+        m_detailValues.at(row)->setText(shown->second);
     }
     refreshRunState();
 }

@@ -22,6 +22,7 @@ class ShortcutIconView;
 class ShortcutItem;
 class ShortcutRunner;
 class TagChipFlow;
+class TextBlock;
 struct ModelChanges;
 
 // The inspector's content for one shortcut: icon, name and status notes; running it (with input
@@ -59,6 +60,9 @@ public:
 
     // An abbreviated date and a shortened time ("Mar 5, 2024 at 9:41 AM" in English).
     static QString formatDate(const QDateTime &date);
+    // Every label the "Details" list can show, in order ("Last Modified" stands for "Last
+    // Changed" too).
+    static QStringList detailTitles();
 
 private:
     void refresh();
@@ -73,8 +77,8 @@ private:
 
     QScrollArea *m_scroll = nullptr;
     ShortcutIconView *m_icon = nullptr;
-    QLabel *m_name = nullptr;
-    QLabel *m_subtitle = nullptr;
+    TextBlock *m_name = nullptr;
+    TextBlock *m_subtitle = nullptr;
     QWidget *m_missingNote = nullptr;
     QWidget *m_placeholderNote = nullptr;
     QLineEdit *m_input = nullptr;
@@ -88,5 +92,7 @@ private:
     QToolButton *m_addTag = nullptr;
     QPlainTextEdit *m_notes = nullptr;
     QFormLayout *m_details = nullptr;
+    QList<QLabel *> m_detailLabels;
+    QList<TextBlock *> m_detailValues;
     bool m_settingNotes = false;
 };

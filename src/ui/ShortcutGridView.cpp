@@ -1,14 +1,19 @@
 #include "ui/ShortcutGridView.h"
 
+#include "ui/PlainText.h"
+#include "ui/ShortcutGridAccessible.h"
 #include "ui/ShortcutListModel.h"
 #include "ui/ShortcutPainter.h"
 #include "ui/ShortcutRoles.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QDrag>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QToolTip>
 
 using Mode = ShortcutItemDelegate::Mode;
 
@@ -27,14 +32,12 @@ ShortcutGridView::ShortcutGridView(QWidget *parent)
     setAttribute(Qt::WA_Hover);
     viewport()->setAttribute(Qt::WA_Hover);
     setVerticalScrollMode(ScrollPerPixel);
+    static const bool accessible = [] {
+        QAccessible::installFactory(&ShortcutGridAccessible::factory);
+        return true;
+    }();
+    Q_UNUSED(accessible);
 
-    m_clickTimer.setSingleShot(true);
-    m_clickTimer.setInterval(QApplication::doubleClickInterval());
-    connect(&m_clickTimer, &QTimer::timeout, this, [this] {
-        if (m_pendingClick.isValid())
-            emit itemClicked(ShortcutItemDelegate::item(m_pendingClick));
-        m_pendingClick = QPersistentModelIndex();
-    });
     m_spinTimer.setInterval(80);
     connect(&m_spinTimer, &QTimer::timeout, this, [this] {
         m_delegate->setSpinnerAngle(qreal(m_spinClock.elapsed() % 1000) * 0.36);
@@ -106,7 +109,10 @@ void ShortcutGridView::setSelectedItem(ShortcutItem *item)
     }
     if (selectionModel()->isSelected(index) && currentIndex() == index)
         return;
+    // Showing the selection never scrolls: a new section starts at its top.
+    m_quietSelection = true;
     selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect);
+    m_quietSelection = false;
 }
 
 ShortcutItem *ShortcutGridView::selectedItem() const
@@ -218,7 +224,7 @@ QModelIndex ShortcutGridView::indexAt(const QPoint &point) const
 
 void ShortcutGridView::scrollTo(const QModelIndex &index, ScrollHint hint)
 {
-    if (!index.isValid())
+    if (!index.isValid() || m_quietSelection)
         return;
     const QRect rect = itemRect(index.row());
     const int margin = mode() == Mode::grid ? inset : 4;
@@ -430,8 +436,6 @@ void ShortcutGridView::mousePressEvent(QMouseEvent *event)
     const bool running = index.data(ShortcutRoles::isRunning).toBool();
     if (index == m_hovered && !running && runButtonRect(index).contains(m_pressPos)) {
         m_pressOnRunButton = true;
-        m_clickTimer.stop();
-        m_pendingClick = QPersistentModelIndex();
         emit runRequested(ShortcutItemDelegate::item(index));
     }
 }
@@ -442,8 +446,6 @@ void ShortcutGridView::mouseMoveEvent(QMouseEvent *event)
     setHovered(indexAt(pos));
     if ((event->buttons() & Qt::LeftButton) && m_pressed.isValid() && !m_pressOnRunButton &&
         (pos - m_pressPos).manhattanLength() >= QApplication::startDragDistance()) {
-        m_clickTimer.stop();
-        m_pendingClick = QPersistentModelIndex();
         startDrag(Qt::CopyAction);
         m_pressed = QPersistentModelIndex();
     }
@@ -454,8 +456,13 @@ void ShortcutGridView::mouseReleaseEvent(QMouseEvent *event)
     const QModelIndex index = indexAt(event->position().toPoint());
     if (event->button() == Qt::LeftButton && index.isValid() && index == m_pressed &&
         !m_pressOnRunButton) {
-        m_pendingClick = index;
-        m_clickTimer.start();
+        // Selects at once; should this turn out to be the first half of a double-click, the
+        // selection from before it is put back.
+        if (!m_clickedAt.isValid() || m_clickedAt.elapsed() > QApplication::doubleClickInterval())
+            m_beforeClick = selectedItem();
+        m_clickedAt.start();
+        m_lastClicked = index;
+        emit itemClicked(ShortcutItemDelegate::item(index));
     }
     m_pressed = QPersistentModelIndex();
     m_pressOnRunButton = false;
@@ -463,14 +470,48 @@ void ShortcutGridView::mouseReleaseEvent(QMouseEvent *event)
 
 void ShortcutGridView::mouseDoubleClickEvent(QMouseEvent *event)
 {
-    m_clickTimer.stop();
-    m_pendingClick = QPersistentModelIndex();
     const QModelIndex index = indexAt(event->position().toPoint());
     if (event->button() != Qt::LeftButton || !index.isValid())
         return;
     if (runButtonRect(index).contains(event->position().toPoint()) && index == m_hovered)
         return; // the second press of a fast double-click on the run button
+    // A double-click leaves the selection as it was before its first click.
+    if (index == m_lastClicked && m_beforeClick != ShortcutItemDelegate::item(index)) {
+        ShortcutItem *before = m_beforeClick;
+        if (before && m_model && m_model->rowOf(before) < 0)
+            before = nullptr;
+        emit selectionRestored(before);
+    }
+    m_clickedAt.invalidate();
+    m_lastClicked = QPersistentModelIndex();
     emit itemDoubleClicked(ShortcutItemDelegate::item(index));
+}
+
+bool ShortcutGridView::viewportEvent(QEvent *event)
+{
+    if (event->type() == QEvent::ToolTip) {
+        const auto *help = static_cast<QHelpEvent *>(event);
+        const QString tip = toolTipAt(help->pos());
+        if (tip.isEmpty())
+            QToolTip::hideText();
+        else
+            QToolTip::showText(help->globalPos(), PlainText::markupSafe(tip), viewport(),
+                               visualRect(indexAt(help->pos())));
+        return true;
+    }
+    return QAbstractItemView::viewportEvent(event);
+}
+
+QString ShortcutGridView::toolTipAt(const QPoint &point) const
+{
+    const QModelIndex index = indexAt(point);
+    if (!index.isValid())
+        return {};
+    const QString name = index.data(Qt::DisplayRole).toString();
+    const bool running = index.data(ShortcutRoles::isRunning).toBool();
+    if (index == m_hovered && !running && runButtonRect(index).contains(point))
+        return QStringLiteral("Run ") + name;
+    return name;
 }
 
 void ShortcutGridView::leaveEvent(QEvent *event)
@@ -505,18 +546,30 @@ void ShortcutGridView::startDrag(Qt::DropActions)
         return;
     auto *drag = new QDrag(this);
     drag->setMimeData(data);
+    // A small, slightly transparent picture that leaves the drop target in sight: the tile at
+    // half size, or the row's leading part (icon and name) instead of the whole width.
     const QRect rect = visualRect(m_pressed);
-    QPixmap pixmap(rect.size() * devicePixelRatioF());
-    pixmap.setDevicePixelRatio(devicePixelRatioF());
+    const bool list = mode() == Mode::list;
+    const QSize paintSize = list ? QSize(std::min(rect.width(), 280), rect.height()) : rect.size();
+    const qreal scale = list ? 1.0 : 0.5;
+    const qreal ratio = devicePixelRatioF();
+    QPixmap pixmap((QSizeF(paintSize) * scale * ratio).toSize());
+    pixmap.setDevicePixelRatio(ratio);
     pixmap.fill(Qt::transparent);
     {
         QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setOpacity(0.85);
+        painter.scale(scale, scale);
         QStyleOptionViewItem option;
         initViewItemOption(&option);
-        option.rect = QRect(QPoint(), rect.size());
+        option.rect = QRect(QPoint(), paintSize);
+        option.state |= QStyle::State_Enabled;
         m_delegate->paint(&painter, option, m_pressed);
     }
     drag->setPixmap(pixmap);
-    drag->setHotSpot(m_pressPos - rect.topLeft());
+    const QPoint hotSpot = m_pressPos - rect.topLeft();
+    drag->setHotSpot(QPoint(std::min(int(hotSpot.x() * scale), int(paintSize.width() * scale) - 1),
+                            int(hotSpot.y() * scale)));
     drag->exec(Qt::CopyAction);
 }

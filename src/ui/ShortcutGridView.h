@@ -14,8 +14,8 @@ class ShortcutListModel;
 
 // The collection's grid of tiles (adaptive columns 128–156 wide, 13 apart, inset 16) or list
 // of rows. Geometry is pure arithmetic over the row number, so 10,000 items cost nothing to
-// lay out. A single click selects after the double-click interval has passed, so that a
-// double-click (which runs) never selects.
+// lay out. A single click selects at once; a double-click (which runs) puts back the selection
+// from before its first click.
 class ShortcutGridView : public QAbstractItemView {
     Q_OBJECT
 public:
@@ -44,6 +44,8 @@ public:
     QRect itemRect(int row) const; // in content coordinates
     QRect runButtonRect(const QModelIndex &index) const;
     QModelIndex hoveredIndex() const { return m_hovered; }
+    // The tooltip at a viewport point: "Run " and the name over the run button, else the name.
+    QString toolTipAt(const QPoint &point) const;
 
     // The first row on screen and how far its top is above the viewport's top.
     struct Anchor {
@@ -61,6 +63,8 @@ public:
 signals:
     void itemClicked(ShortcutItem *item);
     void itemDoubleClicked(ShortcutItem *item);
+    // The selection a double-click's first click replaced (null: none).
+    void selectionRestored(ShortcutItem *item);
     void runRequested(ShortcutItem *item);
     void contextMenuRequested(ShortcutItem *item, const QPoint &globalPos);
 
@@ -79,6 +83,7 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
+    bool viewportEvent(QEvent *event) override;
     void leaveEvent(QEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
@@ -100,8 +105,10 @@ private:
     QPersistentModelIndex m_pressed;
     QPoint m_pressPos;
     bool m_pressOnRunButton = false;
-    QPersistentModelIndex m_pendingClick;
-    QTimer m_clickTimer;
+    QPersistentModelIndex m_lastClicked;
+    QElapsedTimer m_clickedAt;
+    ShortcutItem *m_beforeClick = nullptr;
+    bool m_quietSelection = false;
     QTimer m_spinTimer;
     QElapsedTimer m_spinClock;
     std::optional<Anchor> m_anchor;

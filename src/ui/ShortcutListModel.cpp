@@ -1,6 +1,7 @@
 #include "ui/ShortcutListModel.h"
 
 #include "model/ShortcutItem.h"
+#include "ui/PlainText.h"
 #include "ui/ShortcutDrag.h"
 #include "ui/ShortcutRoles.h"
 
@@ -45,8 +46,9 @@ QVariant ShortcutListModel::data(const QModelIndex &index, int role) const
     switch (role) {
     case Qt::DisplayRole:
     case Qt::AccessibleTextRole:
-    case Qt::ToolTipRole:
         return item->name();
+    case Qt::ToolTipRole:
+        return PlainText::markupSafe(item->name());
     case ShortcutRoles::item:
         return QVariant::fromValue(static_cast<void *>(const_cast<ShortcutItem *>(item)));
     case ShortcutRoles::identifier:

@@ -3,6 +3,7 @@
 #include "model/ColorHex.h"
 #include "model/ModelContext.h"
 #include "model/SidebarCounts.h"
+#include "ui/PlainText.h"
 #include "ui/ShortcutDrag.h"
 #include "ui/ShortcutRoles.h"
 #include "ui/SidebarOperations.h"
@@ -224,7 +225,9 @@ void SidebarModel::contextChanged(const ModelChanges &changes)
 
 void SidebarModel::refresh()
 {
+    emit reconcileStarted();
     reconcile(m_root.get(), QModelIndex(), desiredTree());
+    emit reconcileFinished();
 }
 
 void SidebarModel::reconcile(Node *node, const QModelIndex &nodeIndex,
@@ -337,8 +340,9 @@ QVariant SidebarModel::data(const QModelIndex &index, int role) const
     const Blueprint &blueprint = node->data;
     switch (role) {
     case Qt::DisplayRole:
-    case Qt::ToolTipRole:
         return blueprint.title;
+    case Qt::ToolTipRole:
+        return PlainText::markupSafe(blueprint.title);
     case Qt::AccessibleTextRole:
         return blueprint.count >= 0
                    ? blueprint.title + QStringLiteral(", ") + QString::number(blueprint.count)

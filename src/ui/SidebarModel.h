@@ -59,6 +59,12 @@ public:
     // one per turn of the event loop, and call this).
     void refresh();
 
+signals:
+    // Around one reconciliation: the rows between may pass through states the library never
+    // had (a moved folder is removed, then inserted under its new parent).
+    void reconcileStarted();
+    void reconcileFinished();
+
 private:
     struct Node;
     struct Blueprint;

@@ -4,6 +4,7 @@
 #include "model/ModelContext.h"
 #include "ui/FolderEditor.h"
 #include "ui/LibraryNavigation.h"
+#include "ui/PlainText.h"
 #include "ui/ShortcutPainter.h"
 #include "ui/SidebarDelegate.h"
 #include "ui/SidebarModel.h"
@@ -39,6 +40,11 @@ protected:
 
     void mousePressEvent(QMouseEvent *event) override
     {
+        // A right-click opens the row's menu; it never navigates to the row.
+        if (event->button() == Qt::RightButton) {
+            event->accept();
+            return;
+        }
         const QModelIndex index = indexAt(event->position().toPoint());
         const auto *sidebar = static_cast<SidebarModel *>(model());
         if (index.isValid() && event->button() == Qt::LeftButton &&
@@ -60,6 +66,18 @@ protected:
             event->acceptProposedAction();
         else
             event->ignore();
+    }
+
+    // The arrow keys step over section headers and hints to the next row that selects something.
+    QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override
+    {
+        const QModelIndex start = currentIndex();
+        QModelIndex index = QTreeView::moveCursor(action, modifiers);
+        const bool upwards =
+            action == MoveUp || action == MovePageUp || action == MoveEnd || action == MovePrevious;
+        while (index.isValid() && !(model()->flags(index) & Qt::ItemIsSelectable))
+            index = upwards ? indexAbove(index) : indexBelow(index);
+        return index.isValid() ? index : start;
     }
 
     void resizeEvent(QResizeEvent *event) override
@@ -155,6 +173,14 @@ SidebarView::SidebarView(ModelContext &context, LibraryNavigation &navigation, Q
         rowsInserted({}, row, row);
 
     connect(m_model, &QAbstractItemModel::rowsInserted, this, &SidebarView::rowsInserted);
+    // While the model catches up with a change, rows are removed, moved and re-inserted under
+    // the selection; the view would select a neighbour of a removed row. The section decides
+    // which row is selected, so the selection is put back from it once the model is done.
+    connect(m_model, &SidebarModel::reconcileStarted, this, [this] { m_applyingSelection = true; });
+    connect(m_model, &SidebarModel::reconcileFinished, this, [this] {
+        m_applyingSelection = false;
+        selectSection(m_navigation.section());
+    });
     connect(m_tree->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &SidebarView::selectionChanged);
     connect(m_tree, &QWidget::customContextMenuRequested, this, &SidebarView::showContextMenu);
@@ -279,15 +305,16 @@ void SidebarView::addFolderMenu(QMenu *menu, LibraryFolder *folder)
         QAction *action = moveTo->addAction(SymbolIcon::icon(target == folder->parent()
                                                                  ? QStringLiteral("checkmark")
                                                                  : target->symbolName()),
-                                            entry.title());
+                                            PlainText::menuTitle(entry.title()));
         action->setObjectName(QStringLiteral("moveTo:") + target->uuid());
         connect(action, &QAction::triggered, this, [this, folder, target] {
             SidebarOperations::moveFolder(m_context, folder, target);
         });
     }
     if (LibraryFolder *parent = folder->parent()) {
-        QAction *out = menu->addAction(SymbolIcon::icon(QStringLiteral("arrow.up.left")),
-                                       QStringLiteral("Move Out of ") + parent->name());
+        QAction *out =
+            menu->addAction(SymbolIcon::icon(QStringLiteral("arrow.up.left")),
+                            PlainText::menuTitle(QStringLiteral("Move Out of ") + parent->name()));
         out->setObjectName(QStringLiteral("moveOut"));
         connect(out, &QAction::triggered, this,
                 [this, folder] { SidebarOperations::moveFolderOut(m_context, folder); });
@@ -330,14 +357,15 @@ void SidebarView::addTagMenu(QMenu *menu, Tag *tag)
         QAction *action =
             moveTo->addAction(SymbolIcon::icon(target == tag->parent() ? QStringLiteral("checkmark")
                                                                        : QStringLiteral("tag")),
-                              entry.title());
+                              PlainText::menuTitle(entry.title()));
         action->setObjectName(QStringLiteral("moveTo:") + target->uuid());
         connect(action, &QAction::triggered, this,
                 [this, tag, target] { SidebarOperations::moveTag(m_context, tag, target); });
     }
     if (Tag *parent = tag->parent()) {
-        QAction *out = menu->addAction(SymbolIcon::icon(QStringLiteral("arrow.up.left")),
-                                       QStringLiteral("Move Out of ") + parent->name());
+        QAction *out =
+            menu->addAction(SymbolIcon::icon(QStringLiteral("arrow.up.left")),
+                            PlainText::menuTitle(QStringLiteral("Move Out of ") + parent->name()));
         out->setObjectName(QStringLiteral("moveOut"));
         connect(out, &QAction::triggered, this,
                 [this, tag] { SidebarOperations::moveTagOut(m_context, tag); });

@@ -4,6 +4,7 @@
 #include "model/FlattenedTree.h"
 #include "model/ModelContext.h"
 #include "model/NaturalOrder.h"
+#include "ui/CompactComboBox.h"
 #include "ui/SymbolIcon.h"
 
 #include <QComboBox>
@@ -26,6 +27,7 @@ SmartRuleRow::SmartRuleRow(const SmartRule &rule, const ModelContext &context, Q
     m_field = new QComboBox(this);
     m_field->setObjectName(QStringLiteral("ruleField"));
     m_field->setAccessibleName(QStringLiteral("Field"));
+    CompactComboBox::apply(m_field, 8);
     for (Field field : allCases<Field>())
         m_field->addItem(title(field), int(field));
     m_field->setCurrentIndex(m_field->findData(int(m_rule.field)));
@@ -82,7 +84,7 @@ QComboBox *SmartRuleRow::addCombo(const QString &objectName, const QString &acce
     auto *combo = new QComboBox(m_operands);
     combo->setObjectName(objectName);
     combo->setAccessibleName(accessibleName);
-    combo->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    CompactComboBox::apply(combo, 6);
     m_operandLayout->addWidget(combo);
     return combo;
 }

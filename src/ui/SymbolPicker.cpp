@@ -1,5 +1,6 @@
 #include "ui/SymbolPicker.h"
 
+#include "ui/PickerAccessible.h"
 #include "ui/ShortcutPainter.h"
 
 #include <QHelpEvent>
@@ -24,6 +25,7 @@ SymbolPicker::SymbolPicker(QWidget *parent)
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
     setAccessibleName(tr("Icon"));
+    PickerAccessible::install();
 }
 
 const QStringList &SymbolPicker::symbols()

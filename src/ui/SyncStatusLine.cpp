@@ -3,7 +3,10 @@
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutsDatabase.h"
 #include "sync/LibrarySyncController.h"
+#include "ui/FlowLayout.h"
 #include "ui/RelativeDate.h"
+#include "ui/ShortcutsFolderLink.h"
+#include "ui/TextBlock.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -25,9 +28,9 @@ QPushButton *linkButton(const QString &title, const QString &name, QWidget *pare
     return button;
 }
 
-QCoro::Task<> linkDatabase(QPointer<LibrarySyncController> syncer)
+QCoro::Task<> linkDatabase(QPointer<LibrarySyncController> syncer, QWidget *parent)
 {
-    if (!ShortcutsDatabase::chooseShortcutsFolder() || !syncer)
+    if (!ShortcutsFolderLink::shared().choose(parent) || !syncer)
         co_return;
     co_await syncer->refreshFromDatabase();
 }
@@ -36,7 +39,7 @@ QCoro::Task<> linkDatabase(QPointer<LibrarySyncController> syncer)
 SyncStatusLine::SyncStatusLine(LibrarySyncController &syncer, ModelContext &context,
                                QWidget *parent)
     : QWidget(parent), m_syncer(syncer), m_context(context), m_spinner(new QProgressBar(this)),
-      m_progress(new QProgressBar(this)), m_label(new QLabel(this)),
+      m_progress(new QProgressBar(this)), m_label(new TextBlock(this)),
       m_linkSeparator(new QLabel(QStringLiteral("·"), this)),
       m_linkDatabase(linkButton(QStringLiteral("Link Shortcuts database for app icons"),
                                 QStringLiteral("linkDatabasePrompt"), this)),
@@ -60,20 +63,24 @@ SyncStatusLine::SyncStatusLine(LibrarySyncController &syncer, ModelContext &cont
         w->setFont(caption);
     setAutoFillBackground(true);
 
-    auto *layout = new QHBoxLayout(this);
+    // A narrow column wraps the prompts onto a second line instead of cutting them off; the
+    // status text itself stays on one line, with an ellipsis when even that is too narrow.
+    m_label->setMaximumLines(1);
+    auto *layout = new FlowLayout(this, 6);
     layout->setContentsMargins(12, 5, 12, 5);
-    layout->setSpacing(6);
-    layout->addWidget(m_spinner);
-    layout->addWidget(m_progress);
-    layout->addWidget(m_label);
-    layout->addWidget(m_linkSeparator);
-    layout->addWidget(m_linkDatabase);
-    layout->addWidget(m_helperSeparator);
-    layout->addWidget(m_helper);
-    layout->addStretch(1);
+    for (QWidget *w :
+         std::initializer_list<QWidget *>{m_spinner, m_progress, m_label, m_linkSeparator,
+                                          m_linkDatabase, m_helperSeparator, m_helper})
+        layout->addWidget(w);
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
 
     connect(m_linkDatabase, &QPushButton::clicked, this,
-            [this] { linkDatabase(QPointer<LibrarySyncController>(&m_syncer)); });
+            [this] { linkDatabase(QPointer<LibrarySyncController>(&m_syncer), window()); });
+    // Linked from here or from the menu: the prompt goes at once.
+    connect(&ShortcutsFolderLink::shared(), &ShortcutsFolderLink::linked, this,
+            &SyncStatusLine::refresh);
     connect(m_helper, &QPushButton::clicked, this, [this] { m_syncer.runHelperShortcut(); });
     for (auto signal :
          {&LibrarySyncController::phaseChanged, &LibrarySyncController::lastSummaryChanged,

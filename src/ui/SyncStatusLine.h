@@ -8,6 +8,7 @@ class ModelContext;
 class QLabel;
 class QProgressBar;
 class QPushButton;
+class TextBlock;
 
 // The bar along the bottom of the collection: syncing, icon progress, or when the library was
 // last synced with the sync summary and the two prompts (link the Shortcuts database, get icons
@@ -27,7 +28,7 @@ private:
     ModelContext &m_context;
     QProgressBar *m_spinner;
     QProgressBar *m_progress;
-    QLabel *m_label;
+    TextBlock *m_label;
     QLabel *m_linkSeparator;
     QPushButton *m_linkDatabase;
     QLabel *m_helperSeparator;

@@ -2,8 +2,10 @@
 
 #include "model/Tag.h"
 #include "ui/FlowLayout.h"
+#include "ui/PlainText.h"
 #include "ui/ShortcutPainter.h"
 #include "ui/SymbolIcon.h"
+#include "ui/TextBlock.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -16,13 +18,16 @@ TagChip::TagChip(Tag *tag, QWidget *parent) : QWidget(parent), m_tag(tag)
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(9 + 8 + 4, 5, 9, 5); // the dot is painted in the left margin
     layout->setSpacing(4);
-    auto *name = new QLabel(tag->name(), this);
+    // One line, cut with an ellipsis when the pane is narrower than the name.
+    auto *name = new TextBlock(tag->name(), this);
     name->setObjectName(QStringLiteral("tagChipName"));
-    layout->addWidget(name);
+    name->setMaximumLines(1);
+    layout->addWidget(name, 1);
     auto *remove = new QToolButton(this);
     remove->setObjectName(QStringLiteral("tagChipRemove"));
     remove->setAutoRaise(true);
-    remove->setToolTip(QStringLiteral("Remove %1").arg(tag->name()));
+    remove->setToolTip(PlainText::markupSafe(QStringLiteral("Remove ") + tag->name()));
+    remove->setAccessibleName(QStringLiteral("Remove ") + tag->name());
     remove->setIcon(SymbolIcon::icon(QStringLiteral("xmark"), palette().color(QPalette::Text)));
     remove->setIconSize(QSize(10, 10));
     remove->setFixedSize(14, 14);

@@ -3,6 +3,7 @@
 #include "model/FlattenedTree.h"
 #include "model/ModelContext.h"
 #include "ui/ColorSwatchPicker.h"
+#include "ui/CompactComboBox.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -24,6 +25,7 @@ TagEditor::TagEditor(ModelContext &context, const TagEditTarget &target, Shortcu
     m_name = new QLineEdit(this);
     m_name->setObjectName(QStringLiteral("tagEditorName"));
     m_parent = new QComboBox(this);
+    CompactComboBox::apply(m_parent);
     m_parent->setObjectName(QStringLiteral("tagEditorParent"));
     m_color = new ColorSwatchPicker(false, this);
     m_color->setObjectName(QStringLiteral("tagEditorColor"));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "LayoutCheck.h"
+#include "MenuText.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
@@ -44,13 +46,10 @@ inline QMenu *findMenu(QObject *root, const QString &name)
     return root ? root->findChild<QMenu *>(name) : nullptr;
 }
 
-// Texts of a menu's actions in order; separators show as "-".
+// Texts of a menu's entries as shown, in order; separators show as "-".
 inline QStringList actionTexts(const QMenu *menu)
 {
-    QStringList texts;
-    for (const QAction *action : menu->actions())
-        texts.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-    return texts;
+    return displayedTexts(menu);
 }
 
 // Texts of a picker's entries in order.
@@ -80,14 +79,18 @@ inline void settle()
     } while (false)
 
 namespace PaneTest {
-// With THIMBLECRAFT_SCREENSHOT_DIR set, saves a picture of the widget there (for looking at the
-// panes by eye); always checks that the widget renders.
+// The pane as a person sees it: nothing may leave its parent, scroll sideways or cut its
+// text (LayoutCheck), and it must render. With THIMBLECRAFT_SCREENSHOT_DIR set, the picture is
+// saved there too (the pictures in docs/ come from here).
 inline bool saveLook(QWidget *widget, const QString &fileName)
 {
     widget->ensurePolished();
     QCoreApplication::processEvents();
+    const QStringList faults = LayoutCheck::faults(widget);
+    for (const QString &fault : faults)
+        qWarning("%s: %s", qPrintable(fileName), qPrintable(fault));
     const QPixmap picture = widget->grab();
-    if (picture.isNull())
+    if (picture.isNull() || !faults.isEmpty())
         return false;
     const QString dir = qEnvironmentVariable("THIMBLECRAFT_SCREENSHOT_DIR");
     return dir.isEmpty() || picture.save(dir + u'/' + fileName);

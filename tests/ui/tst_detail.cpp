@@ -8,6 +8,7 @@
 #include "ui/ShortcutDetailView.h"
 #include "ui/TagChipFlow.h"
 #include "ui/TagEditor.h"
+#include "ui/TextBlock.h"
 
 #include <QClipboard>
 #include <QFormLayout>
@@ -25,6 +26,7 @@ private slots:
     void cleanup();
     void headerNotes();
     void notesAreKept();
+    void rowsStayAndInputBelongsToItsShortcut();
     void runArea();
     void organize();
     void detailRows();
@@ -36,7 +38,7 @@ private:
     ShortcutItem *addShortcut(const QString &name);
     QString label(const QString &objectName) const
     {
-        return m_detail->findChild<QLabel *>(objectName)->text();
+        return m_detail->findChild<TextBlock *>(objectName)->text();
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -128,6 +130,38 @@ void TestDetail::notesAreKept()
     item->setNotes(QStringLiteral("From sync"));
     PaneTest::settle();
     QCOMPARE(notes->toPlainText(), QStringLiteral("From sync"));
+}
+
+void TestDetail::rowsStayAndInputBelongsToItsShortcut()
+{
+    ShortcutItem *first = addShortcut(QStringLiteral("<i>First</i> & more"));
+    ShortcutItem *second = addShortcut(QStringLiteral("Second"));
+    first->setAcceptsInput(true);
+    second->setAcceptsInput(true);
+    m_detail->setItem(first);
+    // Outside text is shown as it is written, never as markup.
+    QCOMPARE(m_detail->findChild<TextBlock *>(QStringLiteral("detailName"))->shownLines(),
+             QStringList{QStringLiteral("<i>First</i> & more")});
+
+    // A selection in the identifier survives notes being typed: its row is not rebuilt.
+    TextBlock *identifier = nullptr;
+    for (TextBlock *value : m_detail->findChildren<TextBlock *>(QStringLiteral("detailValue")))
+        if (value->text() == first->identifier())
+            identifier = value;
+    QVERIFY(identifier && identifier->isSelectable());
+    identifier->selectAll();
+    QTest::keyClicks(m_detail->notesEditor(), QStringLiteral("note"));
+    PaneTest::settle();
+    QCOMPARE(identifier->selectedText(), first->identifier());
+    first->setRunCount(3);
+    PaneTest::settle();
+    QVERIFY(m_detail->detailRows().contains({QStringLiteral("Run Count"), QStringLiteral("3")}));
+    QCOMPARE(identifier->selectedText(), first->identifier());
+
+    // Typed input is not carried over to the next shortcut.
+    QTest::keyClicks(m_detail->inputField(), QStringLiteral("for the first"));
+    m_detail->setItem(second);
+    QCOMPARE(m_detail->inputField()->text(), QString());
 }
 
 void TestDetail::runArea()

@@ -7,6 +7,8 @@
 #include "ui/SymbolPicker.h"
 #include "ui/TagEditor.h"
 
+#include <QAbstractItemView>
+#include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
@@ -21,6 +23,7 @@ private slots:
     void init();
     void cleanup();
     void pickers();
+    void pickerCellsAreAccessible();
     void folderEditorRules();
     void tagEditorAppliesNewTag();
     void smartListLiveCount();
@@ -89,6 +92,34 @@ void TestEditors::pickers()
     QCOMPARE(palette.swatchName(0), QStringLiteral("Red"));
     palette.setHex(QString());
     QCOMPARE(palette.checkedIndex(), -1);
+}
+
+void TestEditors::pickerCellsAreAccessible()
+{
+    ColorSwatchPicker colors(true);
+    colors.resize(300, 100);
+    colors.setHex(QStringLiteral("#24BAF7"));
+    QAccessibleInterface *palette = QAccessible::queryAccessibleInterface(&colors);
+    QVERIFY(palette);
+    QCOMPARE(palette->childCount(), 16);
+    QCOMPARE(palette->child(0)->text(QAccessible::Name), QStringLiteral("Default"));
+    QCOMPARE(palette->child(2)->text(QAccessible::Name), QStringLiteral("Orange"));
+    QCOMPARE(palette->child(8)->text(QAccessible::Name), QStringLiteral("Blue"));
+    QCOMPARE(palette->child(8)->role(), QAccessible::RadioButton);
+    QVERIFY(palette->child(8)->state().checked);
+    QVERIFY(!palette->child(2)->state().checked);
+    palette->child(2)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    QCOMPARE(colors.hex(), QStringLiteral("#FF8E73"));
+    QCOMPARE(palette->indexOfChild(palette->child(2)), 2);
+
+    SymbolPicker symbols;
+    symbols.resize(300, 300);
+    QAccessibleInterface *grid = QAccessible::queryAccessibleInterface(&symbols);
+    QCOMPARE(grid->childCount(), 50);
+    QCOMPARE(grid->child(1)->text(QAccessible::Name), QStringLiteral("folder fill"));
+    grid->child(1)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    QCOMPARE(symbols.symbol(), QStringLiteral("folder.fill"));
+    QVERIFY(grid->child(1)->state().checked);
 }
 
 void TestEditors::folderEditorRules()
@@ -278,8 +309,15 @@ void TestEditors::ruleRowControls()
     }
     if (field == QStringLiteral("Color")) {
         QCOMPARE(row.rule().text, QStringLiteral("Blue"));
-        QCOMPARE(row.findChild<QComboBox *>(QStringLiteral("ruleColor"))->currentText(),
-                 QStringLiteral("Blue"));
+        auto *family = row.findChild<QComboBox *>(QStringLiteral("ruleColor"));
+        QCOMPARE(family->currentText(), QStringLiteral("Blue"));
+        // The closed picker is narrow; its open list shows every name whole ("Orange").
+        row.resize(320, row.sizeHint().height());
+        row.show();
+        family->showPopup();
+        QTRY_VERIFY(family->view()->isVisible());
+        QVERIFY(family->view()->viewport()->width() >= family->view()->sizeHintForColumn(0));
+        family->hidePopup();
     }
     if (field == QStringLiteral("Last Run")) {
         auto *days = row.findChild<QSpinBox *>(QStringLiteral("ruleDays"));

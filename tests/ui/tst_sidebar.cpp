@@ -17,6 +17,7 @@
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QToolButton>
 #include <QTreeView>
 
@@ -36,6 +37,8 @@ private slots:
     void smartListDuplicateAndDelete();
     void dropsOnFoldersAndTags();
     void selectionFollowsNavigation();
+    void selectionNeverMovesByItself();
+    void rightClickAndArrowKeys();
     void sheetsReplaceEachOther();
     void look();
 
@@ -542,6 +545,87 @@ void TestSidebar::selectionFollowsNavigation()
     PaneTest::settle();
     QCOMPARE(selectedTitle(), QStringLiteral("Zed"));
     QCOMPARE(m_navigation->effectiveSection(), LibrarySection::folder(folder->uuid()));
+}
+
+void TestSidebar::selectionNeverMovesByItself()
+{
+    auto *work = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
+    auto *home = m_context->insert(new LibraryFolder(QStringLiteral("Home")));
+    auto *deep = m_context->insert(new LibraryFolder(QStringLiteral("Deep"), work));
+    auto *other = m_context->insert(new LibraryFolder(QStringLiteral("Other"), work));
+    ShortcutItem *item = addShortcut(QStringLiteral("Backup"));
+    m_context->save();
+    PaneTest::settle();
+    QTreeView *tree = m_sidebar->treeView();
+    QSignalSpy sections(m_navigation.get(), &LibraryNavigation::sectionChanged);
+    const auto expectSelected = [&](const LibrarySection &section, const QString &title) {
+        PaneTest::settle();
+        QCOMPARE(m_navigation->effectiveSection(), section);
+        const QModelIndexList selected = tree->selectionModel()->selectedIndexes();
+        QCOMPARE(selected.size(), 1);
+        QCOMPARE(selected.first().data().toString(), title);
+    };
+
+    m_navigation->setSection(LibrarySection::folder(deep->uuid()));
+    sections.clear();
+    const LibrarySection deepSection = LibrarySection::folder(deep->uuid());
+    // Moved to another parent (its row is removed and inserted elsewhere), to the top level,
+    // back inside; renamed; its neighbours renamed, moved and deleted; counts changing.
+    SidebarOperations::moveFolder(*m_context, deep, home);
+    expectSelected(deepSection, QStringLiteral("Deep"));
+    SidebarOperations::moveFolder(*m_context, deep, nullptr);
+    expectSelected(deepSection, QStringLiteral("Deep"));
+    SidebarOperations::moveFolder(*m_context, deep, work);
+    expectSelected(deepSection, QStringLiteral("Deep"));
+    deep->setName(QStringLiteral("A deep one"));
+    expectSelected(deepSection, QStringLiteral("A deep one"));
+    other->setName(QStringLiteral("0 first"));
+    SidebarOperations::moveFolder(*m_context, other, home);
+    item->setFolder(deep);
+    expectSelected(deepSection, QStringLiteral("A deep one"));
+    SidebarOperations::deleteFolder(*m_context, *m_navigation, other);
+    SidebarOperations::moveFolder(*m_context, work, home); // the selected row's parent moves
+    expectSelected(deepSection, QStringLiteral("A deep one"));
+    QCOMPARE(sections.count(), 0);
+
+    // The Missing row appearing and going away while it is the selection.
+    item->setIsMissing(true);
+    PaneTest::settle();
+    m_navigation->setSection(LibrarySection::missing());
+    expectSelected(LibrarySection::missing(), QStringLiteral("Missing from Shortcuts"));
+    sections.clear();
+    item->setIsMissing(false);
+    PaneTest::settle();
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::missing());
+    QVERIFY(tree->selectionModel()->selectedIndexes().isEmpty());
+    item->setIsMissing(true);
+    expectSelected(LibrarySection::missing(), QStringLiteral("Missing from Shortcuts"));
+    QCOMPARE(sections.count(), 0);
+}
+
+void TestSidebar::rightClickAndArrowKeys()
+{
+    auto *folder = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
+    m_context->save();
+    PaneTest::settle();
+    QTreeView *tree = m_sidebar->treeView();
+    m_navigation->setSection(LibrarySection::untagged());
+    QTest::mouseClick(tree->viewport(), Qt::RightButton, {},
+                      tree->visualRect(m_sidebar->model()->indexOf(folder)).center());
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::untagged());
+
+    // Down from the last Library row passes over the "Folders" header (and the missing
+    // "Smart Lists") to the folder; up comes back.
+    tree->setFocus();
+    QTest::keyClick(tree, Qt::Key_Down);
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::folder(folder->uuid()));
+    QTest::keyClick(tree, Qt::Key_Up);
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::untagged());
+    // At the top, Up stays on the first row instead of the "Library" header.
+    m_navigation->setSection(LibrarySection::all());
+    QTest::keyClick(tree, Qt::Key_Up);
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::all());
+    QCOMPARE(tree->currentIndex(), m_sidebar->model()->indexOf(LibrarySection::all()));
 }
 
 void TestSidebar::sheetsReplaceEachOther()

@@ -1,3 +1,4 @@
+#include "MenuText.h"
 #include "WindowTestSupport.h"
 #include "app/AppUpdater.h"
 #include "app/LibraryCommands.h"
@@ -6,20 +7,28 @@
 #include "model/LibraryFolder.h"
 #include "model/SmartList.h"
 #include "model/SmartRuleSet.h"
+#include "shortcuts/FolderChooser.h"
+#include "shortcuts/ShortcutsDatabase.h"
 #include "ui/DetailColumn.h"
 #include "ui/EmptyStatePanel.h"
+#include "ui/FileDialogFolderChooser.h"
 #include "ui/OutcomeBanner.h"
 #include "ui/ShortcutCollectionView.h"
 #include "ui/ShortcutGridView.h"
 #include "ui/ShortcutListModel.h"
+#include "ui/SyncStatusLine.h"
+#include "ui/TextBlock.h"
 
 #include <QAbstractItemModelTester>
+#include <QAccessible>
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QSignalSpy>
+#include <QToolBar>
 #include <QToolButton>
 
 namespace {
@@ -45,6 +54,11 @@ private slots:
     void syncErrorRaisesAlertOnce();
     void settingsTogglesPersist();
     void menuCommandsEnableAsWritten();
+    void shortcutsFolderIsCheckedAndCanChange();
+    void tilesAreAccessibleButtons();
+    void clickAndKeyboard();
+    void newSectionStartsAtTheTop();
+    void windowIdentityAndPlainOutputs();
     void inspectorAndFavoriteButton();
     void callbackUrlReachesRunner();
 };
@@ -265,8 +279,11 @@ void WindowTest::syncErrorRaisesAlertOnce()
     QVERIFY(!f.syncer->lastError().isEmpty());
     QTRY_VERIFY(window.syncFailedAlert());
     QMessageBox *alert = window.syncFailedAlert();
-    QCOMPARE(alert->windowTitle(), QStringLiteral("Sync Failed"));
-    QCOMPARE(alert->text(), f.syncer->lastError());
+    // The title is not shown on every platform: the text says it, the error follows as plain
+    // informative text.
+    QCOMPARE(alert->text(), QStringLiteral("Sync Failed"));
+    QCOMPARE(alert->informativeText(), f.syncer->lastError());
+    QCOMPARE(alert->textFormat(), Qt::PlainText);
     alert->button(QMessageBox::Ok)->click();
     QVERIFY(f.syncer->lastError().isEmpty());
     QTRY_VERIFY(!window.syncFailedAlert());
@@ -309,13 +326,14 @@ void WindowTest::menuCommandsEnableAsWritten()
     LibraryWindow &window = f.open();
     AppUpdater updater;
     LibraryCommands commands(window, updater);
-    QStringList file;
-    for (const QAction *action : commands.fileMenu()->actions())
-        file.append(action->isSeparator() ? QStringLiteral("-") : action->text());
-    QCOMPARE(file, (QStringList{"Sync with Shortcuts", "Run Selected Shortcut", "-",
-                                "Install Helper Shortcut…", "Run Helper Shortcut (Icons & Dates)",
-                                "Retry Icons from Shortcuts Events", "-",
-                                "Link Shortcuts Database for App Icons…"}));
+    // The texts as a person reads them (mnemonics resolved), not as stored.
+    QCOMPARE(displayedText(commands.fileMenu()->title()), QStringLiteral("File"));
+    QCOMPARE(displayedText(commands.applicationMenu()->title()), QStringLiteral("Thimblecraft"));
+    QCOMPARE(displayedTexts(commands.fileMenu()),
+             (QStringList{"Sync with Shortcuts", "Run Selected Shortcut", "-",
+                          "Install Helper Shortcut…", "Run Helper Shortcut (Icons & Dates)",
+                          "Retry Icons from Shortcuts Events", "-",
+                          "Link Shortcuts Database for App Icons…"}));
     QCOMPARE(commands.sync()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_R));
     QCOMPARE(commands.runSelected()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Return));
     QVERIFY(commands.sync()->isEnabled());
@@ -337,6 +355,148 @@ void WindowTest::menuCommandsEnableAsWritten()
     QTRY_COMPARE(f.item(QStringLiteral("Greeter"))->runCount(), 1);
     f.navigation->setSelectedShortcut(nullptr);
     QVERIFY(!commands.runSelected()->isEnabled());
+}
+
+void WindowTest::shortcutsFolderIsCheckedAndCanChange()
+{
+    WindowFixture f;
+    LibraryWindow &window = f.open();
+    AppUpdater updater;
+    LibraryCommands commands(window, updater);
+    QVERIFY(!ShortcutsDatabase::hasFolderAccess());
+
+    // A folder without the database is refused with a message, and nothing is stored.
+    QTemporaryDir empty;
+    FolderChooser::answerNextWith(empty.path());
+    TRIGGER_ACTION(commands.database());
+    QTRY_VERIFY(window.findChild<QMessageBox *>(QStringLiteral("noShortcutsDatabaseAlert")));
+    auto *alert = window.findChild<QMessageBox *>(QStringLiteral("noShortcutsDatabaseAlert"));
+    QVERIFY(alert->informativeText().contains(QDir::toNativeSeparators(empty.path())));
+    alert->close();
+    QVERIFY(!ShortcutsDatabase::hasFolderAccess());
+    QVERIFY(!commands.chooseFolder()->isVisible());
+
+    // A folder with one is linked; then another can be chosen.
+    QTemporaryDir shortcuts;
+    QFile database(QDir(shortcuts.path()).filePath(QStringLiteral("Shortcuts.sqlite")));
+    QVERIFY(database.open(QIODevice::WriteOnly));
+    database.close();
+    FolderChooser::answerNextWith(shortcuts.path());
+    TRIGGER_ACTION(commands.database());
+    QVERIFY(ShortcutsDatabase::hasFolderAccess());
+    QCOMPARE(
+        displayedTexts(commands.fileMenu()).mid(7),
+        (QStringList{"Refresh App Icons from Shortcuts Database", "Choose Shortcuts Folder…"}));
+    FolderChooser::answerNextWith(std::nullopt);
+    TRIGGER_ACTION(commands.chooseFolder()); // cancelled: the link stays
+    QVERIFY(ShortcutsDatabase::hasFolderAccess());
+    QCOMPARE(FileDialogFolderChooser::startDirectory(shortcuts.path()), shortcuts.path());
+    QCOMPARE(FileDialogFolderChooser::startDirectory(QStringLiteral("/no/such/folder")),
+             QDir::homePath());
+}
+
+void WindowTest::tilesAreAccessibleButtons()
+{
+    WindowFixture f;
+    for (const QString &name :
+         {QStringLiteral("Alpha"), QStringLiteral("Beta & Co"), QStringLiteral("<b>Gamma</b>")})
+        f.insert(name, f.context->shortcuts().size());
+    LibraryWindow &window = f.open();
+    settle();
+    ShortcutGridView *view = window.collection()->view();
+    for (const auto mode : {WindowSettings::ViewMode::grid, WindowSettings::ViewMode::list}) {
+        WindowSettings::shared().setViewMode(mode);
+        QAccessibleInterface *grid = QAccessible::queryAccessibleInterface(view);
+        QVERIFY(grid);
+        QCOMPARE(grid->childCount(), 3);
+        for (int row = 0; row < 3; ++row) {
+            QAccessibleInterface *tile = grid->child(row);
+            QVERIFY(tile && tile->isValid());
+            QCOMPARE(tile->role(), QAccessible::Button);
+            QCOMPARE(tile->text(QAccessible::Name), view->listModel()->itemAt(row)->name());
+            QCOMPARE(tile->parent(), grid);
+            QCOMPARE(grid->indexOfChild(tile), row);
+            QCOMPARE(grid->childAt(tile->rect().center().x(), tile->rect().center().y()), tile);
+        }
+    }
+    // The button's press selects the shortcut, as a click does.
+    QAccessibleInterface *second = QAccessible::queryAccessibleInterface(view)->child(1);
+    second->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    QCOMPARE(f.navigation->selectedShortcut(), view->listModel()->itemAt(1));
+    QVERIFY(second->state().selected);
+
+    // The run button's tooltip names what it runs; elsewhere the tile's tooltip is the name.
+    const QModelIndex index = view->listModel()->index(1);
+    QTest::mouseMove(view->viewport(), view->visualRect(index).center());
+    QTRY_COMPARE(view->hoveredIndex(), index);
+    QCOMPARE(view->toolTipAt(view->runButtonRect(index).center()), QStringLiteral("Run Beta & Co"));
+    QCOMPARE(view->toolTipAt(view->visualRect(index).bottomLeft() + QPoint(4, -4)),
+             QStringLiteral("Beta & Co"));
+}
+
+void WindowTest::clickAndKeyboard()
+{
+    WindowFixture f;
+    ShortcutItem *alpha = f.insert(QStringLiteral("Alpha"), 1);
+    f.insert(QStringLiteral("Beta"), 2);
+    LibraryWindow &window = f.open();
+    settle();
+    QApplication::setActiveWindow(&window);
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    ShortcutGridView *view = window.collection()->view();
+    // One click selects at once, without waiting out the double-click interval.
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
+                      view->visualRect(view->listModel()->indexOf(alpha)).center());
+    QCOMPARE(f.navigation->selectedShortcut(), alpha);
+
+    QTest::keyClick(&window, Qt::Key_F, Qt::ControlModifier);
+    QTRY_VERIFY(window.collection()->searchField()->hasFocus());
+
+    // Sync, Details and Favorite are in the Tab chain.
+    auto *toolbar = window.findChild<QToolBar *>(QStringLiteral("collectionToolbar"));
+    for (const QString &name : {QStringLiteral("syncAction"), QStringLiteral("detailsAction"),
+                                QStringLiteral("favoriteAction")}) {
+        QWidget *button = toolbar->widgetForAction(namedAction(&window, name));
+        QVERIFY2(button && (button->focusPolicy() & Qt::TabFocus), qPrintable(name));
+    }
+    QWidget *favorite =
+        toolbar->widgetForAction(namedAction(&window, QStringLiteral("favoriteAction")));
+    favorite->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(favorite, Qt::Key_Space);
+    QVERIFY(alpha->isFavorite());
+}
+
+void WindowTest::newSectionStartsAtTheTop()
+{
+    WindowFixture f;
+    ShortcutItem *last = nullptr;
+    for (int i = 0; i < 80; ++i)
+        last = f.insert(QStringLiteral("Shortcut %1").arg(i, 2, 10, QLatin1Char('0')), i);
+    last->setIsFavorite(true);
+    f.insert(QStringLiteral("Zz favourite"), 100)->setIsFavorite(true);
+    LibraryWindow &window = f.open();
+    settle();
+    ShortcutGridView *view = window.collection()->view();
+    f.navigation->setSelectedShortcut(last);
+    view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+    f.navigation->setSection(LibrarySection::favorites());
+    settle();
+    QCOMPARE(view->selectedItem(), last);
+    QCOMPARE(view->verticalScrollBar()->value(), 0);
+}
+
+void WindowTest::windowIdentityAndPlainOutputs()
+{
+    WindowFixture f;
+    LibraryWindow &window = f.open();
+    QVERIFY(!window.windowIcon().isNull());
+    QCOMPARE(QGuiApplication::desktopFileName(), QStringLiteral("com.thimblecraft.Thimblecraft"));
+
+    f.runner->handleCallbackURL(QUrl(QStringLiteral(
+        "thimblecraft://run-success?name=%3Cb%3EBold%3C/b%3E&result=%3Ch1%3EBig%3C/h1%3E")));
+    QCOMPARE(window.banner()->titleText(), QStringLiteral("Ran <b>Bold</b>"));
+    auto *detail = window.banner()->findChild<TextBlock *>(QStringLiteral("outcomeBannerDetail"));
+    QCOMPARE(detail->shownLines(), QStringList{QStringLiteral("<h1>Big</h1>")});
 }
 
 void WindowTest::inspectorAndFavoriteButton()
