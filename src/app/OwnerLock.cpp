@@ -65,6 +65,8 @@ std::unique_ptr<OwnerLock> OwnerLock::tryAcquire(const QString &dataDirectory, O
 
 OwnerLock::~OwnerLock()
 {
+    if (m_fd < 0)
+        return;
     ::flock(m_fd, LOCK_UN);
     ::close(m_fd);
 }

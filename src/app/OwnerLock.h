@@ -24,7 +24,8 @@ public:
 
     // An owner keeps the lock until its process has ended: static destructors close the store
     // after main() returns, and nobody may open it for writing before that.
-    static void keepUntilExit(std::unique_ptr<OwnerLock> lock) { (void)lock.release(); }
+    // The descriptor stays open (and locked) until the kernel closes it at exit.
+    static void keepUntilExit(std::unique_ptr<OwnerLock> lock) { lock->m_fd = -1; }
 
 private:
     explicit OwnerLock(int fd) : m_fd(fd) {}

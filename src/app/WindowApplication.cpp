@@ -142,6 +142,9 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
         });
     }
 
+    // Imports still waiting for their batch are saved before the library is handed on.
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, &syncer,
+                     &LibrarySyncController::flushImports);
     window.show();
     for (const QUrl &url : std::as_const(urls))
         window.openURL(url);

@@ -257,53 +257,75 @@ QStringList checkLibrary(const QString &data, const QStringList &confirmedImport
 class TestOwnerStress : public QObject {
     Q_OBJECT
 
+    quint32 m_seed = 0;
+    int m_rounds = 6;
+    std::unique_ptr<QRandomGenerator> m_random;
+    std::unique_ptr<SimulatedLibraryFile> m_shortcuts;
+    QString m_data;
+    QString m_link;
+    QStringList m_common;
+    QStringList m_confirmed;
+    QHash<QString, int> m_started;
+
 private slots:
-    void rounds()
+    void initTestCase()
     {
         bool seeded = false;
-        quint32 seed = quint32(qEnvironmentVariableIntValue("THIMBLECRAFT_STRESS_SEED", &seeded));
+        m_seed = quint32(qEnvironmentVariableIntValue("THIMBLECRAFT_STRESS_SEED", &seeded));
         if (!seeded)
-            seed = QRandomGenerator::system()->generate();
+            m_seed = QRandomGenerator::system()->generate();
         bool counted = false;
-        int rounds = qEnvironmentVariableIntValue("THIMBLECRAFT_STRESS_ROUNDS", &counted);
-        if (!counted)
-            rounds = 6;
-        qInfo("seed %u, %d rounds (THIMBLECRAFT_STRESS_SEED=%u repeats this run)", seed, rounds,
-              seed);
-        QRandomGenerator random(seed);
-
-        SimulatedLibraryFile shortcuts;
+        const int rounds = qEnvironmentVariableIntValue("THIMBLECRAFT_STRESS_ROUNDS", &counted);
+        if (counted)
+            m_rounds = rounds;
+        qInfo("seed %u, %d rounds (THIMBLECRAFT_STRESS_SEED=%u repeats this run)", m_seed, m_rounds,
+              m_seed);
+        m_random = std::make_unique<QRandomGenerator>(m_seed);
+        m_shortcuts = std::make_unique<SimulatedLibraryFile>();
         for (int i = 1; i <= kLibraryShortcuts; ++i)
-            shortcuts.add(QStringLiteral("ID-%1").arg(i), QStringLiteral("Shortcut %1").arg(i));
-        const QString data = shortcuts.dir.filePath(QStringLiteral("data"));
-        const QString link = shortcuts.dir.filePath(QStringLiteral("link"));
-        QVERIFY(QDir().mkpath(data));
-        QVERIFY(QFile::link(data, link));
-        const QStringList common{QStringLiteral("--script-host"), QStringLiteral("simulator"),
-                                 QStringLiteral("--simulator-library"), shortcuts.libraryPath};
-        QStringList confirmed;
-        QHash<QString, int> started;
-        for (int round = 0; round < rounds; ++round) {
-            // A slow Shortcuts app some rounds, a quick one others.
-            shortcuts.library.switches.listDelayMilliseconds = int(random.bounded(400));
-            shortcuts.publish();
-            StressRound stress(random, data, link, common, round);
-            stress.run();
-            confirmed << stress.confirmedImports;
-            for (auto it = stress.started.cbegin(); it != stress.started.cend(); ++it)
-                started[it.key()] += it.value();
-            const QStringList problems = stress.problems + checkLibrary(data, confirmed);
-            QVERIFY2(problems.isEmpty(), qPrintable(QStringLiteral("round %1 (seed %2): %3")
-                                                        .arg(round)
-                                                        .arg(seed)
-                                                        .arg(problems.join(QStringLiteral("; ")))));
-        }
+            m_shortcuts->add(QStringLiteral("ID-%1").arg(i), QStringLiteral("Shortcut %1").arg(i));
+        m_data = m_shortcuts->dir.filePath(QStringLiteral("data"));
+        m_link = m_shortcuts->dir.filePath(QStringLiteral("link"));
+        QVERIFY(QDir().mkpath(m_data));
+        QVERIFY(QFile::link(m_data, m_link));
+        m_common = QStringList{QStringLiteral("--script-host"), QStringLiteral("simulator"),
+                               QStringLiteral("--simulator-library"), m_shortcuts->libraryPath};
+    }
+
+    // One row a round: each round has its own time limit, and a failure names its round.
+    void rounds_data()
+    {
+        QTest::addColumn<int>("round");
+        for (int round = 0; round < m_rounds; ++round)
+            QTest::addRow("round %d", round) << round;
+    }
+
+    void rounds()
+    {
+        QFETCH(int, round);
+        // A slow Shortcuts app some rounds, a quick one others.
+        m_shortcuts->library.switches.listDelayMilliseconds = int(m_random->bounded(400));
+        m_shortcuts->publish();
+        StressRound stress(*m_random, m_data, m_link, m_common, round);
+        stress.run();
+        m_confirmed << stress.confirmedImports;
+        for (auto it = stress.started.cbegin(); it != stress.started.cend(); ++it)
+            m_started[it.key()] += it.value();
+        const QStringList problems = stress.problems + checkLibrary(m_data, m_confirmed);
+        QVERIFY2(problems.isEmpty(), qPrintable(QStringLiteral("round %1 (seed %2): %3")
+                                                    .arg(round)
+                                                    .arg(m_seed)
+                                                    .arg(problems.join(QStringLiteral("; ")))));
+    }
+
+    void cleanupTestCase()
+    {
         QStringList counts;
-        for (auto it = started.cbegin(); it != started.cend(); ++it)
+        for (auto it = m_started.cbegin(); it != m_started.cend(); ++it)
             counts << QStringLiteral("%1 %2").arg(it.value()).arg(it.key());
         counts.sort();
-        qInfo("%d rounds without a loss: %s; %lld confirmed imports", rounds,
-              qPrintable(counts.join(QStringLiteral(", "))), qint64(confirmed.size()));
+        qInfo("seed %u: %s; %lld confirmed imports", m_seed,
+              qPrintable(counts.join(QStringLiteral(", "))), qint64(m_confirmed.size()));
     }
 };
 
