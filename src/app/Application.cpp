@@ -7,7 +7,10 @@
 #include "app/DataDirectory.h"
 #include "app/IntentCommand.h"
 #include "app/ListCommand.h"
+#include "app/OpenCommand.h"
 #include "app/OwnerLock.h"
+#include "app/ReadCommands.h"
+#include "app/RunCommand.h"
 #include "app/SyncCommand.h"
 #include "app/WindowApplication.h"
 #include "model/AppSettings.h"
@@ -34,7 +37,7 @@ int runThimblecraft(int argc, char *argv[])
 
     switch (commandLine->command) {
     case CommandLine::Command::help:
-        printTo(stdout, CommandLine::usage());
+        printTo(stdout, CommandLine::usage(commandLine->helpFor));
         return 0;
     case CommandLine::Command::version:
         printTo(stdout,
@@ -46,8 +49,7 @@ int runThimblecraft(int argc, char *argv[])
 
     // The library is its data directory's canonical path. Readers need one that exists; a
     // process that may write makes it, and one it cannot use stops it before anything is written.
-    const bool reads = commandLine->command == CommandLine::Command::list ||
-                       commandLine->command == CommandLine::Command::backup;
+    const bool reads = commandLine->onlyReads();
     DataDirectory::Problem problem;
     const auto dataDirectory = reads ? DataDirectory::forReading(commandLine->dataDir, &problem)
                                      : DataDirectory::forWriting(commandLine->dataDir, &problem);
@@ -81,7 +83,11 @@ int runThimblecraft(int argc, char *argv[])
     };
 
     switch (commandLine->command) {
-    case CommandLine::Command::list: {
+    case CommandLine::Command::list:
+    case CommandLine::Command::folders:
+    case CommandLine::Command::tags:
+    case CommandLine::Command::smartLists:
+    case CommandLine::Command::show: {
         QCoreApplication app(argc, argv);
         // Held while reading when free: no owner can start writing under this reader.
         OwnerLock::Outcome outcome;
@@ -94,7 +100,26 @@ int runThimblecraft(int argc, char *argv[])
             printTo(stderr, LibraryStoreContainer::openErrorMessage(openError) + QLatin1Char('\n'));
             return DataDirectory::unusableExitCode;
         }
-        return runListCommand(*context, *commandLine);
+        switch (commandLine->command) {
+        case CommandLine::Command::folders:
+            return runFoldersCommand(*context, *commandLine);
+        case CommandLine::Command::tags:
+            return runTagsCommand(*context, *commandLine);
+        case CommandLine::Command::smartLists:
+            return runSmartListsCommand(*context, *commandLine);
+        case CommandLine::Command::show:
+            return runShowCommand(*context, *commandLine);
+        default:
+            return runListCommand(*context, *commandLine);
+        }
+    }
+    case CommandLine::Command::run: {
+        QCoreApplication app(argc, argv);
+        return runRunCommand(*commandLine);
+    }
+    case CommandLine::Command::open: {
+        QCoreApplication app(argc, argv);
+        return runOpenCommand(*commandLine);
     }
     case CommandLine::Command::backup: {
         QCoreApplication app(argc, argv);

@@ -64,7 +64,10 @@ BackgroundStart::Result parseReport(const QByteArray &line)
 }
 } // namespace
 
-BackgroundStart::Result BackgroundStart::start(const QStringList &arguments, int timeoutMs)
+namespace {
+// This program in a session of its own with its standard streams on /dev/null; reportFd (or -1)
+// becomes its descriptor 3. The child's pid, or -1.
+pid_t spawn(const QStringList &arguments, int reportFd)
 {
     // Everything the child needs is made before fork(): after it only exec-safe calls run.
     const QByteArray program = QFile::encodeName(QCoreApplication::applicationFilePath());
@@ -81,12 +84,10 @@ BackgroundStart::Result BackgroundStart::start(const QStringList &arguments, int
     for (char **e = environ; *e; ++e)
         if (qstrncmp(*e, reportVariable, qstrlen(reportVariable)) != 0)
             envp.push_back(*e);
-    envp.push_back(reportSetting.data());
+    if (reportFd >= 0)
+        envp.push_back(reportSetting.data());
     envp.push_back(nullptr);
 
-    int fds[2];
-    if (::pipe2(fds, O_CLOEXEC) != 0)
-        return {Result::Status::failed, 1, QStringLiteral("cannot start Thimblecraft: no pipe")};
     const int nullFd = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     const pid_t pid = ::fork();
     if (pid == 0) {
@@ -96,13 +97,31 @@ BackgroundStart::Result BackgroundStart::start(const QStringList &arguments, int
             ::dup2(nullFd, 1);
             ::dup2(nullFd, 2);
         }
-        ::dup2(fds[1], reportDescriptor); // dup2 clears close-on-exec on the copy
+        if (reportFd >= 0)
+            ::dup2(reportFd, reportDescriptor); // dup2 clears close-on-exec on the copy
         ::execve(argv[0], argv.data(), envp.data());
         ::_exit(127);
     }
-    ::close(fds[1]);
     if (nullFd >= 0)
         ::close(nullFd);
+    return pid;
+}
+} // namespace
+
+bool BackgroundStart::detach(const QStringList &arguments)
+{
+    // Not waited for: a window lives as long as the person wants.
+    ::signal(SIGCHLD, SIG_IGN);
+    return spawn(arguments, -1) > 0;
+}
+
+BackgroundStart::Result BackgroundStart::start(const QStringList &arguments, int timeoutMs)
+{
+    int fds[2];
+    if (::pipe2(fds, O_CLOEXEC) != 0)
+        return {Result::Status::failed, 1, QStringLiteral("cannot start Thimblecraft: no pipe")};
+    const pid_t pid = spawn(arguments, fds[1]);
+    ::close(fds[1]);
     if (pid < 0) {
         ::close(fds[0]);
         return {Result::Status::failed, 1, QStringLiteral("cannot start Thimblecraft")};

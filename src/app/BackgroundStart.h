@@ -18,6 +18,9 @@ struct Result {
 // and waits up to timeoutMs for its report.
 Result start(const QStringList &arguments, int timeoutMs);
 
+// Starts this program with arguments the same way, without waiting for anything (a window).
+bool detach(const QStringList &arguments);
+
 // In the started instance: tells the starter the outcome. Later calls do nothing; without a
 // starter (started by hand) nothing is sent.
 void reportReady();

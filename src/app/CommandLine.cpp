@@ -1,50 +1,139 @@
 #include "app/CommandLine.h"
 
-QString CommandLine::usage()
+#include <QHash>
+
+namespace {
+using Command = CommandLine::Command;
+
+struct CommandInfo {
+    Command command;
+    const char *name;
+    const char *help;
+};
+
+const QString kCommonOptions = QStringLiteral(
+    "Options for every command:\n"
+    "  --data-dir DIR    the library in DIR (default: the platform's data folder)\n"
+    "  --script-host H   talk to Shortcuts through H: osascript (the default on macOS)\n"
+    "                    or simulator (the default elsewhere)\n"
+    "  --simulator-library FILE\n"
+    "                    the simulated Shortcuts library (default: <data dir>/Simulated\n"
+    "                    Shortcuts/library.json, made from the sample on first use)\n"
+    "  --help            show help (thimblecraft COMMAND --help: that command's)\n"
+    "  --version         show the version\n");
+
+const QString kExitCodes = QStringLiteral(
+    "Exit codes:\n"
+    "  0   success\n"
+    "  1   the command failed (the reason is printed on standard error)\n"
+    "  2   usage error: unknown command, option or section, a missing value, or a\n"
+    "      shortcut name shared by several shortcuts (the candidates are listed)\n"
+    "  66  there is no library in the data directory (read commands never make one)\n"
+    "  70  the library store cannot be opened\n");
+
+const CommandInfo kCommands[] = {
+    {Command::list, "list",
+     "thimblecraft list [--section S] [--search TEXT] [--json]\n"
+     "  Prints the library's shortcuts, one name per line (--json: a JSON array of records).\n"
+     "  --section S     one section: all, favorites, recent, unfiled, untagged, missing,\n"
+     "                  folder:UUID|PATH, tag:UUID|PATH, smart:UUID|NAME, native:NAME\n"
+     "                  (PATH: names from the top, e.g. folder:Work/Clients)\n"
+     "  --search TEXT   narrow by search text (names, tags, notes)\n"},
+    {Command::folders, "folders",
+     "thimblecraft folders [--json]\n"
+     "  Prints the folder tree: each folder's name, shortcuts (with subfolders) and uuid.\n"
+     "  --json keys: uuid, title, path, depth, parent, count, totalCount.\n"},
+    {Command::tags, "tags",
+     "thimblecraft tags [--json]\n"
+     "  Prints the tag tree: each tag's name, shortcuts (with nested tags) and uuid.\n"
+     "  --json keys: uuid, title, path, depth, parent, count, totalCount.\n"},
+    {Command::smartLists, "smart-lists",
+     "thimblecraft smart-lists [--json]\n"
+     "  Prints every smart list with its rules in words, sort and number of shortcuts.\n"
+     "  --json keys: uuid, name, match (all|any), rules, sort, ascending, includeMissing,\n"
+     "  count.\n"},
+    {Command::show, "show",
+     "thimblecraft show SHORTCUT [--json]\n"
+     "  Prints every field of one shortcut, its folder path and tags.\n"
+     "  SHORTCUT is an identifier, a name, or name:NAME.\n"},
+    {Command::run, "run",
+     "thimblecraft run SHORTCUT [--input TEXT | --input-file FILE | --input -] [--json]\n"
+     "  Runs a shortcut through the running Thimblecraft (one is started without a window\n"
+     "  when none runs) and counts the run. Prints the output; on failure the error goes\n"
+     "  to standard error and the exit code is 1. --input - reads the input from standard\n"
+     "  input. --json prints the whole outcome (name, identifier, ok, output, error, date).\n"},
+    {Command::open, "open",
+     "thimblecraft open [SECTION | --shortcut SHORTCUT]\n"
+     "  Brings the window forward (starting it if needed) at a section (as in list\n"
+     "  --section) or with a shortcut selected.\n"},
+    {Command::sync, "sync",
+     "thimblecraft sync\n"
+     "  Syncs with Shortcuts without a window and prints the summary. When Thimblecraft\n"
+     "  runs, it does the sync; the summary is always of a sync begun after you asked.\n"},
+    {Command::backup, "backup",
+     "thimblecraft backup FILE [--force]\n"
+     "  Writes a consistent copy of the library to FILE, also while Thimblecraft runs.\n"
+     "  --force replaces an existing FILE.\n"},
+    {Command::intent, "intent",
+     "thimblecraft intent begin|finish\n"
+     "thimblecraft intent import --name N [--identifier I] [--folder F] [--action-count N]\n"
+     "         [--icon FILE] [--created ISO] [--modified ISO] [--position N]\n"
+     "  The helper shortcut's three steps, handed to the running Thimblecraft (one is\n"
+     "  started without a window when none runs).\n"},
+};
+
+const CommandInfo *infoFor(Command command)
 {
-    return QStringLiteral(
-        "Usage: thimblecraft [OPTIONS] [thimblecraft://URL]\n"
-        "       thimblecraft list [--section S] [--search TEXT] [--json] [OPTIONS]\n"
-        "       thimblecraft sync [OPTIONS]\n"
-        "       thimblecraft backup FILE [--force] [OPTIONS]\n"
-        "       thimblecraft intent begin|finish [OPTIONS]\n"
-        "       thimblecraft intent import --name N [--identifier I] [--folder F]\n"
-        "                [--action-count N] [--icon FILE] [--created ISO] [--modified ISO]\n"
-        "                [--position N] [OPTIONS]\n"
-        "\n"
-        "Commands:\n"
-        "  (none)            open the library window\n"
-        "  list              print the library's shortcuts, one name per line\n"
-        "  sync              sync with Shortcuts without a window, print the summary\n"
-        "  backup FILE       write a consistent copy of the library to FILE, also while\n"
-        "                    Thimblecraft runs (--force replaces an existing FILE)\n"
-        "  intent ACTION     hand a helper-shortcut intent to the running Thimblecraft\n"
-        "                    (started in the background when none runs)\n"
-        "  --background      run without a window, serving intents, until idle\n"
-        "\n"
-        "Options:\n"
-        "  --data-dir DIR    keep the library store and settings in DIR\n"
-        "  --script-host H   talk to Shortcuts through H: osascript (the default on macOS)\n"
-        "                    or simulator (the default elsewhere)\n"
-        "  --simulator-library FILE\n"
-        "                    the simulated Shortcuts library (default: <data dir>/Simulated\n"
-        "                    Shortcuts/library.json, made from the sample on first use)\n"
-        "  --json            (list) print JSON instead of names\n"
-        "  --section S       (list) one section: all, favorites, recent, unfiled, untagged,\n"
-        "                    missing, folder:UUID, tag:UUID, smart:UUID, native:NAME\n"
-        "  --search TEXT     (list) narrow the section by search text\n"
-        "  --help            show this help\n"
-        "  --version         show the version\n"
+    for (const CommandInfo &info : kCommands)
+        if (info.command == command)
+            return &info;
+    return nullptr;
+}
+
+const CommandInfo *infoNamed(const QString &name)
+{
+    for (const CommandInfo &info : kCommands)
+        if (name == QLatin1String(info.name))
+            return &info;
+    return nullptr;
+}
+
+bool takesJson(Command c)
+{
+    return c == Command::list || c == Command::folders || c == Command::tags ||
+           c == Command::smartLists || c == Command::show || c == Command::run;
+}
+} // namespace
+
+QString CommandLine::usage(Command command)
+{
+    if (const CommandInfo *info = infoFor(command))
+        return QStringLiteral("Usage: ") + QString::fromUtf8(info->help) + QLatin1Char('\n') +
+               kCommonOptions + QLatin1Char('\n') + kExitCodes;
+    QString text = QStringLiteral("Usage: thimblecraft [OPTIONS] [thimblecraft://URL]\n"
+                                  "       thimblecraft COMMAND [ARGUMENTS] [OPTIONS]\n"
+                                  "\n"
+                                  "Without a command the library window opens (or comes forward).\n"
+                                  "\n"
+                                  "Commands:\n");
+    for (const CommandInfo &info : kCommands) {
+        const QString help = QString::fromUtf8(info.help);
+        text += QStringLiteral("  ") + help.section(QLatin1Char('\n'), 0, 0) + QLatin1Char('\n');
+    }
+    text += QStringLiteral(
+        "  --background      run without a window, serving other commands, until idle\n"
         "\n"
         "One process writes a library at a time: the window, or a windowless Thimblecraft.\n"
-        "sync, intent and backup hand their work to it when it runs; list only reads.\n"
-        "\n"
-        "Exit codes:\n"
-        "  0   success\n"
-        "  1   the command failed (the reason is printed on standard error)\n"
-        "  2   usage error: unknown command, option or section, or a missing value\n"
-        "  66  there is no library in the data directory (list, backup)\n"
-        "  70  the library store cannot be opened\n");
+        "sync, run, intent and backup hand their work to it when it runs; list, folders,\n"
+        "tags, smart-lists and show only read.\n"
+        "\n");
+    return text + kCommonOptions + QLatin1Char('\n') + kExitCodes;
+}
+
+bool CommandLine::onlyReads() const
+{
+    return command == Command::list || command == Command::backup || command == Command::folders ||
+           command == Command::tags || command == Command::smartLists || command == Command::show;
 }
 
 std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QString *error)
@@ -55,22 +144,42 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
         return std::nullopt;
     };
     int i = 1;
-    if (i < arguments.size() && arguments[i] == QLatin1String("list")) {
-        cl.command = Command::list;
-        ++i;
-    } else if (i < arguments.size() && arguments[i] == QLatin1String("sync")) {
-        cl.command = Command::sync;
-        ++i;
-    } else if (i < arguments.size() && arguments[i] == QLatin1String("backup")) {
-        cl.command = Command::backup;
-        if (++i >= arguments.size() || arguments[i].startsWith(QLatin1Char('-')))
+    if (i < arguments.size()) {
+        if (const CommandInfo *info = infoNamed(arguments[i])) {
+            cl.command = info->command;
+            ++i;
+        }
+    }
+    // A command's own positional argument comes first.
+    auto positional = [&](QString &out, const QString &what) -> bool {
+        if (i >= arguments.size() || arguments[i].startsWith(QLatin1Char('-')))
+            return false;
+        out = arguments[i++];
+        Q_UNUSED(what);
+        return true;
+    };
+    const bool asksHelp =
+        arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"));
+    switch (cl.command) {
+    case Command::backup:
+        if (!positional(cl.backupFile, {}) && !asksHelp)
             return fail(QStringLiteral("backup needs the file to write"));
-        cl.backupFile = arguments[i++];
-    } else if (i < arguments.size() && arguments[i] == QLatin1String("intent")) {
-        cl.command = Command::intent;
-        if (++i >= arguments.size() || arguments[i].startsWith(QLatin1Char('-')))
+        break;
+    case Command::intent:
+        if (!positional(cl.intentAction, {}) && !asksHelp)
             return fail(QStringLiteral("intent needs begin, import or finish"));
-        cl.intentAction = arguments[i++];
+        break;
+    case Command::show:
+    case Command::run:
+        if (!positional(cl.shortcut, {}) && !asksHelp)
+            return fail(QStringLiteral("%1 needs a shortcut (identifier or name)")
+                            .arg(QString::fromUtf8(infoFor(cl.command)->name)));
+        break;
+    case Command::open:
+        positional(cl.section, {});
+        break;
+    default:
+        break;
     }
     for (; i < arguments.size(); ++i) {
         const QString &a = arguments[i];
@@ -81,7 +190,9 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
             return true;
         };
         if (a == QLatin1String("--help") || a == QLatin1String("-h")) {
+            cl.helpFor = cl.command;
             cl.command = Command::help;
+            return cl;
         } else if (a == QLatin1String("--version")) {
             cl.command = Command::version;
         } else if (a == QLatin1String("--data-dir")) {
@@ -94,7 +205,7 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
         } else if (a == QLatin1String("--simulator-library")) {
             if (!value(cl.simulatorLibrary) || cl.simulatorLibrary.isEmpty())
                 return fail(QStringLiteral("--simulator-library needs a file"));
-        } else if (a == QLatin1String("--json") && cl.command == Command::list) {
+        } else if (a == QLatin1String("--json") && takesJson(cl.command)) {
             cl.json = true;
         } else if (a == QLatin1String("--section") && cl.command == Command::list) {
             if (!value(cl.section))
@@ -104,6 +215,21 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
                 return fail(QStringLiteral("--search needs a text"));
         } else if (a == QLatin1String("--force") && cl.command == Command::backup) {
             cl.force = true;
+        } else if (a == QLatin1String("--input") && cl.command == Command::run) {
+            QString text;
+            if (cl.input || !cl.inputFile.isEmpty() || !value(text))
+                return fail(QStringLiteral("--input needs a text (or - for standard input), once"));
+            if (text == QLatin1String("-"))
+                cl.inputFile = text;
+            else
+                cl.input = text;
+        } else if (a == QLatin1String("--input-file") && cl.command == Command::run) {
+            if (cl.input || !cl.inputFile.isEmpty() || !value(cl.inputFile) ||
+                cl.inputFile.isEmpty())
+                return fail(QStringLiteral("--input-file needs a file, instead of --input"));
+        } else if (a == QLatin1String("--shortcut") && cl.command == Command::open) {
+            if (!cl.section.isEmpty() || !value(cl.shortcut) || cl.shortcut.isEmpty())
+                return fail(QStringLiteral("open takes a section or --shortcut SHORTCUT"));
         } else if (a == QLatin1String("--background") && cl.command == Command::window) {
             cl.command = Command::background;
         } else if (cl.command == Command::intent && a.startsWith(QLatin1String("--")) &&

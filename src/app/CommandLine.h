@@ -6,8 +6,25 @@
 
 // What the command line asks for. Parsing never exits; errors come back as text (exit 2).
 struct CommandLine {
-    enum class Command { window, list, help, version, sync, intent, background, backup };
+    enum class Command {
+        window,
+        list,
+        help,
+        version,
+        sync,
+        intent,
+        background,
+        backup,
+        folders,
+        tags,
+        smartLists,
+        show,
+        run,
+        open,
+    };
     Command command = Command::window;
+    // The command whose help was asked for (`thimblecraft run --help`); window means all.
+    Command helpFor = Command::window;
     QString dataDir;
     bool json = false;
     QString section;
@@ -22,7 +39,15 @@ struct CommandLine {
     // backup FILE [--force]
     QString backupFile;
     bool force = false;
+    // show/run SHORTCUT, open --shortcut SHORTCUT
+    QString shortcut;
+    // run: --input TEXT, or --input-file FILE ("-" for standard input)
+    std::optional<QString> input;
+    QString inputFile;
 
     static std::optional<CommandLine> parse(const QStringList &arguments, QString *error);
-    static QString usage();
+    // The overview, or one command's help.
+    static QString usage(Command command = Command::window);
+    // Whether the command only reads the library (it never creates or writes one).
+    bool onlyReads() const;
 };

@@ -285,6 +285,11 @@ void InstanceChannel::dispatch(QLocalSocket *socket, const QByteArray &payload)
         m_quitHandler();
         return;
     }
+    if (const auto handler = m_requestHandlers.constFind(kind);
+        handler != m_requestHandlers.cend()) {
+        replyWhenDone(socket, (*handler)(request));
+        return;
+    }
     reply(socket, {false, QStringLiteral("unknown request kind")});
 }
 

@@ -19,7 +19,8 @@ class QLocalSocket;
 // Wire format, one request and one reply per connection: a 4-byte big-endian length, then that
 // many bytes of a UTF-8 JSON object. Requests: {"kind": "intent", "action": A, "arguments": [..]},
 // {"kind": "sync"}, {"kind": "backup", "path": P, "force": bool}, {"kind": "open-url", "url": U},
-// {"kind": "activate"}, {"kind": "quit"}.
+// {"kind": "activate"}, {"kind": "quit"}, and kinds with handlers of their own ({"kind": "run",
+// "shortcut": S, "input": T}).
 // Replies: {"ok": bool, "text": T}.
 class InstanceChannel : public QObject {
     Q_OBJECT
@@ -65,6 +66,12 @@ public:
     // `thimblecraft sync` while this instance runs: the store has one writer, so it syncs here.
     using SyncHandler = std::function<QCoro::Task<Reply>()>;
     void setSyncHandler(SyncHandler handler) { m_syncHandler = std::move(handler); }
+    // Any other kind of request the owner serves (e.g. "run"); the whole request is handed over.
+    using RequestHandler = std::function<QCoro::Task<Reply>(QJsonObject request)>;
+    void setRequestHandler(const QString &kind, RequestHandler handler)
+    {
+        m_requestHandlers.insert(kind, std::move(handler));
+    }
     // `thimblecraft backup` while this instance owns the library: the copy comes from its store.
     using BackupHandler = std::function<Reply(const QString &path, bool force)>;
     void setBackupHandler(BackupHandler handler) { m_backupHandler = std::move(handler); }
@@ -108,6 +115,7 @@ private:
     IntentHandler m_intentHandler;
     SyncHandler m_syncHandler;
     BackupHandler m_backupHandler;
+    QHash<QString, RequestHandler> m_requestHandlers;
     std::function<void(const QUrl &)> m_urlHandler;
     std::function<void()> m_activateHandler;
     std::function<void()> m_quitHandler;

@@ -18,9 +18,9 @@
 #include <QDir>
 #include <QFileInfo>
 
-QStringList backgroundArguments(const CommandLine &commandLine)
+QStringList ownerArguments(const CommandLine &commandLine)
 {
-    QStringList arguments{QStringLiteral("--background")};
+    QStringList arguments;
     if (!commandLine.dataDir.isEmpty())
         arguments << QStringLiteral("--data-dir") << AppSettings::dataDirectory();
     if (!commandLine.scriptHost.isEmpty())
@@ -29,6 +29,11 @@ QStringList backgroundArguments(const CommandLine &commandLine)
         arguments << QStringLiteral("--simulator-library")
                   << QFileInfo(commandLine.simulatorLibrary).absoluteFilePath();
     return arguments;
+}
+
+QStringList backgroundArguments(const CommandLine &commandLine)
+{
+    return QStringList{QStringLiteral("--background")} + ownerArguments(commandLine);
 }
 
 int runIntentCommand(const CommandLine &commandLine)

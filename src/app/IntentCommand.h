@@ -12,7 +12,9 @@ class LibrarySyncController;
 // failure (exit 1); bad options exit 2.
 int runIntentCommand(const CommandLine &commandLine);
 
-// The arguments that start a windowless owner with this command line's data and Shortcuts.
+// The options that give another instance this command line's data and Shortcuts.
+QStringList ownerArguments(const CommandLine &commandLine);
+// The arguments that start a windowless owner with them.
 QStringList backgroundArguments(const CommandLine &commandLine);
 
 // Makes this process the intents' endpoint: the channel performs Begin, Import and Finish, and

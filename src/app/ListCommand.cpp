@@ -1,6 +1,7 @@
 #include "app/ListCommand.h"
 
 #include "app/CommandLine.h"
+#include "model/LibraryLookup.h"
 #include "model/LibraryQuery.h"
 #include "model/LibrarySection.h"
 #include "model/ModelContext.h"
@@ -16,12 +17,12 @@ int runListCommand(ModelContext &context, const CommandLine &commandLine)
         // The whole library, missing shortcuts included, in creation order.
         items = LibraryQuery::searchFiltered(context.shortcuts(), commandLine.search);
     } else {
-        const auto section = LibrarySection::fromText(commandLine.section);
+        const auto section = LibraryLookup::sectionFor(context, commandLine.section);
         if (!section) {
             const QByteArray message =
                 QStringLiteral("thimblecraft: unknown section \"%1\"; use all, favorites, recent, "
-                               "unfiled, untagged, missing, folder:UUID, tag:UUID, smart:UUID or "
-                               "native:NAME\n")
+                               "unfiled, untagged, missing, folder:UUID|PATH, tag:UUID|PATH, "
+                               "smart:UUID|NAME or native:NAME\n")
                     .arg(commandLine.section)
                     .toUtf8();
             std::fwrite(message.constData(), 1, size_t(message.size()), stderr);

@@ -13,7 +13,9 @@ SettingsDialog::SettingsDialog(AppUpdater &updater, QWidget *parent)
       m_doubleClickRuns(new QCheckBox(QStringLiteral("Double-click a shortcut to run it"))),
       m_includeSubfolders(
           new QCheckBox(QStringLiteral("Folders include shortcuts from their subfolders"))),
-      m_automaticUpdates(new QCheckBox(QStringLiteral("Check for updates automatically")))
+      m_automaticUpdates(new QCheckBox(QStringLiteral("Check for updates automatically"))),
+      m_linksRunWithoutAsking(
+          new QCheckBox(QStringLiteral("Links may run shortcuts without asking")))
 {
     setObjectName(QStringLiteral("settingsDialog"));
     setWindowTitle(QStringLiteral("Settings"));
@@ -21,12 +23,13 @@ SettingsDialog::SettingsDialog(AppUpdater &updater, QWidget *parent)
     m_doubleClickRuns->setObjectName(QStringLiteral("doubleClickRunsToggle"));
     m_includeSubfolders->setObjectName(QStringLiteral("includeSubfoldersToggle"));
     m_automaticUpdates->setObjectName(QStringLiteral("automaticUpdatesToggle"));
+    m_linksRunWithoutAsking->setObjectName(QStringLiteral("linksRunWithoutAskingToggle"));
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 20, 24, 16);
     layout->setSpacing(10);
-    for (QCheckBox *box :
-         {m_syncOnLaunch, m_doubleClickRuns, m_includeSubfolders, m_automaticUpdates})
+    for (QCheckBox *box : {m_syncOnLaunch, m_doubleClickRuns, m_includeSubfolders,
+                           m_automaticUpdates, m_linksRunWithoutAsking})
         layout->addWidget(box);
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
@@ -39,6 +42,8 @@ SettingsDialog::SettingsDialog(AppUpdater &updater, QWidget *parent)
     connect(m_doubleClickRuns, &QCheckBox::toggled, &settings, &WindowSettings::setDoubleClickRuns);
     connect(m_includeSubfolders, &QCheckBox::toggled, &settings,
             &WindowSettings::setIncludeSubfolders);
+    connect(m_linksRunWithoutAsking, &QCheckBox::toggled, &settings,
+            &WindowSettings::setLinksRunWithoutAsking);
     connect(m_automaticUpdates, &QCheckBox::toggled, &updater,
             &AppUpdater::setAutomaticallyChecksForUpdates);
     connect(&settings, &WindowSettings::changed, this, &SettingsDialog::reload);
@@ -50,9 +55,10 @@ void SettingsDialog::reload()
 {
     const WindowSettings &settings = WindowSettings::shared();
     const QSignalBlocker a(m_syncOnLaunch), b(m_doubleClickRuns), c(m_includeSubfolders),
-        d(m_automaticUpdates);
+        d(m_automaticUpdates), e(m_linksRunWithoutAsking);
     m_syncOnLaunch->setChecked(settings.syncOnLaunch());
     m_doubleClickRuns->setChecked(settings.doubleClickRuns());
     m_includeSubfolders->setChecked(settings.includeSubfolders());
     m_automaticUpdates->setChecked(m_updater.automaticallyChecksForUpdates());
+    m_linksRunWithoutAsking->setChecked(settings.linksRunWithoutAsking());
 }

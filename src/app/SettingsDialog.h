@@ -5,7 +5,7 @@
 class AppUpdater;
 class QCheckBox;
 
-// The settings pane: four switches written at once.
+// The settings pane: switches written at once.
 class SettingsDialog : public QDialog {
     Q_OBJECT
 public:
@@ -15,6 +15,7 @@ public:
     QCheckBox *doubleClickRuns() const { return m_doubleClickRuns; }
     QCheckBox *includeSubfolders() const { return m_includeSubfolders; }
     QCheckBox *automaticUpdates() const { return m_automaticUpdates; }
+    QCheckBox *linksRunWithoutAsking() const { return m_linksRunWithoutAsking; }
     // Shows the stored values again.
     void reload();
 
@@ -24,4 +25,5 @@ private:
     QCheckBox *m_doubleClickRuns;
     QCheckBox *m_includeSubfolders;
     QCheckBox *m_automaticUpdates;
+    QCheckBox *m_linksRunWithoutAsking;
 };

@@ -5,10 +5,13 @@
 #include "app/IntentCommand.h"
 #include "app/OwnerClient.h"
 #include "app/OwnerLock.h"
+#include "app/QuitOnSignal.h"
+#include "app/RunCommand.h"
 #include "app/WindowlessOwner.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
+#include "shortcuts/ShortcutRunner.h"
 #include "sync/LibrarySyncController.h"
 
 #include <QCoro/QCoroSignal>
@@ -71,8 +74,10 @@ int syncAsOwner(QGuiApplication &app, const std::function<bool()> &installPlatfo
     if (path.isEmpty() || !channel.listen(path, &error))
         printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(error));
     installIntentEndpoint(channel, controller);
+    installRunEndpoint(channel, ShortcutRunner::shared());
     WindowlessOwner owner(channel, controller);
     channel.setQuitHandler([&owner] { owner.leave(); });
+    quitOnTerminationSignals([&owner] { owner.leave(); });
     QObject::connect(&owner, &WindowlessOwner::left, &app, &QCoreApplication::quit);
 
     int exitCode = 1;
@@ -183,8 +188,10 @@ int runBackgroundInstance(int argc, char *argv[], const std::function<bool()> &i
     }
     LibrarySyncController &controller = LibrarySyncController::shared();
     installIntentEndpoint(channel, controller);
+    installRunEndpoint(channel, ShortcutRunner::shared());
     WindowlessOwner owner(channel, controller);
     channel.setQuitHandler([&owner] { owner.leave(); });
+    quitOnTerminationSignals([&owner] { owner.leave(); });
     QObject::connect(&owner, &WindowlessOwner::left, &app, &QCoreApplication::quit);
 
     QTimer idle;

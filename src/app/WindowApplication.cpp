@@ -5,7 +5,10 @@
 #include "app/InstanceChannel.h"
 #include "app/IntentCommand.h"
 #include "app/LibraryCommands.h"
+#include "app/LinkRouter.h"
 #include "app/OwnerLock.h"
+#include "app/QuitOnSignal.h"
+#include "app/RunCommand.h"
 #include "app/SettingsDialog.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
@@ -122,6 +125,7 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
         updater->checkAutomaticallyIfDue();
     });
 
+    LinkRouter links(window);
     InstanceChannel channel;
     QString channelError;
     const QString socketPath =
@@ -131,9 +135,10 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
         printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(channelError));
     } else {
         installIntentEndpoint(channel, syncer);
-        channel.setUrlHandler([&window](const QUrl &url) {
+        installRunEndpoint(channel, runner);
+        channel.setUrlHandler([&links](const QUrl &url) {
             if (isOwnURL(url))
-                window.openURL(url);
+                links.open(url);
         });
         channel.setActivateHandler([&window] {
             window.showNormal();
@@ -142,11 +147,15 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
         });
     }
 
+    quitOnTerminationSignals([] {
+        QApplication::closeAllWindows();
+        QCoreApplication::quit();
+    });
     // Imports still waiting for their batch are saved before the library is handed on.
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &syncer,
                      &LibrarySyncController::flushImports);
     window.show();
     for (const QUrl &url : std::as_const(urls))
-        window.openURL(url);
+        links.open(url);
     return app.exec();
 }

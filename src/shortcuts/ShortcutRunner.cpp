@@ -109,8 +109,14 @@ void ShortcutRunner::finishRun(const QString &identifier)
 
 void ShortcutRunner::run(ShortcutItem *item, const std::optional<QString> &input)
 {
+    runForOutcome(item, input); // runs on by itself
+}
+
+QCoro::Task<std::optional<ShortcutRunner::Outcome>>
+ShortcutRunner::runForOutcome(ShortcutItem *item, std::optional<QString> input)
+{
     if (!item)
-        return;
+        co_return std::nullopt;
     const QString identifier = item->identifier();
     const QString name = item->name();
     if (!m_runningIdentifiers.contains(identifier)) {
@@ -122,19 +128,18 @@ void ShortcutRunner::run(ShortcutItem *item, const std::optional<QString> &input
     if (ModelContext *context = item->context())
         context->save(); // a failed save must not stop the run
 
-    auto task = [](QPointer<ShortcutRunner> self, ShortcutsEventsBridge *bridge, QString identifier,
-                   QString name, std::optional<QString> input) -> QCoro::Task<> {
-        auto pending = bridge->run(identifier, name, input); // named: see the bridge's execute()
-        const auto result = co_await pending;
-        if (!self)
-            co_return;
-        if (result)
-            self->setLatestOutcome(name, result.value(), std::nullopt);
-        else
-            self->setLatestOutcome(name, std::nullopt, result.error().localizedDescription());
-        self->finishRun(identifier);
-    };
-    task(QPointer<ShortcutRunner>(this), &bridge(), identifier, name, input);
+    QPointer<ShortcutRunner> self(this);
+    auto pending = bridge().run(identifier, name, input); // named: see the bridge's execute()
+    const auto result = co_await pending;
+    if (!self)
+        co_return std::nullopt;
+    if (result)
+        self->setLatestOutcome(name, result.value(), std::nullopt);
+    else
+        self->setLatestOutcome(name, std::nullopt, result.error().localizedDescription());
+    const std::optional<Outcome> outcome = self->m_latestOutcome;
+    self->finishRun(identifier);
+    co_return outcome;
 }
 
 QUrl ShortcutRunner::openShortcutURL(const QString &name)

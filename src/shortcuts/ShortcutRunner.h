@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoro/QCoroTask>
 #include <QDateTime>
 #include <QObject>
 #include <QSet>
@@ -46,6 +47,9 @@ public:
 
     // Counts the run and saves the item's context at once, then runs in the background.
     void run(ShortcutItem *item, const std::optional<QString> &input = std::nullopt);
+    // The same, handing back this run's outcome when it has finished (no value without an item).
+    QCoro::Task<std::optional<Outcome>> runForOutcome(ShortcutItem *item,
+                                                      std::optional<QString> input);
     void openInShortcuts(const ShortcutItem *item);
     void handleCallbackURL(const QUrl &url);
 

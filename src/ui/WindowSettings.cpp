@@ -53,6 +53,16 @@ void WindowSettings::setDoubleClickRuns(bool on)
     write("doubleClickRuns", on);
 }
 
+bool WindowSettings::linksRunWithoutAsking() const
+{
+    return AppSettings::store().value(QStringLiteral("linksRunWithoutAsking"), false).toBool();
+}
+
+void WindowSettings::setLinksRunWithoutAsking(bool on)
+{
+    write("linksRunWithoutAsking", on);
+}
+
 bool WindowSettings::includeSubfolders() const
 {
     return LibrarySettings::includeSubfolders();

@@ -24,6 +24,9 @@ public:
     void setDoubleClickRuns(bool on);
     bool includeSubfolders() const;
     void setIncludeSubfolders(bool on);
+    // "linksRunWithoutAsking": false when absent, so that a web page cannot run things silently.
+    bool linksRunWithoutAsking() const;
+    void setLinksRunWithoutAsking(bool on);
     // "sortKey", "sortAscending".
     ShortcutSort sortKey() const;
     void setSortKey(ShortcutSort key);

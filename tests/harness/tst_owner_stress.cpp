@@ -204,6 +204,19 @@ private:
         }
         if (!LibraryProcesses::dismissOwner(m_data))
             problems << QStringLiteral("the windowless owner did not leave");
+        // An owner killed outright leaves its acknowledged imports in the journal; the next
+        // owner saves them, so one comes and goes before the library is looked at.
+        QProcess next;
+        next.start(programPath(), QStringList{QStringLiteral("--background"),
+                                              QStringLiteral("--data-dir"), m_data} +
+                                      m_common);
+        QElapsedTimer waited;
+        waited.start();
+        while (!LibraryProcesses::hasOwner(m_data) && waited.elapsed() < 20000 &&
+               next.state() != QProcess::NotRunning)
+            QTest::qWait(20);
+        if (!LibraryProcesses::dismissOwner(m_data) || !next.waitForFinished(20000))
+            problems << QStringLiteral("the owner after the round did not leave");
     }
 
     QRandomGenerator &m_random;
@@ -271,7 +284,7 @@ private slots:
     void initTestCase()
     {
         bool seeded = false;
-        m_seed = quint32(qEnvironmentVariableIntValue("THIMBLECRAFT_STRESS_SEED", &seeded));
+        m_seed = qgetenv("THIMBLECRAFT_STRESS_SEED").toUInt(&seeded);
         if (!seeded)
             m_seed = QRandomGenerator::system()->generate();
         bool counted = false;
