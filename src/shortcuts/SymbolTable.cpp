@@ -99,6 +99,7 @@ constexpr Entry kEntries[] = {
     {u"text.cursor", 0xF5E7},                   // cursor-text
     {u"arrow.up.forward.app", 0xF3CC},          // open-in-new
     {u"doc.on.doc", 0xF18F},                    // content-copy
+    {u"link", 0xF337},                          // link
     {u"ellipsis.circle", 0xF1D8},               // dots-horizontal
     {u"arrow.triangle.2.circlepath", 0xF4E6},   // sync
     {u"sidebar.trailing", 0xF263},              // format-align-right

@@ -1,8 +1,10 @@
 #include "ui/ShortcutContextMenu.h"
 
 #include "model/FlattenedTree.h"
+#include "model/LibraryLinks.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
+#include "ui/CopyLinkAction.h"
 #include "ui/LibraryNavigation.h"
 #include "ui/PlainText.h"
 #include "ui/SymbolIcon.h"
@@ -158,6 +160,7 @@ void populate(QMenu *menu, ShortcutItem *item, const Services &services)
         data->setText(item->name());
         QGuiApplication::clipboard()->setMimeData(data);
     });
+    addCopyLinkAction(menu, LibraryLinks::openShortcut(item->identifier()));
 
     if (item->isMissing()) {
         menu->addSeparator();

@@ -1,7 +1,9 @@
 #include "ui/SidebarView.h"
 
 #include "model/FlattenedTree.h"
+#include "model/LibraryLinks.h"
 #include "model/ModelContext.h"
+#include "ui/CopyLinkAction.h"
 #include "ui/FolderEditor.h"
 #include "ui/LibraryNavigation.h"
 #include "ui/PlainText.h"
@@ -286,6 +288,7 @@ void SidebarView::addFolderMenu(QMenu *menu, LibraryFolder *folder)
     edit->setObjectName(QStringLiteral("editFolder"));
     connect(edit, &QAction::triggered, this,
             [this, folder] { editFolder(FolderEditTarget::edit(folder)); });
+    addCopyLinkAction(menu, LibraryLinks::openSection(LibrarySection::folder(folder->uuid())));
     menu->addSeparator();
 
     QMenu *moveTo = menu->addMenu(SymbolIcon::icon(QStringLiteral("arrow.right.doc.on.clipboard")),
@@ -338,6 +341,7 @@ void SidebarView::addTagMenu(QMenu *menu, Tag *tag)
         menu->addAction(SymbolIcon::icon(QStringLiteral("pencil")), QStringLiteral("Edit Tag…"));
     edit->setObjectName(QStringLiteral("editTag"));
     connect(edit, &QAction::triggered, this, [this, tag] { editTag(TagEditTarget::edit(tag)); });
+    addCopyLinkAction(menu, LibraryLinks::openSection(LibrarySection::tag(tag->uuid())));
     menu->addSeparator();
 
     QMenu *moveTo = menu->addMenu(SymbolIcon::icon(QStringLiteral("arrow.right.doc.on.clipboard")),
@@ -390,6 +394,7 @@ void SidebarView::addSmartListMenu(QMenu *menu, SmartList *list)
     duplicate->setObjectName(QStringLiteral("duplicateSmartList"));
     connect(duplicate, &QAction::triggered, this,
             [this, list] { SidebarOperations::duplicateSmartList(m_context, list); });
+    addCopyLinkAction(menu, LibraryLinks::openSection(LibrarySection::smartList(list->uuid())));
     QAction *remove = menu->addAction(SymbolIcon::icon(QStringLiteral("trash"), destructiveColor()),
                                       QStringLiteral("Delete"));
     remove->setObjectName(QStringLiteral("deleteSmartList"));

@@ -215,8 +215,20 @@ private:
         while (!LibraryProcesses::hasOwner(m_data) && waited.elapsed() < 20000 &&
                next.state() != QProcess::NotRunning)
             QTest::qWait(20);
-        if (!LibraryProcesses::dismissOwner(m_data) || !next.waitForFinished(20000))
-            problems << QStringLiteral("the owner after the round did not leave");
+        const bool dismissed = LibraryProcesses::dismissOwner(m_data);
+        if (!dismissed || !next.waitForFinished(20000)) {
+            problems << QStringLiteral("the owner after the round did not leave (%1, %2, owner "
+                                       "%3, its pid %4, its errors: %5)")
+                            .arg(dismissed ? QStringLiteral("dismissed")
+                                           : QStringLiteral("not dismissed"),
+                                 next.state() == QProcess::NotRunning ? QStringLiteral("ended")
+                                                                      : QStringLiteral("running"))
+                            .arg(LibraryProcesses::ownerPid(m_data))
+                            .arg(next.processId())
+                            .arg(QString::fromUtf8(next.readAllStandardError()));
+            next.kill();
+            next.waitForFinished();
+        }
     }
 
     QRandomGenerator &m_random;

@@ -1,0 +1,187 @@
+// The read commands, run and the ambiguous-name refusal, through the real program on a library
+// this test builds, with the simulated Shortcuts app answering runs.
+
+#include "app/InstanceChannel.h"
+#include "common/SimulatedLibraryFile.h"
+#include "harness/ProgramRuns.h"
+#include "model/LibraryStoreContainer.h"
+#include "model/ModelContext.h"
+#include "model/SmartRuleSet.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QtTest>
+
+class TestCommands : public QObject {
+    Q_OBJECT
+    SimulatedLibraryFile shortcuts;
+    QString data = shortcuts.dir.filePath(QStringLiteral("data"));
+    QString clients;
+    QString errands;
+
+    Run thimblecraft(const QStringList &command)
+    {
+        return runThimblecraft(
+            command + QStringList{QStringLiteral("--data-dir"), data,
+                                  QStringLiteral("--script-host"), QStringLiteral("simulator"),
+                                  QStringLiteral("--simulator-library"), shortcuts.libraryPath});
+    }
+    QJsonArray jsonArray(const QStringList &command)
+    {
+        const Run r = thimblecraft(command + QStringList{QStringLiteral("--json")});
+        return QJsonDocument::fromJson(r.out).array();
+    }
+
+private slots:
+    void initTestCase()
+    {
+        shortcuts.add(QStringLiteral("ECHO"), QStringLiteral("Echo")).run.outputs = {
+            QStringLiteral("got {input}")};
+        auto &broken = shortcuts.add(QStringLiteral("BROKEN"), QStringLiteral("Broken"));
+        broken.run.errorNumber = -1;
+        broken.run.errorMessage = QStringLiteral("It broke.");
+        shortcuts.publish();
+
+        QString error;
+        auto context = LibraryStoreContainer::open(data, &error);
+        QVERIFY2(context, qPrintable(error));
+        auto *work = context->insert(new LibraryFolder(QStringLiteral("Work")));
+        auto *clientsFolder = context->insert(new LibraryFolder(QStringLiteral("Clients"), work));
+        clients = clientsFolder->uuid();
+        auto *home = context->insert(new Tag(QStringLiteral("Home"), QString()));
+        auto *errandsTag = context->insert(new Tag(QStringLiteral("Errands"), QString(), home));
+        errands = errandsTag->uuid();
+        auto *echo =
+            context->insert(new ShortcutItem(QStringLiteral("ECHO"), QStringLiteral("Echo")));
+        echo->setFolder(clientsFolder);
+        echo->addTag(errandsTag);
+        echo->setNotes(QStringLiteral("repeats what it is given"));
+        context->insert(new ShortcutItem(QStringLiteral("BROKEN"), QStringLiteral("Broken")))
+            ->setFolder(work);
+        context->insert(new ShortcutItem(QStringLiteral("T1"), QStringLiteral("Twin")));
+        context->insert(new ShortcutItem(QStringLiteral("T2"), QStringLiteral("Twin")));
+        SmartRuleSet rules;
+        rules.rules.first().text = QStringLiteral("o");
+        context->insert(new SmartList(QStringLiteral("Has an o"), rules));
+        QVERIFY(context->save(&error));
+    }
+
+    void cleanupTestCase()
+    {
+        InstanceChannel::send(InstanceChannel::socketPath(data), InstanceChannel::quitRequest());
+    }
+
+    // Trees with paths, depths and counts, direct and with what lies below.
+    void foldersAndTags()
+    {
+        const QJsonArray folders = jsonArray({QStringLiteral("folders")});
+        QCOMPARE(folders.size(), 2);
+        QCOMPARE(folders[1]["path"].toString(), QStringLiteral("Work › Clients"));
+        QCOMPARE(folders[1]["depth"].toInt(), 1);
+        QCOMPARE(folders[1]["uuid"].toString(), clients);
+        QCOMPARE(folders[0]["count"].toInt(), 1);
+        QCOMPARE(folders[0]["totalCount"].toInt(), 2);
+        const Run text = thimblecraft({QStringLiteral("folders")});
+        QVERIFY2(text.out.startsWith("Work  ·  1 shortcut (2 with subfolders)  ·  "),
+                 text.out.constData());
+        QVERIFY(text.out.contains("\n  Clients  ·  1 shortcut  ·  " + clients.toUtf8()));
+
+        const QJsonArray tags = jsonArray({QStringLiteral("tags")});
+        QCOMPARE(tags.size(), 2);
+        QCOMPARE(tags[1]["path"].toString(), QStringLiteral("Home › Errands"));
+        QCOMPARE(tags[0]["count"].toInt(), 0);
+        QCOMPARE(tags[0]["totalCount"].toInt(), 1);
+    }
+
+    void smartListsInWords()
+    {
+        const QJsonArray lists = jsonArray({QStringLiteral("smart-lists")});
+        QCOMPARE(lists.size(), 1);
+        QCOMPARE(lists[0]["match"].toString(), QStringLiteral("all"));
+        QCOMPARE(lists[0]["rules"].toArray().first().toString(),
+                 QStringLiteral("Name contains “o”"));
+        QCOMPARE(lists[0]["count"].toInt(), 2); // Echo and Broken
+    }
+
+    // Sections by path and by name, as well as by uuid.
+    void sectionsByPath()
+    {
+        for (const QString &section :
+             {QStringLiteral("folder:Work/Clients"), QStringLiteral("folder:work › clients"),
+              QStringLiteral("folder:") + clients, QStringLiteral("tag:Home/Errands"),
+              QStringLiteral("smart:Has an o")}) {
+            const Run r =
+                thimblecraft({QStringLiteral("list"), QStringLiteral("--section"), section});
+            QCOMPARE(r.exitCode, 0);
+            QVERIFY2(r.out.split('\n').contains("Echo"), qPrintable(section + u' ' + r.out));
+        }
+        QCOMPARE(thimblecraft({QStringLiteral("list"), QStringLiteral("--section"),
+                               QStringLiteral("folder:Work/Nowhere")})
+                     .out,
+                 QByteArray());
+    }
+
+    // show and run take an identifier, a name or name:NAME; a shared name is refused with the
+    // candidates.
+    void shortcutReferences()
+    {
+        const Run byName = thimblecraft({QStringLiteral("show"), QStringLiteral("Echo")});
+        QVERIFY2(byName.out.contains("  Folder: Work › Clients\n"), byName.out.constData());
+        QVERIFY(byName.out.contains("  Tags: Home › Errands\n"));
+        const QJsonDocument json = QJsonDocument::fromJson(
+            thimblecraft({QStringLiteral("show"), QStringLiteral("ECHO"), QStringLiteral("--json")})
+                .out);
+        QCOMPARE(json["notes"].toString(), QStringLiteral("repeats what it is given"));
+        QCOMPARE(json["folderPath"].toString(), QStringLiteral("Work › Clients"));
+
+        for (const QString &command : {QStringLiteral("show"), QStringLiteral("run")}) {
+            const Run twin = thimblecraft({command, QStringLiteral("Twin")});
+            QCOMPARE(twin.exitCode, 2);
+            QVERIFY2(twin.err.contains("T1") && twin.err.contains("T2"), twin.err.constData());
+        }
+        QCOMPARE(thimblecraft({QStringLiteral("show"), QStringLiteral("T2")}).exitCode, 0);
+        QCOMPARE(thimblecraft({QStringLiteral("show"), QStringLiteral("Nobody")}).exitCode, 1);
+    }
+
+    // A run happens in the owner, counts like a run from the window and reports its outcome.
+    void runsThroughTheOwner()
+    {
+        const Run echoed = thimblecraft({QStringLiteral("run"), QStringLiteral("name:Echo"),
+                                         QStringLiteral("--input"), QStringLiteral("a %1 & b")});
+        QVERIFY2(echoed.exitCode == 0, echoed.err.constData());
+        QCOMPARE(echoed.out, QByteArray("got a %1 & b\n"));
+
+        const Run broken = thimblecraft(
+            {QStringLiteral("run"), QStringLiteral("Broken"), QStringLiteral("--json")});
+        QCOMPARE(broken.exitCode, 1);
+        const QJsonDocument outcome = QJsonDocument::fromJson(broken.out);
+        QCOMPARE(outcome["ok"].toBool(), false);
+        QVERIFY2(outcome["error"].toString().contains(QLatin1String("It broke.")),
+                 broken.out.constData());
+        QCOMPARE(outcome["identifier"].toString(), QStringLiteral("BROKEN"));
+
+        // The owner counted both; a reader sees it once the owner has saved.
+        QTRY_VERIFY_WITH_TIMEOUT(
+            QJsonDocument::fromJson(thimblecraft({QStringLiteral("show"), QStringLiteral("ECHO"),
+                                                  QStringLiteral("--json")})
+                                        .out)["runCount"]
+                    .toInt() == 1,
+            10000);
+    }
+
+    void helpPerCommand()
+    {
+        const Run help = thimblecraft({QStringLiteral("run"), QStringLiteral("--help")});
+        QCOMPARE(help.exitCode, 0);
+        QVERIFY(help.out.startsWith("Usage: thimblecraft run SHORTCUT"));
+        QVERIFY(help.out.contains("66  there is no library"));
+        const Run overview = runThimblecraft({QStringLiteral("--help")});
+        for (const char *command : {"list", "folders", "tags", "smart-lists", "show", "run", "open",
+                                    "sync", "backup", "intent"})
+            QVERIFY2(overview.out.contains(QByteArray("  thimblecraft ") + command), command);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCommands)
+#include "tst_commands.moc"
