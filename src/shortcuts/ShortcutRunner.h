@@ -47,6 +47,9 @@ public:
     // Counts the run and saves the item's context at once, then runs in the background.
     void run(ShortcutItem *item, const std::optional<QString> &input = std::nullopt);
     void openInShortcuts(const ShortcutItem *item);
+    // A URL's text as it arrived; the scheme and host are compared exactly as written.
+    void handleCallbackURL(const QString &urlText);
+    // For URLs that are only known as QUrl (scheme and host already lower-cased).
     void handleCallbackURL(const QUrl &url);
 
     // shortcuts://open-shortcut?name=…

@@ -219,6 +219,20 @@ void TestShortcutRunner::callbackURLs_data()
                                   << none;
     QTest::newRow("no host") << "thimblecraft:run-success?name=A" << false << "" << none << none;
     QTest::newRow("no scheme") << "run-success?name=A" << false << "" << none << none;
+    // Scheme and host are compared as they were sent, case and all.
+    QTest::newRow("scheme in capitals")
+        << "THIMBLECRAFT://run-success?name=A" << false << "" << none << none;
+    QTest::newRow("scheme capitalised")
+        << "Thimblecraft://run-success?name=A" << false << "" << none << none;
+    QTest::newRow("host in capitals")
+        << "thimblecraft://Run-Success?name=A" << false << "" << none << none;
+    QTest::newRow("UTF-8 name") << "thimblecraft://run-success?name=Caf%C3%A9" << true << "Café"
+                                << none << none;
+    QTest::newRow("name not UTF-8")
+        << "thimblecraft://run-success?name=%FF%FE" << true << "Shortcut" << none << none;
+    QTest::newRow("message not UTF-8")
+        << "thimblecraft://run-error?name=A&errorMessage=%C3" << true << "A" << none
+        << QVariant(QStringLiteral("The shortcut reported an error."));
 }
 
 void TestShortcutRunner::callbackURLs()
@@ -230,7 +244,7 @@ void TestShortcutRunner::callbackURLs()
     QFETCH(QVariant, error);
     QSignalSpy spy(m_runner.get(), &ShortcutRunner::latestOutcomeChanged);
     QSignalSpy running(m_runner.get(), &ShortcutRunner::runningIdentifiersChanged);
-    m_runner->handleCallbackURL(QUrl(url));
+    m_runner->handleCallbackURL(url);
     QCOMPARE(running.count(), 0);
     QCOMPARE(spy.count(), outcome ? 1 : 0);
     QCOMPARE(m_runner->latestOutcome().has_value(), outcome);
