@@ -2,9 +2,11 @@
 #include "common/ScriptedHost.h"
 #include "model/Clock.h"
 #include "model/ModelContext.h"
+#include "shortcuts/FileOpenEvents.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
 
+#include <QFileOpenEvent>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -22,6 +24,7 @@ private slots:
     void openInShortcuts();
     void callbackURLs_data();
     void callbackURLs();
+    void callbackURLsAsFileOpenEvents();
 
 private:
     std::shared_ptr<ScriptedHost> m_host;
@@ -259,6 +262,29 @@ void TestShortcutRunner::callbackURLs()
     if (o.error)
         QCOMPARE(*o.error, error.toString());
     QCOMPARE(o.date, m_now);
+}
+
+// How a URL reaches the program on macOS: an Apple event that Qt turns into a QFileOpenEvent.
+void TestShortcutRunner::callbackURLsAsFileOpenEvents()
+{
+    ShortcutRunner *runner = m_runner.get();
+    auto *filter =
+        FileOpenEvents::install(QCoreApplication::instance(),
+                                [runner](const QString &url) { runner->handleCallbackURL(url); });
+    QCoreApplication::postEvent(QCoreApplication::instance(),
+                                new QFileOpenEvent(QUrl(QStringLiteral(
+                                    "thimblecraft://run-success?name=Backup&result=Done"))));
+    QTRY_VERIFY(m_runner->latestOutcome());
+    QCOMPARE(m_runner->latestOutcome()->shortcutName, QStringLiteral("Backup"));
+    QCOMPARE(m_runner->latestOutcome()->output, std::optional(QStringLiteral("Done")));
+
+    // A document is left to the application.
+    QFileOpenEvent document(QStringLiteral("/tmp/notes.txt"));
+    QVERIFY(!filter->eventFilter(QCoreApplication::instance(), &document));
+    QFileOpenEvent otherScheme(QUrl(QStringLiteral("shortcuts://run-success?name=X")));
+    QVERIFY(!filter->eventFilter(QCoreApplication::instance(), &otherScheme));
+    QCOMPARE(m_runner->latestOutcome()->shortcutName, QStringLiteral("Backup"));
+    delete filter;
 }
 
 QTEST_GUILESS_MAIN(TestShortcutRunner)
