@@ -76,7 +76,7 @@ public:
     static constexpr char iconFetchBlockedKey[] = "iconFetchBlocked";
     static constexpr char iconFormatVersionKey[] = "iconFormatVersion";
     static constexpr char drawnAppIconVersionKey[] = "drawnAppIconVersion";
-    static constexpr int currentIconFormatVersion = 4;
+    static constexpr int currentIconFormatVersion = 5;
     static constexpr int currentDrawnAppIconVersion = 2;
     static constexpr int iconCycleSize = 8;
     static constexpr int upgradeChunkSize = 50;

@@ -60,6 +60,22 @@ std::optional<QByteArray> trimmedPNG(const QByteArray &stored)
         return std::nullopt;
     return PngEncoder::encode(*cropped);
 }
+
+// A glyph the crop before format 5 damaged: nothing visible left, or its ink placed off the
+// middle of the square (rows were measured from the bottom). A sound crop whose square met
+// the icon's edge may be taken for one; it is then only fetched once more.
+bool damagedByTheOldCrop(const QByteArray &stored)
+{
+    const QImage image = IconProcessing::decodeImage(stored);
+    if (image.isNull())
+        return false;
+    const auto content = IconProcessing::contentBounds(image);
+    if (!content)
+        return true;
+    const int above = content->top();
+    const int below = image.height() - 1 - content->bottom();
+    return std::abs(above - below) > 1;
+}
 } // namespace
 
 AppIconSource &LibrarySyncController::appIcons()
@@ -433,5 +449,24 @@ QCoro::Task<> LibrarySyncController::upgradeStoredIcons()
         }
         m_context.save();
         m_settings.setValue(QLatin1String(iconFormatVersionKey), 4);
+    }
+
+    if (version() < 5) {
+        // Glyphs the old vertical crop cut away or shifted: dropped (colours kept), so the icon
+        // queue fetches them again. App icons were never cropped.
+        QList<ShortcutItem *> glyphs;
+        for (ShortcutItem *item : m_context.shortcuts()) {
+            if (item->hasIconData() && item->iconAppBundleID().isEmpty())
+                glyphs.append(item);
+        }
+        auto checking = rewriteStoredIcons(glyphs, [](const QByteArray &bytes) -> IconEdit {
+            if (!damagedByTheOldCrop(bytes))
+                return {};
+            return [](ShortcutItem *item) { item->setIconData(std::nullopt); };
+        });
+        const bool alive = co_await checking;
+        if (!alive)
+            co_return;
+        m_settings.setValue(QLatin1String(iconFormatVersionKey), 5);
     }
 }

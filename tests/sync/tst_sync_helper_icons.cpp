@@ -1,5 +1,6 @@
 // The helper shortcut's imports, the icon queue, the database pass and the icon upgrades.
 #include "SyncTestSupport.h"
+#include "common/TestImages.h"
 #include "model/Clock.h"
 #include "shortcuts/IconProcessing.h"
 #include "simulator/SimulatedHelperShortcut.h"
@@ -343,12 +344,12 @@ private slots:
         f.item("A")->setIconTopHex(QStringLiteral("#AAAAAA"));
         f.item("A")->setIconBottomHex(QStringLiteral("#BBBBBB"));
 
-        // From format 3 only the colours are exchanged.
+        // From format 3 only the colours are exchanged (the stored image is a sound one).
         f.settings->setValue(LibrarySyncController::iconFormatVersionKey, 3);
         runToEnd(f.controller->upgradeStoredIcons());
         QCOMPARE(f.item("A")->iconTopHex(), QStringLiteral("#BBBBBB"));
         QCOMPARE(f.item("A")->iconData(), png);
-        QCOMPARE(f.settings->value(LibrarySyncController::iconFormatVersionKey).toInt(), 4);
+        QCOMPARE(f.settings->value(LibrarySyncController::iconFormatVersionKey).toInt(), 5);
 
         // From nothing: processed, cropped, then exchanged.
         f.item("A")->setIconTopHex(QString());
@@ -360,6 +361,51 @@ private slots:
         QCOMPARE(f.item("A")->iconBottomHex(), processed->topHex);
         QVERIFY(f.item("A")->iconData() != png);
         QVERIFY(!f.item("B")->hasIconData());
+    }
+
+    // Glyphs that the earlier crop cut away or shifted are fetched again; sound ones stay.
+    void glyphsOfTheOldCropAreFetchedAgain()
+    {
+        SyncFixture f;
+        for (const char *id : {"Empty", "Shifted", "Sound", "App"})
+            f.add(id, id);
+        f.publish();
+        f.controller->merge({snapshot("Empty", "Empty"), snapshot("Shifted", "Shifted"),
+                             snapshot("Sound", "Sound"), snapshot("App", "App")});
+        auto glyph = [](QRect ink) {
+            QImage image(40, 40, QImage::Format_ARGB32_Premultiplied);
+            image.fill(Qt::transparent);
+            QPainter(&image).fillRect(ink, Qt::white);
+            return encodedImage(image);
+        };
+        QImage clear(30, 30, QImage::Format_ARGB32_Premultiplied);
+        clear.fill(Qt::transparent);
+        const QByteArray shifted = glyph(QRect(0, 0, 40, 12));
+        const QByteArray sound = glyph(QRect(0, 14, 40, 12));
+        f.item("Empty")->setIconData(encodedImage(clear));
+        f.item("Shifted")->setIconData(shifted);
+        f.item("Sound")->setIconData(sound);
+        f.item("App")->setIconData(shifted);
+        f.item("App")->setIconAppBundleID(QStringLiteral("com.example.app"));
+        for (const char *id : {"Empty", "Shifted", "Sound"}) {
+            f.item(id)->setIconTopHex(QStringLiteral("#102030"));
+            f.item(id)->setIconBottomHex(QStringLiteral("#405060"));
+        }
+        f.settings->setValue(LibrarySyncController::iconFormatVersionKey, 4);
+        runToEnd(f.controller->upgradeStoredIcons());
+        QCOMPARE(f.settings->value(LibrarySyncController::iconFormatVersionKey).toInt(),
+                 LibrarySyncController::currentIconFormatVersion);
+        QVERIFY(!f.item("Empty")->hasIconData());
+        QVERIFY(!f.item("Shifted")->hasIconData());
+        QCOMPARE(f.item("Shifted")->iconTopHex(), QStringLiteral("#102030")); // colours stay
+        QCOMPARE(f.item("Sound")->iconData(), sound);
+        QCOMPARE(f.item("App")->iconData(), shifted); // an app's icon is no glyph
+
+        // The queue brings them back.
+        f.controller->startIconFetch();
+        runToEnd(f.controller->iconFetchFinished());
+        QVERIFY(f.item("Empty")->hasIconData());
+        QVERIFY(f.item("Shifted")->hasIconData());
     }
 };
 
