@@ -165,6 +165,8 @@ signals:
     void iconsCompletedChanged();
     void iconsTotalChanged();
     void pendingImportsChanged();
+    // A read of the Shortcuts database has ended; passes that waited for it take its rows.
+    void databaseRowsRead();
     void iconFetchRunningChanged();
     // A full sync or a helper sync's finish published its summary.
     void syncFinished();
@@ -194,6 +196,12 @@ private:
     Workspace *m_workspace = nullptr;
     std::shared_ptr<AppIconSource> m_appIcons;
     RowsLoader m_rowsLoader;
+    // The database read under way, shared by the passes that ask while it runs.
+    struct RowsRead {
+        bool done = false;
+        std::optional<ShortcutsDatabase::Rows> rows;
+    };
+    std::shared_ptr<RowsRead> m_rowsRead;
     QString m_helperShortcutPath;
 
     SyncPhase m_phase;

@@ -261,13 +261,31 @@ QCoro::Task<> LibrarySyncController::iconWorker(QPointer<LibrarySyncController> 
 
 QCoro::Task<std::optional<ShortcutsDatabase::Rows>> LibrarySyncController::loadDatabaseRows()
 {
+    // One read at a time (a sync's pass and the menu's refresh may ask together): a later pass
+    // takes the rows of the read under way.
+    if (const std::shared_ptr<RowsRead> running = m_rowsRead) {
+        while (!running->done)
+            co_await qCoro(this, &LibrarySyncController::databaseRowsRead);
+        co_return running->rows;
+    }
+    const auto read = std::make_shared<RowsRead>();
+    m_rowsRead = read;
+    QPointer<LibrarySyncController> self(this);
     if (m_rowsLoader) {
         auto loaded = m_rowsLoader();
-        co_return co_await loaded;
+        read->rows = co_await loaded;
+    } else {
+        // Copying the database files and reading them is file work: off the main thread.
+        auto loading =
+            QtConcurrent::run(&utilityPool(), [] { return ShortcutsDatabase::loadRows(); });
+        read->rows = co_await loading;
     }
-    // Copying the database files and reading them is file work: off the main thread.
-    auto loading = QtConcurrent::run(&utilityPool(), [] { return ShortcutsDatabase::loadRows(); });
-    co_return co_await loading;
+    read->done = true;
+    if (self) {
+        self->m_rowsRead.reset();
+        emit self->databaseRowsRead();
+    }
+    co_return read->rows;
 }
 
 QCoro::Task<> LibrarySyncController::refreshFromDatabase()

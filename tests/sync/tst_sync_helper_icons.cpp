@@ -8,8 +8,10 @@
 #include "simulator/SimulatedWorkspace.h"
 #include "sync/SyncIntents.h"
 
+#include <QCoro/QCoroSignal>
 #include <QFile>
 #include <QSignalSpy>
+#include <QTimer>
 
 namespace {
 class FakeAppIcons final : public AppIconSource {
@@ -332,6 +334,39 @@ private slots:
             f.item("A"), QDateTime::currentDateTimeUtc());
         QCOMPARE(f.item("A")->iconData(), QByteArray("mail-png"));
         QCOMPARE(f.item("A")->iconTopHex(), QStringLiteral("#111111"));
+    }
+
+    // A database pass asked for while one reads shares that read.
+    void overlappingDatabasePassesShareOneRead()
+    {
+        SyncFixture f;
+        auto &c = *f.controller;
+        c.merge({snapshot("A", "Alpha")});
+        int reads = 0;
+        QTimer release;
+        release.setSingleShot(true);
+        c.setDatabaseRowsLoader(
+            [&reads, &release]() -> QCoro::Task<std::optional<ShortcutsDatabase::Rows>> {
+                ++reads;
+                release.start(50);
+                co_await qCoro(&release, &QTimer::timeout);
+                ShortcutsDatabase::Rows rows;
+                ShortcutsDatabase::Row row;
+                row.workflowID = QStringLiteral("A");
+                row.lastRunAt = QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
+                rows.insert(row.workflowID, row);
+                co_return rows;
+            });
+        auto first = c.refreshFromDatabase();
+        auto second = c.refreshFromDatabase();
+        runToEnd(std::move(first));
+        runToEnd(std::move(second));
+        QCOMPARE(reads, 1);
+        QVERIFY(f.item("A")->lastRunAt().has_value());
+
+        // Once it has ended, the next pass reads afresh.
+        runToEnd(c.refreshFromDatabase());
+        QCOMPARE(reads, 2);
     }
 
     void iconUpgrades()
