@@ -232,7 +232,8 @@ QCoro::Task<> LibrarySyncController::iconWorker(QPointer<LibrarySyncController> 
                 break;
             }
         }
-        if (taken == 0)
+        // A refusal ends the worker at once: this cycle's results are not applied.
+        if (blocked || taken == 0)
             break;
         if (!batch.isEmpty()) {
             for (ShortcutItem *item : self->m_context.shortcuts()) {

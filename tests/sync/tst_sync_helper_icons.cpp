@@ -1,5 +1,6 @@
 // The helper shortcut's imports, the icon queue, the database pass and the icon upgrades.
 #include "SyncTestSupport.h"
+#include "common/ScriptedHost.h"
 #include "common/TestImages.h"
 #include "model/Clock.h"
 #include "shortcuts/IconProcessing.h"
@@ -269,6 +270,35 @@ private slots:
         runToEnd(f.controller->iconFetchFinished());
         QVERIFY(f.item("ID4")->iconData() != QByteArray("old"));
         QCOMPARE(f.settings->value(LibrarySyncController::iconFetchBlockedKey).toBool(), false);
+    }
+
+    // A refusal in the middle of a cycle ends the worker there: nothing of that cycle is stored
+    // and the phase goes straight back to idle.
+    void refusalInTheMiddleOfACycle()
+    {
+        SyncFixture f;
+        auto host = std::make_shared<ScriptedHost>();
+        const QByteArray png = SimulatedIconRenderer::renderPNG(QStringLiteral("star"),
+                                                                QColor(Qt::red), QColor(Qt::blue));
+        host->answer = [png](const QString &script) {
+            if (script.endsWith(QLatin1String("\"B\"")))
+                return ScriptHostReply::failure(-10004, QStringLiteral("A privilege violation."));
+            return ScriptHostReply::success(AppleEventDescriptor::data(DescriptorType::png, png));
+        };
+        ShortcutsEventsBridge bridge(host);
+        LibrarySyncController c(*f.context, bridge, *f.settings);
+        c.merge({snapshot("A", "A"), snapshot("B", "B"), snapshot("C", "C")});
+        QList<SyncPhase> phases;
+        connect(&c, &LibrarySyncController::phaseChanged, this, [&] { phases.append(c.phase()); });
+        c.startIconFetch();
+        runToEnd(c.iconFetchFinished());
+        QVERIFY(c.iconFetchBlocked());
+        QVERIFY(!f.item("A")->hasIconData());
+        QCOMPARE(host->scripts().size(), 2); // C was never asked for
+        QVERIFY(c.iconQueue().isEmpty());
+        QVERIFY(c.phase().isIdle());
+        for (const SyncPhase &phase : phases)
+            QVERIFY(!phase.isIcons());
     }
 
     // Dates, last runs and app icons from the Shortcuts database.
