@@ -64,10 +64,15 @@ private slots:
         QCOMPARE(s.identifier, QString());
         QCOMPARE(s.name, QStringLiteral(" Morning ")); // names are taken as given
         QCOMPARE(s.libraryOrder, 0);
-        for (const char *position : {"0", "-3"}) {
-            request->position = QByteArray(position).toLongLong();
+        for (const char *position : {"0", "-3", "-9223372036854775808"}) {
+            request = ImportShortcutRequest::fromArguments({"--name", "N", "--position", position},
+                                                           &error);
+            QVERIFY2(request, qPrintable(error));
             QCOMPARE(QCoro::waitFor(SyncIntents::snapshot(*request)).libraryOrder, 0);
         }
+        request->position = std::numeric_limits<qint64>::max();
+        QCOMPARE(QCoro::waitFor(SyncIntents::snapshot(*request)).libraryOrder,
+                 std::numeric_limits<qint64>::max() - 1);
 
         const QString icon = f.dir.filePath(QStringLiteral("icon.png"));
         QFile file(icon);
@@ -89,6 +94,12 @@ private slots:
                                        {"--name", "N", "--created", "yesterday"},
                                        {"--name", "N", "--colour", "red"}})
             QVERIFY(!ImportShortcutRequest::fromArguments(bad, &error));
+        // No nameless records: an empty or blank name is refused, saying why.
+        for (const char *blank : {"", " ", "\t \n"}) {
+            error.clear();
+            QVERIFY2(!ImportShortcutRequest::fromArguments({"--name", blank}, &error), blank);
+            QCOMPARE(error, QStringLiteral("--name needs a name that is not blank"));
+        }
     }
 
     // Imports within 0.8 s of the first of a batch are merged together.
