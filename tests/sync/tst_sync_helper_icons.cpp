@@ -12,6 +12,7 @@
 #include <QCoro/QCoroSignal>
 #include <QFile>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTimer>
 
 namespace {
@@ -209,6 +210,45 @@ private slots:
         QVERIFY(library.save(f.libraryPath));
         runToEnd(c.runHelperShortcut());
         QCOMPARE(c.lastError(), QStringLiteral("Shortcuts Events isn't available on this Mac."));
+    }
+
+    // Where the helper file comes from, and a copy that cannot be written.
+    void helperShortcutFile()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        SyncFixture f;
+        auto &c = *f.controller;
+        SimulatedWorkspace workspace(f.dir.filePath(QStringLiteral("workspace.log")));
+        c.setWorkspace(&workspace);
+        c.setHelperShortcutPath(QString()); // the bundled file
+        // Something that is not a file stands where the copy goes.
+        const QString copy = QStandardPaths::writableLocation(QStandardPaths::CacheLocation) +
+                             QStringLiteral("/Sync Thimblecraft.shortcut");
+        QFile::remove(copy);
+        QVERIFY(QDir().mkpath(copy + QStringLiteral("/in the way")));
+        const auto cleanUp = qScopeGuard([copy] { QDir(copy).removeRecursively(); });
+        c.installHelperShortcut();
+        QVERIFY2(
+            c.lastError().startsWith(QStringLiteral("The helper shortcut couldn't be copied to ")),
+            qPrintable(c.lastError()));
+        QVERIFY(workspace.entries().isEmpty());
+
+        // The file shipped in the bundle's Resources is used as it is.
+        c.setBundleResourcesPath(f.dir.path());
+        QFile shipped(f.dir.filePath(QStringLiteral("Sync Thimblecraft.shortcut")));
+        QVERIFY(shipped.open(QIODevice::WriteOnly));
+        shipped.write("signed helper");
+        shipped.close();
+        QCOMPARE(c.helperShortcutPath(), QFileInfo(shipped).canonicalFilePath());
+        c.installHelperShortcut();
+        QCOMPARE(workspace.entries().size(), 1);
+        QCOMPARE(workspace.entries().constFirst().value(QLatin1String("target")).toString(),
+                 QFileInfo(shipped).canonicalFilePath());
+        // Without it, the built-in copy.
+        QVERIFY(shipped.remove());
+        QDir(copy).removeRecursively();
+        QVERIFY(c.helperShortcutPath().endsWith(QLatin1String("Sync Thimblecraft.shortcut")));
+        QVERIFY(QFileInfo(c.helperShortcutPath()).isFile());
     }
 
     // Cycles of eight with their phases; duplicates, priorities and placeholders.
