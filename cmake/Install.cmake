@@ -1,8 +1,6 @@
 # Installation, desktop integration and packaging.
 include(GNUInstallDirs)
 
-set(THIMBLECRAFT_APP_ID com.thimblecraft.Thimblecraft)
-
 if(TARGET thimblecraft)
   if(APPLE)
     # The Mac bundle: identifier, URL scheme, automation usage text and the helper shortcut.

@@ -8,6 +8,7 @@
 #include <QPointer>
 #include <QUrl>
 class QNetworkAccessManager;
+class QTimer;
 class QWidget;
 
 // Checks a Sparkle-format appcast (RSS with the sparkle: namespace) for a newer version.
@@ -25,12 +26,22 @@ public:
     static constexpr char lastCheckTimeKey[] = "SULastCheckTime";
     static constexpr qint64 maximumFeedSize = 1024 * 1024;
     static constexpr int timeoutMilliseconds = 30'000;
+    // How often, while the program runs, it looks whether the daily automatic check is due.
+    static constexpr int automaticCheckPollMilliseconds = 60 * 60 * 1000;
 
     struct Item {
         QString version;        // sparkle:version (the build number compared)
         QString displayVersion; // sparkle:shortVersionString, else version
         QUrl releaseNotes;
         QUrl download;
+        QString os;                   // enclosure's sparkle:os; empty for every system
+        QString channel;              // sparkle:channel; empty for the default channel
+        QString minimumSystemVersion; // sparkle:minimumSystemVersion
+    };
+    // The system items are chosen for: "macos", "windows" or "linux", and its version.
+    struct Platform {
+        QString os;
+        QString systemVersion;
     };
     struct Result {
         enum class Kind { upToDate, updateAvailable, failed };
@@ -54,12 +65,14 @@ public:
     bool automaticallyChecksForUpdates() const;
     void setAutomaticallyChecksForUpdates(bool on);
 
-    // The menu command: checks and tells the person the result in a window-modal message.
+    // The menu command: checks and tells the person the result in a window-modal message, with
+    // "Download" beside the release notes when there is an update.
     void checkForUpdates(QWidget *parent = nullptr);
     // Checks now and answers; no message.
     QCoro::Task<Result> check();
-    // Checks quietly when automatic checks are on and the last check is a day old or more.
-    // True when a check was started.
+    // Checks when automatic checks are on and the last check is a day old or more, and keeps
+    // coming back while the program runs. Quiet, unless it finds an update: that is shown in a
+    // message that does not block the window. True when a check was started.
     bool checkAutomaticallyIfDue();
 
     // Test hooks.
@@ -68,7 +81,13 @@ public:
 
     // The appcast's newest item compared with a version; failed with a clear text when the
     // bytes are not an appcast.
+    // Only items for the platform, on the default channel and for a system it satisfies count.
     static Result evaluate(const QByteArray &feed, const QString &currentVersion);
+    static Result evaluate(const QByteArray &feed, const QString &currentVersion,
+                           const Platform &platform);
+    static Platform currentPlatform();
+    // Appcast order: numbers compared as numbers, letters before numbers, a pre-release before
+    // its release, a leading "v" ignored.
     static int compareVersions(const QString &a, const QString &b);
 
 signals:
@@ -78,10 +97,13 @@ signals:
 
 private:
     void setChecking(bool checking);
-    void showResult(const Result &result, QWidget *parent);
+    // asked: the person chose "Check for Updates…" (window-modal); else non-modal.
+    void showResult(const Result &result, QWidget *parent, bool asked);
     QCoro::Task<> userCheck(QPointer<QWidget> parent);
+    QCoro::Task<> automaticCheck();
 
     QNetworkAccessManager *m_network;
+    QTimer *m_automaticCheckTimer;
     QString m_currentVersion;
     bool m_checking = false;
     std::optional<Result> m_lastResult;

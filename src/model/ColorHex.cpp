@@ -43,6 +43,8 @@ RGBComponents rgbComponents(const QString &fromHex)
 QString hexColorString(double red, double green, double blue)
 {
     auto byte = [](double c) {
+        if (std::isnan(c)) // would pass the clamp and index outside the digit table
+            return 0;
         const double v = std::round(c * 255.0); // std::round rounds half away from zero
         return int(std::clamp(v, 0.0, 255.0));
     };

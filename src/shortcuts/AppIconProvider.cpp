@@ -14,6 +14,7 @@
 #include <QNetworkReply>
 #include <QPainter>
 #include <QPainterPath>
+#include <QRawFont>
 #include <QUrlQuery>
 
 namespace {
@@ -208,8 +209,21 @@ std::optional<QByteArray> AppIconProvider::drawnSymbolIcon(const QString &symbol
     const std::optional<QString> glyph = SymbolTable::glyphIfKnown(symbol);
     if (!glyph)
         return std::nullopt;
+    return drawnGlyphIcon(*glyph, SymbolTable::font(symbolSizeFactor * size), background, tint);
+}
+
+std::optional<QByteArray> AppIconProvider::drawnGlyphIcon(const QString &glyph, const QFont &font,
+                                                          const QColor &background,
+                                                          const QColor &tint)
+{
+    // A font without the glyph (or a stand-in for a missing font) would draw a box instead.
+    const QRawFont raw = QRawFont::fromFont(font);
+    const QList<uint> codePoints = glyph.toUcs4();
+    if (!raw.isValid() || codePoints.isEmpty() || !raw.supportsCharacter(codePoints.first()) ||
+        raw.familyName() != font.family())
+        return std::nullopt;
     QPainterPath glyphPath;
-    glyphPath.addText(0, 0, SymbolTable::font(symbolSizeFactor * size), *glyph);
+    glyphPath.addText(0, 0, font, glyph);
     const QRectF bounds = glyphPath.boundingRect();
     if (glyphPath.isEmpty() || bounds.isEmpty())
         return std::nullopt;

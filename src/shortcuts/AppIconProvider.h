@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QColor>
 #include <QCoro/QCoroTask>
+#include <QFont>
 #include <QHash>
 #include <QImage>
 #include <QObject>
@@ -61,6 +62,9 @@ public:
     std::optional<QByteArray> installedAppIcon(const QString &bundleID);
     static std::optional<QByteArray> drawnSymbolIcon(const QString &symbol,
                                                      const QColor &background, const QColor &tint);
+    // The same drawing of one glyph in a given font; nothing when the font lacks the glyph.
+    static std::optional<QByteArray> drawnGlyphIcon(const QString &glyph, const QFont &font,
+                                                    const QColor &background, const QColor &tint);
     static std::optional<QByteArray> renderedPNG(const QImage &image, bool rounded);
     QCoro::Task<std::optional<QByteArray>> appStoreIcon(QString bundleID);
 

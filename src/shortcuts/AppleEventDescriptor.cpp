@@ -22,12 +22,42 @@ const AppleEventDescriptor::Node &AppleEventDescriptor::node() const
     return m_node ? *m_node : emptyNode;
 }
 
+namespace {
+// Bytes 0x80 to 0xFF in Mac OS Roman, the encoding AppleScript shows four-character codes in.
+constexpr char16_t macRomanHigh[128] = {
+    0x00C4, 0x00C5, 0x00C7, 0x00C9, 0x00D1, 0x00D6, 0x00DC, 0x00E1, 0x00E0, 0x00E2, 0x00E4, 0x00E3,
+    0x00E5, 0x00E7, 0x00E9, 0x00E8, 0x00EA, 0x00EB, 0x00ED, 0x00EC, 0x00EE, 0x00EF, 0x00F1, 0x00F3,
+    0x00F2, 0x00F4, 0x00F6, 0x00F5, 0x00FA, 0x00F9, 0x00FB, 0x00FC, 0x2020, 0x00B0, 0x00A2, 0x00A3,
+    0x00A7, 0x2022, 0x00B6, 0x00DF, 0x00AE, 0x00A9, 0x2122, 0x00B4, 0x00A8, 0x2260, 0x00C6, 0x00D8,
+    0x221E, 0x00B1, 0x2264, 0x2265, 0x00A5, 0x00B5, 0x2202, 0x2211, 0x220F, 0x03C0, 0x222B, 0x00AA,
+    0x00BA, 0x03A9, 0x00E6, 0x00F8, 0x00BF, 0x00A1, 0x00AC, 0x221A, 0x0192, 0x2248, 0x2206, 0x00AB,
+    0x00BB, 0x2026, 0x00A0, 0x00C0, 0x00C3, 0x00D5, 0x0152, 0x0153, 0x2013, 0x2014, 0x201C, 0x201D,
+    0x2018, 0x2019, 0x00F7, 0x25CA, 0x00FF, 0x0178, 0x2044, 0x20AC, 0x2039, 0x203A, 0xFB01, 0xFB02,
+    0x2021, 0x00B7, 0x201A, 0x201E, 0x2030, 0x00C2, 0x00CA, 0x00C1, 0x00CB, 0x00C8, 0x00CD, 0x00CE,
+    0x00CF, 0x00CC, 0x00D3, 0x00D4, 0xF8FF, 0x00D2, 0x00DA, 0x00DB, 0x00D9, 0x0131, 0x02C6, 0x02DC,
+    0x00AF, 0x02D8, 0x02D9, 0x02DA, 0x00B8, 0x02DD, 0x02DB, 0x02C7,
+};
+} // namespace
+
 QString fourCharCodeString(DescType code)
 {
     QString s;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        s += QChar(char16_t((code >> shift) & 0xFF));
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const quint8 byte = (code >> shift) & 0xFF;
+        s += QChar(byte < 0x80 ? char16_t(byte) : macRomanHigh[byte - 0x80]);
+    }
     return s;
+}
+
+std::optional<quint8> macRomanByte(char16_t c)
+{
+    if (c < 0x80)
+        return quint8(c);
+    for (int i = 0; i < 128; ++i) {
+        if (macRomanHigh[i] == c)
+            return quint8(0x80 + i);
+    }
+    return std::nullopt;
 }
 
 namespace {
@@ -116,7 +146,8 @@ bool isDataType(DescType t)
 {
     using namespace DescriptorType;
     return t != null && t != list && t != record && t != text && t != integer && t != real &&
-           t != boolean && t != fileURL && t != date && t != typeCode && t != enumerated;
+           t != boolean && t != fileURL && t != date && t != typeCode && t != enumerated &&
+           t != objectSpecifier;
 }
 } // namespace
 
@@ -222,6 +253,24 @@ AppleEventDescriptor AppleEventDescriptor::constant(DescType type, DescType valu
     return a;
 }
 
+AppleEventDescriptor AppleEventDescriptor::term(const QString &sourceText)
+{
+    bool oneName = !sourceText.isEmpty();
+    for (QChar c : sourceText)
+        oneName = oneName && (c.isLetterOrNumber() || c == u'_' || c == u' ');
+    AppleEventDescriptor a;
+    a.m_type = oneName ? DescriptorType::enumerated : DescriptorType::objectSpecifier;
+    a.m_text = sourceText;
+    return a;
+}
+
+bool AppleEventDescriptor::isTerm() const
+{
+    return (m_type == DescriptorType::enumerated || m_type == DescriptorType::typeCode ||
+            m_type == DescriptorType::objectSpecifier) &&
+           !m_text.isEmpty();
+}
+
 AppleEventDescriptor AppleEventDescriptor::missingValue()
 {
     return constant(DescriptorType::typeCode, DescriptorType::missingValue);
@@ -275,6 +324,8 @@ std::optional<QString> AppleEventDescriptor::stringValue() const
     default:
         if (m_type == fourCharCode("utf8"))
             return QString::fromUtf8(node().bytes);
+        if (isTerm())
+            return m_text;
         return std::nullopt;
     }
 }
@@ -339,7 +390,11 @@ QByteArray AppleEventDescriptor::data() const
         return node().url.toEncoded();
     case DescriptorType::typeCode:
     case DescriptorType::enumerated:
+        if (isTerm())
+            return {};
         return littleEndian32(m_code);
+    case DescriptorType::objectSpecifier:
+        return {};
     default:
         return node().bytes;
     }
@@ -425,6 +480,8 @@ bool AppleEventDescriptor::operator==(const AppleEventDescriptor &o) const
 
 QString AppleEventDescriptor::toSourceForm() const
 {
+    if (isTerm())
+        return m_text;
     switch (m_type) {
     case DescriptorType::null:
         return QStringLiteral("null");

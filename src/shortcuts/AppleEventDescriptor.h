@@ -15,7 +15,9 @@ constexpr DescType fourCharCode(const char (&code)[5])
     return (DescType(quint8(code[0])) << 24) | (DescType(quint8(code[1])) << 16) |
            (DescType(quint8(code[2])) << 8) | DescType(quint8(code[3]));
 }
+// Codes read and written as AppleScript shows them: their bytes in Mac OS Roman.
 QString fourCharCodeString(DescType code);
+std::optional<quint8> macRomanByte(char16_t c);
 
 namespace DescriptorType {
 constexpr DescType null = fourCharCode("null");
@@ -32,6 +34,7 @@ constexpr DescType enumerated = fourCharCode("enum");
 constexpr DescType tiff = fourCharCode("TIFF");
 constexpr DescType png = fourCharCode("PNGf");
 constexpr DescType missingValue = fourCharCode("msng");
+constexpr DescType objectSpecifier = fourCharCode("obj ");
 } // namespace DescriptorType
 
 // A reply value of a script, with the reading operations of the platform's Apple-event
@@ -61,6 +64,12 @@ public:
     // A type or enumerated constant such as missing value ("type" / "msng").
     static AppleEventDescriptor constant(DescType type, DescType value);
     static AppleEventDescriptor missingValue();
+    // A value AppleScript shows only by name or as a reference ("yes", "current application",
+    // "shortcut id \"X\" of application \"Shortcuts Events\""): what it means is in the
+    // application's dictionary, so it keeps its source text, which is also its text value. A
+    // single name is an enumeration, anything longer an object specifier.
+    static AppleEventDescriptor term(const QString &sourceText);
+    bool isTerm() const;
 
     DescType descriptorType() const;
     // Items of a list or values of a record; 0 for anything else.

@@ -13,6 +13,7 @@ QString BridgeError::localizedDescription() const
         return QStringLiteral("Thimblecraft isn't allowed to control Shortcuts. Enable it under "
                               "System Settings › Privacy & Security › Automation.");
     default:
-        return QStringLiteral("%1 (%2)").arg(m_message).arg(m_number);
+        // Concatenated: the message may hold "%1" of its own.
+        return m_message + QStringLiteral(" (") + QString::number(m_number) + QLatin1Char(')');
     }
 }

@@ -5,6 +5,7 @@
 #include "shortcuts/PremultipliedRaster.h"
 
 #include <QBuffer>
+#include <QColorSpace>
 #include <QImageReader>
 #include <algorithm>
 #include <array>
@@ -105,6 +106,13 @@ QImage IconProcessing::decodeImage(const QByteArray &imageData)
         return {};
     if (image.width() > kMaxDimension || image.height() > kMaxDimension)
         return {};
+    // Colours are measured in sRGB: an image with its own profile (Display P3, …) is converted.
+    const QColorSpace srgb(QColorSpace::SRgb);
+    if (image.colorSpace().isValid() && image.colorSpace() != srgb) {
+        if (image.depth() < 16) // palettes: converted pixel by pixel, not entry by entry
+            image.convertTo(QImage::Format_ARGB32);
+        image.convertToColorSpace(srgb);
+    }
     return image;
 }
 
@@ -209,16 +217,13 @@ std::optional<IconProcessing::Result> IconProcessing::process(const QByteArray &
     return Result{*png, hexColorString(t.r, t.g, t.b), hexColorString(b.r, b.g, b.b)};
 }
 
-std::optional<QImage> IconProcessing::trimmedToContent(const QImage &image)
+std::optional<QRect> IconProcessing::contentBounds(const QImage &image)
 {
-    if (image.isNull())
-        return std::nullopt;
     const QImage raster = premultipliedRgba(image);
     if (raster.isNull())
         return std::nullopt;
     const int width = raster.width();
     const int height = raster.height();
-
     int minX = width, maxX = -1, minY = height, maxY = -1;
     for (int y = 0; y < height; ++y) {
         const uchar *line = raster.constScanLine(y);
@@ -233,12 +238,30 @@ std::optional<QImage> IconProcessing::trimmedToContent(const QImage &image)
     }
     if (maxX < 0)
         return std::nullopt;
+    return QRect(QPoint(minX, minY), QPoint(maxX, maxY));
+}
+
+std::optional<QImage> IconProcessing::trimmedToContent(const QImage &image)
+{
+    if (image.isNull())
+        return std::nullopt;
+    const QImage raster = premultipliedRgba(image);
+    if (raster.isNull())
+        return std::nullopt;
+    const int width = raster.width();
+    const int height = raster.height();
+
+    const auto content = contentBounds(raster);
+    if (!content)
+        return std::nullopt;
+    const int minX = content->left(), maxX = content->right();
+    const int minY = content->top(), maxY = content->bottom();
 
     const int side = std::max(maxX - minX + 1, maxY - minY + 1);
     const int x0 = std::max(0, (minX + maxX) / 2 - side / 2);
-    // The vertical start measures the content's centre from the bottom row, the way the icons
-    // stored so far were cropped; for the centred glyphs Shortcuts draws it matches centring.
-    const int y0 = std::max(0, (height - 1 - (minY + maxY) / 2) - side / 2);
+    // Rows: the square is centred on the content so that it holds every inked row (the
+    // column rule above may leave out the last column of an even-width glyph).
+    const int y0 = std::max(0, minY - (side - (maxY - minY + 1)) / 2);
     const QRect crop = QRect(x0, y0, side, side).intersected(QRect(0, 0, width, height));
     if (crop.isEmpty())
         return std::nullopt;

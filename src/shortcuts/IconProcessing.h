@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QImage>
+#include <QRect>
 #include <optional>
 
 // Splits a Shortcuts icon (a glyph on a vertical two-colour gradient) into the glyph alone and
@@ -19,6 +20,8 @@ std::optional<Result> process(const QByteArray &imageData);
 // The square crop around the pixels with alpha > 8, cut to the image bounds; no value when the
 // image has no such pixel.
 std::optional<QImage> trimmedToContent(const QImage &image);
+// The smallest rectangle holding every pixel with alpha > 8; no value when there is none.
+std::optional<QRect> contentBounds(const QImage &image);
 
 // Decodes outside image bytes with a bound on the claimed dimensions; a null image on failure.
 QImage decodeImage(const QByteArray &imageData);

@@ -27,7 +27,7 @@ public:
                 value = fail(QStringLiteral("unexpected text after the value"));
         }
         if (!value && error)
-            *error = QStringLiteral("%1 at offset %2").arg(m_error).arg(m_pos);
+            *error = QStringLiteral("%1 at offset %2").arg(m_error, QString::number(m_pos));
         return value;
     }
 
@@ -94,8 +94,16 @@ private:
         }
         if (c == u'-' || (c >= u'0' && c <= u'9'))
             return parseNumber();
-        if (c == openGuillemet)
-            return parseChevron();
+        if (c == openGuillemet) {
+            const qsizetype start = m_pos;
+            auto value = parseChevron();
+            // «class scut» id "X" of …: a reference that starts with a raw class.
+            if (value && continuesTerm()) {
+                m_pos = start;
+                return parseTerm();
+            }
+            return value;
+        }
         if (consumeWord(u"true"))
             return AppleEventDescriptor::boolean(true);
         if (consumeWord(u"false"))
@@ -130,7 +138,57 @@ private:
                 return std::nullopt;
             return AppleEventDescriptor::date(*text);
         }
+        if (QChar(c).isLetter() || c == u'_' || c == u'|')
+            return parseTerm();
         return fail(QStringLiteral("unknown value"));
+    }
+
+    // More of the same value follows (not a separator, a closing brace or the end).
+    bool continuesTerm()
+    {
+        const qsizetype mark = m_pos;
+        skipSpace();
+        const bool more = !atEnd() && peek() != u',' && peek() != u'}';
+        m_pos = mark;
+        return more;
+    }
+
+    // A name, constant or object reference, up to the next "," or "}" outside texts, |names|,
+    // «…» and braces. Kept as its source text.
+    std::optional<AppleEventDescriptor> parseTerm()
+    {
+        const qsizetype start = m_pos;
+        qsizetype braces = 0;
+        while (!atEnd()) {
+            const char16_t c = peek();
+            if (c == u',' && braces == 0)
+                break;
+            if (c == u'}') {
+                if (braces == 0)
+                    break;
+                --braces;
+            } else if (c == u'{') {
+                ++braces;
+            } else if (c == u'"') {
+                if (!parseString())
+                    return std::nullopt;
+                continue;
+            } else if (c == u'|' || c == openGuillemet) {
+                const qsizetype close =
+                    m_text.indexOf(c == u'|' ? u'|' : closeGuillemet, m_pos + 1);
+                if (close < 0)
+                    return fail(QStringLiteral("unterminated name"));
+                m_pos = close + 1;
+                continue;
+            }
+            ++m_pos;
+        }
+        if (braces != 0)
+            return fail(QStringLiteral("unterminated list in a reference"));
+        const QString text = m_text.sliced(start, m_pos - start).trimmed().toString();
+        if (text.isEmpty())
+            return fail(QStringLiteral("value expected"));
+        return AppleEventDescriptor::term(text);
     }
 
     std::optional<QString> quotedOperand()
@@ -227,10 +285,10 @@ private:
             return fail(QStringLiteral("four-character code expected"));
         DescType code = 0;
         for (int i = 0; i < 4; ++i) {
-            const char16_t c = m_text[m_pos + i].unicode();
-            if (c > 0xFF || c == closeGuillemet)
+            const auto byte = macRomanByte(m_text[m_pos + i].unicode());
+            if (!byte)
                 return fail(QStringLiteral("four-character code expected"));
-            code = (code << 8) | DescType(c);
+            code = (code << 8) | DescType(*byte);
         }
         m_pos += 4;
         return code;

@@ -12,37 +12,6 @@
 #include <cctype>
 
 namespace {
-// The query as items, each name and value percent-decoded once; an item without "=" has no value.
-QList<std::pair<QString, std::optional<QString>>> queryItems(const QUrl &url)
-{
-    QList<std::pair<QString, std::optional<QString>>> items;
-    if (!url.hasQuery())
-        return items;
-    const QString query = url.query(QUrl::FullyEncoded);
-    if (query.isEmpty())
-        return items;
-    for (const QString &piece : query.split(QLatin1Char('&'))) {
-        const qsizetype eq = piece.indexOf(QLatin1Char('='));
-        const QString name =
-            QUrl::fromPercentEncoding(piece.left(eq < 0 ? piece.size() : eq).toUtf8());
-        std::optional<QString> value;
-        if (eq >= 0)
-            value = QUrl::fromPercentEncoding(piece.mid(eq + 1).toUtf8());
-        items.append({name, value});
-    }
-    return items;
-}
-
-std::optional<QString> firstValue(const QList<std::pair<QString, std::optional<QString>>> &items,
-                                  QLatin1String name)
-{
-    for (const auto &[key, value] : items) {
-        if (key == name)
-            return value;
-    }
-    return std::nullopt;
-}
-
 // Strict decoding: a "%" without two hexadecimal digits, or bytes that are not UTF-8, fail.
 std::optional<QString> removingPercentEncoding(const QString &text)
 {
@@ -70,6 +39,59 @@ std::optional<QString> removingPercentEncoding(const QString &text)
     if (decoder.hasError())
         return std::nullopt;
     return decoded;
+}
+
+// The query as items, each name and value percent-decoded once; an item without "=", or whose
+// value does not decode to UTF-8, has no value.
+QList<std::pair<QString, std::optional<QString>>> queryItems(const QUrl &url)
+{
+    QList<std::pair<QString, std::optional<QString>>> items;
+    if (!url.hasQuery())
+        return items;
+    const QString query = url.query(QUrl::FullyEncoded);
+    if (query.isEmpty())
+        return items;
+    for (const QString &piece : query.split(QLatin1Char('&'))) {
+        const qsizetype eq = piece.indexOf(QLatin1Char('='));
+        const QString name =
+            removingPercentEncoding(piece.left(eq < 0 ? piece.size() : eq)).value_or(QString());
+        std::optional<QString> value;
+        if (eq >= 0)
+            value = removingPercentEncoding(piece.mid(eq + 1));
+        items.append({name, value});
+    }
+    return items;
+}
+
+std::optional<QString> firstValue(const QList<std::pair<QString, std::optional<QString>>> &items,
+                                  QLatin1String name)
+{
+    for (const auto &[key, value] : items) {
+        if (key == name)
+            return value;
+    }
+    return std::nullopt;
+}
+
+// The host as the URL's text spells it (QUrl lower-cases it); empty when there is none.
+QString hostAsWritten(QStringView afterScheme)
+{
+    if (!afterScheme.startsWith(u"//"))
+        return {};
+    QStringView authority = afterScheme.sliced(2);
+    for (qsizetype i = 0; i < authority.size(); ++i) {
+        const QChar c = authority[i];
+        if (c == u'/' || c == u'?' || c == u'#') {
+            authority.truncate(i);
+            break;
+        }
+    }
+    if (const qsizetype at = authority.lastIndexOf(u'@'); at >= 0)
+        authority = authority.sliced(at + 1);
+    const qsizetype colon = authority.lastIndexOf(u':');
+    if (colon >= 0 && authority.indexOf(u']', colon) < 0)
+        authority.truncate(colon);
+    return authority.toString();
 }
 } // namespace
 
@@ -161,7 +183,17 @@ void ShortcutRunner::openInShortcuts(const ShortcutItem *item)
 
 void ShortcutRunner::handleCallbackURL(const QUrl &url)
 {
-    if (url.scheme().isEmpty() || url.scheme() != QLatin1String("thimblecraft"))
+    handleCallbackURL(url.toString(QUrl::FullyEncoded));
+}
+
+void ShortcutRunner::handleCallbackURL(const QString &urlText)
+{
+    // Scheme and host are compared on the text as it came, case-sensitively.
+    const qsizetype colon = urlText.indexOf(QLatin1Char(':'));
+    if (colon <= 0 || QStringView(urlText).first(colon) != u"thimblecraft")
+        return;
+    const QUrl url(urlText);
+    if (!url.isValid())
         return;
     const auto items = queryItems(url);
     QString name = QStringLiteral("Shortcut");
@@ -169,7 +201,7 @@ void ShortcutRunner::handleCallbackURL(const QUrl &url)
         if (const auto decoded = removingPercentEncoding(*value))
             name = *decoded;
     }
-    const QString host = url.host();
+    const QString host = hostAsWritten(QStringView(urlText).sliced(colon + 1));
     if (host.isEmpty())
         return;
     if (host == QLatin1String("run-success")) {

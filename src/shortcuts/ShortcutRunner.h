@@ -51,6 +51,9 @@ public:
     QCoro::Task<std::optional<Outcome>> runForOutcome(ShortcutItem *item,
                                                       std::optional<QString> input);
     void openInShortcuts(const ShortcutItem *item);
+    // A URL's text as it arrived; the scheme and host are compared exactly as written.
+    void handleCallbackURL(const QString &urlText);
+    // For URLs that are only known as QUrl (scheme and host already lower-cased).
     void handleCallbackURL(const QUrl &url);
 
     // shortcuts://open-shortcut?name=…

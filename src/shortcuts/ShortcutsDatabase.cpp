@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QMutex>
+#include <QStandardPaths>
 #include <cmath>
 #include <sqlite3.h>
 
@@ -124,12 +126,22 @@ std::optional<ShortcutsDatabase::Rows> ShortcutsDatabase::loadRows()
 
 QString ShortcutsDatabase::snapshotDirectory()
 {
-    return QDir::tempPath() + QLatin1Char('/') + QLatin1String(snapshotFolderName);
+    // The user's own cache, not the shared temporary directory, where another account's
+    // snapshot would stand in the way.
+    const QString cache = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
+    if (cache.isEmpty())
+        return {};
+    return cache + QLatin1Char('/') + QLatin1String(snapshotFolderName);
 }
 
 ShortcutsDatabase::Snapshot ShortcutsDatabase::copySnapshot(const QString &ofFolder)
 {
     const QString snapshot = snapshotDirectory();
+    if (snapshot.isEmpty())
+        return {{}, QStringLiteral("There is no cache folder for the snapshot.")};
+    if (!QDir().mkpath(QFileInfo(snapshot).path()))
+        return {{},
+                QStringLiteral("Could not create the folder %1.").arg(QFileInfo(snapshot).path())};
 
     // Never follow a link someone else planted at the snapshot's place.
     const QFileInfo existing(snapshot);
@@ -159,6 +171,9 @@ ShortcutsDatabase::Snapshot ShortcutsDatabase::copySnapshot(const QString &ofFol
 
 ShortcutsDatabase::Rows ShortcutsDatabase::readRows(const QString &inFolder)
 {
+    // Reads share the one snapshot folder: a second one waits for the first.
+    static QMutex oneAtATime;
+    const QMutexLocker lock(&oneAtATime);
     Rows rows;
     const Snapshot snapshot = copySnapshot(inFolder);
     if (!snapshot.ok())

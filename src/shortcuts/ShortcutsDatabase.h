@@ -25,7 +25,7 @@ using Rows = QHash<QString, Row>;
 
 // The settings key holding the linked folder.
 inline constexpr char bookmarkKey[] = "shortcutsFolderBookmark";
-// The folder's name inside the temporary directory that receives each snapshot.
+// The folder's name inside the user's cache folder that receives each snapshot.
 inline constexpr char snapshotFolderName[] = "ShortcutsSnapshot";
 
 // True when a folder has been linked.
@@ -35,7 +35,7 @@ bool chooseShortcutsFolder();
 // The folder the stored link names; no value when none is linked or the link is unreadable.
 std::optional<QString> linkedFolder();
 // The rows of the linked folder's database; no value when no folder is linked or it cannot be
-// reached. Reads must not overlap: they share one snapshot folder.
+// reached. Reads share one snapshot folder, so they take turns.
 std::optional<Rows> loadRows();
 // The rows of the database in a folder; empty when anything fails.
 Rows readRows(const QString &inFolder);

@@ -52,8 +52,10 @@ QThreadPool &ShortcutsEventsBridge::queue()
     // Made once and never released, like the process it serves.
     static QThreadPool *pool = [] {
         auto *p = new QThreadPool();
-        p->setObjectName(QStringLiteral("app.thimblecraft.Thimblecraft.shortcuts-events"));
+        p->setObjectName(QStringLiteral(THIMBLECRAFT_BUNDLE_ID ".shortcuts-events"));
         p->setMaxThreadCount(1);
+        // A person waits on every script: user-initiated (Qt's high priority on the Mac).
+        p->setThreadPriority(QThread::HighPriority);
         return p;
     }();
     return *pool;

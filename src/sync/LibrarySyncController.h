@@ -76,7 +76,7 @@ public:
     static constexpr char iconFetchBlockedKey[] = "iconFetchBlocked";
     static constexpr char iconFormatVersionKey[] = "iconFormatVersion";
     static constexpr char drawnAppIconVersionKey[] = "drawnAppIconVersion";
-    static constexpr int currentIconFormatVersion = 4;
+    static constexpr int currentIconFormatVersion = 5;
     static constexpr int currentDrawnAppIconVersion = 2;
     static constexpr int iconCycleSize = 8;
     static constexpr int upgradeChunkSize = 50;
@@ -100,6 +100,9 @@ public:
     void setDatabaseRowsLoader(RowsLoader loader) { m_rowsLoader = std::move(loader); }
     // The helper shortcut file; by default the bundled one, written out on first use.
     void setHelperShortcutPath(const QString &path) { m_helperShortcutPath = path; }
+    // The application bundle's Resources folder, where the signed helper file ships; by default
+    // the Mac bundle's own (Contents/Resources), none elsewhere.
+    void setBundleResourcesPath(const QString &path) { m_bundleResourcesPath = path; }
     void setImportBatchInterval(std::chrono::milliseconds interval);
     // Keeps queued imports in this file until they are merged (owners only: one writer), and
     // queues what an earlier owner left there.
@@ -140,8 +143,10 @@ public:
     std::optional<SyncSummary> finishIncrementalSync(QString *error = nullptr);
     void installHelperShortcut();
     QCoro::Task<> runHelperShortcut();
-    // The bundled helper shortcut as a file others can open; empty when it is not bundled.
-    QString helperShortcutPath();
+    // The helper shortcut as a file others can open: the bundle's Resources copy, else the one
+    // built into the program written out to the cache folder. Empty, with *error saying why,
+    // when there is none or the copy cannot be written.
+    QString helperShortcutPath(QString *error = nullptr);
 
     // Icons.
     void startIconFetch();
@@ -165,6 +170,8 @@ signals:
     void iconsCompletedChanged();
     void iconsTotalChanged();
     void pendingImportsChanged();
+    // A read of the Shortcuts database has ended; passes that waited for it take its rows.
+    void databaseRowsRead();
     void iconFetchRunningChanged();
     // A full sync or a helper sync's finish published its summary.
     void syncFinished();
@@ -194,7 +201,14 @@ private:
     Workspace *m_workspace = nullptr;
     std::shared_ptr<AppIconSource> m_appIcons;
     RowsLoader m_rowsLoader;
+    // The database read under way, shared by the passes that ask while it runs.
+    struct RowsRead {
+        bool done = false;
+        std::optional<ShortcutsDatabase::Rows> rows;
+    };
+    std::shared_ptr<RowsRead> m_rowsRead;
     QString m_helperShortcutPath;
+    std::optional<QString> m_bundleResourcesPath;
 
     SyncPhase m_phase;
     std::optional<SyncSummary> m_lastSummary;

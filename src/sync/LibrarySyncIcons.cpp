@@ -60,6 +60,22 @@ std::optional<QByteArray> trimmedPNG(const QByteArray &stored)
         return std::nullopt;
     return PngEncoder::encode(*cropped);
 }
+
+// A glyph the crop before format 5 damaged: nothing visible left, or its ink placed off the
+// middle of the square (rows were measured from the bottom). A sound crop whose square met
+// the icon's edge may be taken for one; it is then only fetched once more.
+bool damagedByTheOldCrop(const QByteArray &stored)
+{
+    const QImage image = IconProcessing::decodeImage(stored);
+    if (image.isNull())
+        return false;
+    const auto content = IconProcessing::contentBounds(image);
+    if (!content)
+        return true;
+    const int above = content->top();
+    const int below = image.height() - 1 - content->bottom();
+    return std::abs(above - below) > 1;
+}
 } // namespace
 
 AppIconSource &LibrarySyncController::appIcons()
@@ -216,7 +232,8 @@ QCoro::Task<> LibrarySyncController::iconWorker(QPointer<LibrarySyncController> 
                 break;
             }
         }
-        if (taken == 0)
+        // A refusal ends the worker at once: this cycle's results are not applied.
+        if (blocked || taken == 0)
             break;
         if (!batch.isEmpty()) {
             for (ShortcutItem *item : self->m_context.shortcuts()) {
@@ -245,13 +262,31 @@ QCoro::Task<> LibrarySyncController::iconWorker(QPointer<LibrarySyncController> 
 
 QCoro::Task<std::optional<ShortcutsDatabase::Rows>> LibrarySyncController::loadDatabaseRows()
 {
+    // One read at a time (a sync's pass and the menu's refresh may ask together): a later pass
+    // takes the rows of the read under way.
+    if (const std::shared_ptr<RowsRead> running = m_rowsRead) {
+        while (!running->done)
+            co_await qCoro(this, &LibrarySyncController::databaseRowsRead);
+        co_return running->rows;
+    }
+    const auto read = std::make_shared<RowsRead>();
+    m_rowsRead = read;
+    QPointer<LibrarySyncController> self(this);
     if (m_rowsLoader) {
         auto loaded = m_rowsLoader();
-        co_return co_await loaded;
+        read->rows = co_await loaded;
+    } else {
+        // Copying the database files and reading them is file work: off the main thread.
+        auto loading =
+            QtConcurrent::run(&utilityPool(), [] { return ShortcutsDatabase::loadRows(); });
+        read->rows = co_await loading;
     }
-    // Copying the database files and reading them is file work: off the main thread.
-    auto loading = QtConcurrent::run(&utilityPool(), [] { return ShortcutsDatabase::loadRows(); });
-    co_return co_await loading;
+    read->done = true;
+    if (self) {
+        self->m_rowsRead.reset();
+        emit self->databaseRowsRead();
+    }
+    co_return read->rows;
 }
 
 QCoro::Task<> LibrarySyncController::refreshFromDatabase()
@@ -433,5 +468,24 @@ QCoro::Task<> LibrarySyncController::upgradeStoredIcons()
         }
         m_context.save();
         m_settings.setValue(QLatin1String(iconFormatVersionKey), 4);
+    }
+
+    if (version() < 5) {
+        // Glyphs the old vertical crop cut away or shifted: dropped (colours kept), so the icon
+        // queue fetches them again. App icons were never cropped.
+        QList<ShortcutItem *> glyphs;
+        for (ShortcutItem *item : m_context.shortcuts()) {
+            if (item->hasIconData() && item->iconAppBundleID().isEmpty())
+                glyphs.append(item);
+        }
+        auto checking = rewriteStoredIcons(glyphs, [](const QByteArray &bytes) -> IconEdit {
+            if (!damagedByTheOldCrop(bytes))
+                return {};
+            return [](ShortcutItem *item) { item->setIconData(std::nullopt); };
+        });
+        const bool alive = co_await checking;
+        if (!alive)
+            co_return;
+        m_settings.setValue(QLatin1String(iconFormatVersionKey), 5);
     }
 }

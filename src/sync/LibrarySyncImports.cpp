@@ -6,8 +6,10 @@
 #include "sync/ImportJournal.h"
 #include "sync/LibrarySyncController.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QSettings>
 #include <QStandardPaths>
@@ -117,36 +119,66 @@ static void initHelperShortcutResource()
     Q_INIT_RESOURCE(helper_shortcut);
 }
 
-QString LibrarySyncController::helperShortcutPath()
+QString LibrarySyncController::helperShortcutPath(QString *error)
 {
     if (!m_helperShortcutPath.isNull())
         return m_helperShortcutPath;
-    // The bundled file lives in the program's resources; the Shortcuts app (or the simulator)
-    // needs a real file, so it is written out once to the cache folder.
+    const QString fileName = QString::fromLatin1(helperShortcutName) + QStringLiteral(".shortcut");
+
+    // The signed file in the bundle is the one to hand to Shortcuts, as it is.
+    QString resources;
+    if (m_bundleResourcesPath) {
+        resources = *m_bundleResourcesPath;
+    } else {
+#ifdef Q_OS_MACOS
+        resources = QCoreApplication::applicationDirPath() + QStringLiteral("/../Resources");
+#endif
+    }
+    if (!resources.isEmpty()) {
+        const QFileInfo shipped(resources + QLatin1Char('/') + fileName);
+        if (shipped.isFile())
+            return shipped.canonicalFilePath();
+    }
+
+    // Else the copy built into the program; the Shortcuts app (or the simulator) needs a real
+    // file, so it is written out once to the cache folder.
     initHelperShortcutResource();
-    QFile bundled(QStringLiteral(":/thimblecraft/Sync Thimblecraft.shortcut"));
-    if (!bundled.open(QIODevice::ReadOnly))
+    QFile bundled(QStringLiteral(":/thimblecraft/") + fileName);
+    if (!bundled.open(QIODevice::ReadOnly)) {
+        if (error)
+            *error = QStringLiteral("The helper shortcut isn't bundled with this build.");
         return {};
+    }
     const QByteArray bytes = bundled.readAll();
     QString dir = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
     if (dir.isEmpty())
         dir = QDir::tempPath();
-    const QString path = dir + QStringLiteral("/Sync Thimblecraft.shortcut");
+    const QString path = dir + QLatin1Char('/') + fileName;
     QFile existing(path);
     if (existing.open(QIODevice::ReadOnly) && existing.readAll() == bytes)
         return path;
-    QDir().mkpath(dir);
     QSaveFile out(path);
-    if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size() || !out.commit())
+    const bool written = QDir().mkpath(dir) && out.open(QIODevice::WriteOnly) &&
+                         out.write(bytes) == bytes.size() && out.commit();
+    if (!written) {
+        if (error)
+            *error = QStringLiteral("The helper shortcut couldn't be copied to ") +
+                     QDir::toNativeSeparators(path) + QStringLiteral(": ") +
+                     (out.errorString().isEmpty() ? QStringLiteral("the folder can't be made.")
+                                                  : out.errorString());
         return {};
+    }
     return path;
 }
 
 void LibrarySyncController::installHelperShortcut()
 {
-    const QString path = helperShortcutPath();
+    QString error;
+    const QString path = helperShortcutPath(&error);
     if (path.isEmpty() || !QFile::exists(path)) {
-        setLastError(QStringLiteral("The helper shortcut isn't bundled with this build."));
+        setLastError(error.isEmpty()
+                         ? QStringLiteral("The helper shortcut isn't bundled with this build.")
+                         : error);
         return;
     }
     Workspace &workspace = m_workspace ? *m_workspace : Workspace::shared();

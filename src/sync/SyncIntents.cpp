@@ -71,6 +71,8 @@ ImportShortcutRequest::fromArguments(const QStringList &arguments, QString *erro
     }
     if (!hasName)
         return fail(QStringLiteral("import needs --name"));
+    if (request.name.trimmed().isEmpty())
+        return fail(QStringLiteral("--name needs a name that is not blank"));
     return request;
 }
 
@@ -103,8 +105,9 @@ QCoro::Task<ShortcutSnapshot> SyncIntents::snapshot(ImportShortcutRequest reques
     s.actionCount = request.actionCount.value_or(0);
     s.createdAt = request.created;
     s.modifiedAt = request.modified;
+    // The helper's position counts from 1; 0 and below (down to the most negative) give 0.
     if (request.position)
-        s.libraryOrder = std::max<qint64>(*request.position - 1, 0);
+        s.libraryOrder = *request.position > 0 ? *request.position - 1 : 0;
     if (request.iconPath) {
         const QString path = *request.iconPath;
         auto reading = QtConcurrent::run([path]() -> std::optional<IconProcessing::Result> {

@@ -145,6 +145,11 @@ void LibraryWindow::openURL(const QUrl &url)
     m_runner.handleCallbackURL(url);
 }
 
+void LibraryWindow::openURL(const QString &urlText)
+{
+    m_runner.handleCallbackURL(urlText);
+}
+
 void LibraryWindow::lastErrorChanged()
 {
     const QString error = m_syncer.lastError();

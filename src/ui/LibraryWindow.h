@@ -42,6 +42,8 @@ public:
 
     // A URL of the program's own scheme, opened in the window.
     void openURL(const QUrl &url);
+    // The URL as its text arrived, so its scheme and host are checked as written.
+    void openURL(const QString &urlText);
 
     // The launch task: stored-icon upgrades, then a full sync when "syncOnLaunch" is on, else
     // the icon queue. Runs once, when the window is first shown.

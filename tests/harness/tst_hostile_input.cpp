@@ -19,6 +19,7 @@
 #include "shortcuts/ShortcutsDatabase.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
 
+#include <QColorSpace>
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QSignalSpy>
@@ -591,6 +592,15 @@ void TestHostileInput::images_data()
     clear.fill(Qt::transparent);
     QImage white(1, 1, QImage::Format_ARGB32);
     white.fill(Qt::white);
+
+    // A palette image with a profile of its own reads as its colours converted to sRGB.
+    QImage palette = icon.convertToFormat(QImage::Format_Indexed8);
+    palette.setColorSpace(QColorSpace(QColorSpace::AdobeRgb));
+    QImage converted = palette.convertToFormat(QImage::Format_ARGB32);
+    converted.convertToColorSpace(QColorSpace(QColorSpace::SRgb));
+    converted.setColorSpace(QColorSpace());
+    QTest::newRow("palette with a profile")
+        << encodedImage(palette, "PNG") << encodedImage(converted, "PNG");
 
     QTest::newRow("1 x 1 colour") << encodedImage(opaque, "PNG") << QByteArray();
     QTest::newRow("1 x 1 white") << encodedImage(white, "PNG") << QByteArray();

@@ -4,6 +4,7 @@
 
 #include <QSignalSpy>
 #include <QTest>
+#include <limits>
 
 class RecordsTest : public QObject {
     Q_OBJECT
@@ -65,6 +66,11 @@ void RecordsTest::colourParsing()
 void RecordsTest::hexColorStringRoundsHalfAwayFromZero()
 {
     QCOMPARE(hexColorString(1.0, 0.5, 0.0), QStringLiteral("#FF8000"));
+    // Not a number counts as 0; infinities clamp.
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    QCOMPARE(hexColorString(nan, 0.5, nan), QStringLiteral("#008000"));
+    QCOMPARE(hexColorString(-nan, std::numeric_limits<double>::infinity(), 0),
+             QStringLiteral("#00FF00"));
     QCOMPARE(hexColorString(30 / 255.0, 144 / 255.0, 1.0), QStringLiteral("#1E90FF"));
     // 0.5 / 255 scales to exactly 0.5, which rounds up.
     QCOMPARE(hexColorString(0.5 / 255.0, 1.5 / 255.0, 0.49 / 255.0), QStringLiteral("#010200"));

@@ -44,6 +44,7 @@ private Q_SLOTS:
     void lookupFailures_data();
     void lookupFailures();
     void concurrentLookupsShareOneRequest();
+    void missingGlyphDrawsNothing();
 
 private:
     FakeWorkspace *m_workspace = nullptr;
@@ -283,6 +284,23 @@ void TestAppIconProvider::concurrentLookupsShareOneRequest()
     QVERIFY(!provider.isLookingUp("com.example.same"));
     QCOMPARE(QCoro::waitFor(provider.remoteIcon("com.example.same")), a);
     QCOMPARE(server.count("/lookup"), 2);
+}
+
+void TestAppIconProvider::missingGlyphDrawsNothing()
+{
+    const QString heart = SymbolTable::glyph(QStringLiteral("heart.fill"));
+    const QFont symbols = SymbolTable::font(58.88);
+    QVERIFY(AppIconProvider::drawnGlyphIcon(heart, symbols, Qt::white, Qt::red));
+    // A text font has no such glyph, and a family that is not installed stands in with another
+    // font: a box in the symbol's place is no icon.
+    for (const QString &family : {QStringLiteral("DejaVu Sans"), QStringLiteral("No Such Font")}) {
+        QFont font(family);
+        font.setPixelSize(58);
+        font.setStyleStrategy(QFont::NoFontMerging);
+        QVERIFY2(!AppIconProvider::drawnGlyphIcon(heart, font, Qt::white, Qt::red),
+                 qPrintable(family));
+    }
+    QVERIFY(!AppIconProvider::drawnGlyphIcon(QString(), symbols, Qt::white, Qt::red));
 }
 
 QTEST_MAIN(TestAppIconProvider)

@@ -44,6 +44,7 @@ private slots:
     void icons();
     void runRetryRule();
     void scriptsRunOneAtATimeInOrder();
+    void queueIsLabelledAndUserInitiated();
 };
 
 void TestBridge::descriptorReadsLikeThePlatform()
@@ -145,6 +146,12 @@ void TestBridge::errorDescriptions_data()
                               << "Odd (12)";
     QTest::newRow("zero, empty") << false << qint64(0) << ""
                                  << " (0)";
+    // Placeholders in the message are the message's own text.
+    QTest::newRow("percent placeholders")
+        << false << qint64(-1728) << "Can’t get shortcut \"Dim 50%1\"."
+        << "Can’t get shortcut \"Dim 50%1\". (-1728)";
+    QTest::newRow("localized placeholders") << false << qint64(-2700) << "%L1 and %2 of 100%"
+                                            << "%L1 and %2 of 100% (-2700)";
 }
 
 void TestBridge::errorDescriptions()
@@ -262,6 +269,13 @@ void TestBridge::outputs_data()
     QTest::newRow("file") << QByteArray("POSIX file \"/tmp/out.txt\"") << "/tmp/out.txt" << true;
     QTest::newRow("record") << QByteArray("{a:\"x\"}") << QString() << false;
     QTest::newRow("missing value") << QByteArray("missing value") << QString() << false;
+    // What a shortcut may return that only the Shortcuts dictionary names.
+    QTest::newRow("enumeration") << QByteArray("yes") << "yes" << true;
+    QTest::newRow("reference") << QByteArray(
+                                      "shortcut id \"X\" of application \"Shortcuts Events\"")
+                               << "shortcut id \"X\" of application \"Shortcuts Events\"" << true;
+    QTest::newRow("list of terms")
+        << QByteArray("{ask, current application, \"t\"}") << "ask\ncurrent application\nt" << true;
 }
 
 void TestBridge::outputs()
@@ -385,6 +399,14 @@ void TestBridge::scriptsRunOneAtATimeInOrder()
     QCOMPARE(host->scripts(), expected);
     QCOMPARE(most.load(), 1);
     QVERIFY(!wrongThread);
+    QCOMPARE(ShortcutsEventsBridge::queue().maxThreadCount(), 1);
+}
+
+void TestBridge::queueIsLabelledAndUserInitiated()
+{
+    QCOMPARE(ShortcutsEventsBridge::queue().objectName(),
+             QStringLiteral("com.thimblecraft.Thimblecraft.shortcuts-events"));
+    QCOMPARE(ShortcutsEventsBridge::queue().threadPriority(), QThread::HighPriority);
     QCOMPARE(ShortcutsEventsBridge::queue().maxThreadCount(), 1);
 }
 

@@ -3,6 +3,8 @@
 #include "shortcuts/IconProcessing.h"
 #include "shortcuts/PngEncoder.h"
 
+#include <QColorSpace>
+#include <QColorTransform>
 #include <QtConcurrent>
 #include <QtTest>
 
@@ -67,6 +69,8 @@ private Q_SLOTS:
     void noResult();
     void trimmedToContent_data();
     void trimmedToContent();
+    void glyphAwayFromTheMiddleIsKept();
+    void colourManagedImagesAreSampledInSrgb();
     void runsOnManyThreadsAtOnce();
     void pngEncoderRoundTrips_data();
     void pngEncoderRoundTrips();
@@ -223,9 +227,13 @@ void TestIconProcessing::trimmedToContent_data()
     // The square would reach past the right edge and is cut there.
     QTest::newRow("cut at the right edge")
         << QSize(100, 60) << QRect(90, 10, 10, 40) << QRect(74, 10, 26, 40);
-    // Rows are placed by the centre measured from the bottom.
-    QTest::newRow("content near the top")
-        << QSize(40, 100) << QRect(15, 0, 10, 10) << QRect(14, 90, 10, 10);
+    // Rows: the square holds the content, centred on it, wherever it sits.
+    QTest::newRow("content at the top")
+        << QSize(40, 100) << QRect(15, 0, 10, 10) << QRect(14, 0, 10, 10);
+    QTest::newRow("wide glyph above the middle")
+        << QSize(128, 128) << QRect(40, 10, 48, 30) << QRect(39, 1, 48, 48);
+    QTest::newRow("tall glyph low down")
+        << QSize(128, 128) << QRect(20, 70, 10, 50) << QRect(0, 70, 50, 50);
     QTest::newRow("whole image") << QSize(20, 20) << QRect(0, 0, 20, 20) << QRect(0, 0, 20, 20);
 }
 
@@ -252,6 +260,69 @@ void TestIconProcessing::trimmedToContent()
     empty.fill(qRgba(8, 8, 8, 8));
     QVERIFY(!IconProcessing::trimmedToContent(empty).has_value());
     QVERIFY(!IconProcessing::trimmedToContent(QImage()).has_value());
+}
+
+// A white dot in the top-left corner and a glyph sitting high: the crop holds all their ink.
+void TestIconProcessing::glyphAwayFromTheMiddleIsKept()
+{
+    const QImage dot =
+        gradientIcon(128, QColor(30, 60, 200), QColor(40, 80, 220), [](QPainter &p, int) {
+            p.setPen(Qt::NoPen);
+            p.setBrush(Qt::white);
+            p.drawEllipse(QRectF(12, 12, 18, 18));
+        });
+    const auto result = IconProcessing::process(encodedImage(dot));
+    QVERIFY(result);
+    const QImage glyph = decodedPng(result->glyphPNG);
+    QCOMPARE(glyph.width(), glyph.height());
+    int opaque = 0;
+    for (int y = 0; y < glyph.height(); ++y)
+        for (int x = 0; x < glyph.width(); ++x)
+            opaque += qAlpha(glyph.pixel(x, y)) > 200 ? 1 : 0;
+    QVERIFY2(opaque > 150, qPrintable(QString::number(opaque)));
+
+    // The glyph's first and last inked rows are as far from the top as from the bottom.
+    const QImage high =
+        gradientIcon(128, QColor(200, 40, 40), QColor(230, 120, 40),
+                     [](QPainter &p, int) { p.fillRect(QRect(24, 40, 80, 20), Qt::white); });
+    const QImage car = decodedPng(IconProcessing::process(encodedImage(high))->glyphPNG);
+    int top = -1, bottom = -1;
+    for (int y = 0; y < car.height(); ++y) {
+        for (int x = 0; x < car.width(); ++x) {
+            if (qAlpha(car.pixel(x, y)) > 8) {
+                top = top < 0 ? y : top;
+                bottom = y;
+            }
+        }
+    }
+    QVERIFY(top >= 0);
+    QVERIFY2(
+        qAbs(top - (car.height() - 1 - bottom)) <= 1,
+        qPrintable(QStringLiteral("%1 rows above, %2 below")
+                       .arg(QString::number(top), QString::number(car.height() - 1 - bottom))));
+}
+
+// A Display P3 icon: its colours are converted before they are measured.
+void TestIconProcessing::colourManagedImagesAreSampledInSrgb()
+{
+    const QColor p3Top(200, 60, 60);
+    const QColor p3Bottom(40, 160, 90);
+    QImage icon = gradientIcon(128, p3Top, p3Bottom, [](QPainter &p, int edge) {
+        p.fillRect(QRect(edge / 4, edge / 3, edge / 2, edge / 3), Qt::white);
+    });
+    // The same numbers read as sRGB, then converted as Display P3 colours.
+    const auto asNumbers = IconProcessing::process(encodedImage(icon));
+    QVERIFY(asNumbers);
+    icon.setColorSpace(QColorSpace(QColorSpace::DisplayP3));
+    const QByteArray png = encodedImage(icon);
+    QVERIFY(QImage::fromData(png).colorSpace() == QColorSpace(QColorSpace::DisplayP3));
+    const auto result = IconProcessing::process(png);
+    QVERIFY(result);
+    const QColorTransform toSrgb =
+        QColorSpace(QColorSpace::DisplayP3).transformationToColorSpace(QColorSpace::SRgb);
+    compareHex(result->topHex, toSrgb.map(QColor(asNumbers->topHex)), 3);
+    compareHex(result->bottomHex, toSrgb.map(QColor(asNumbers->bottomHex)), 3);
+    QVERIFY(result->topHex != asNumbers->topHex);
 }
 
 void TestIconProcessing::runsOnManyThreadsAtOnce()

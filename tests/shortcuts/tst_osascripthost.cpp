@@ -29,6 +29,9 @@ private slots:
     void failures();
     void programThatCannotStart();
     void boundedReplies();
+    void termsKeepTheirSourceText_data();
+    void termsKeepTheirSourceText();
+    void runResultsThatAreTerms();
 };
 
 void TestOsascriptHost::scriptsReachOsascriptByteForByte()
@@ -142,6 +145,9 @@ void TestOsascriptHost::sourceForm_data()
                           << Desc::date(QStringLiteral("Monday, 4 March 2024 at 09:00:00"));
     QTest::newRow("constant") << QByteArray("«constant ****yes »")
                               << Desc::constant(fourCharCode("enum"), fourCharCode("yes "));
+    // Codes are MacRoman bytes: "ƒ" is 0xC4, "≠" 0xAD.
+    QTest::newRow("code beyond Latin-1") << QByteArray("«class \xC6\x92x\xE2\x89\xA0y»")
+                                         << Desc::constant(fourCharCode("type"), 0xC478AD79);
 }
 
 void TestOsascriptHost::sourceForm()
@@ -164,7 +170,8 @@ void TestOsascriptHost::unreadableReplies_data()
     QTest::newRow("unterminated list") << QByteArray("{1, 2");
     QTest::newRow("trailing comma") << QByteArray("{1,}");
     QTest::newRow("two values") << QByteArray("1 2");
-    QTest::newRow("object reference") << QByteArray("shortcut id \"X\" of application \"Y\"");
+    QTest::newRow("term then a number") << QByteArray("ask 2 3}");
+    QTest::newRow("unterminated reference") << QByteArray("shortcut id \"X");
     QTest::newRow("odd hex") << QByteArray("«data rdatABC»");
     QTest::newRow("bad hex") << QByteArray("«data rdatZZ»");
     QTest::newRow("short code") << QByteArray("«data ab»");
@@ -272,6 +279,55 @@ void TestOsascriptHost::boundedReplies()
              ScriptHostReply::Kind::notUnderstood);
     // A generous bound: the point is that it ends, not how fast.
     QVERIFY(timer.elapsed() < 60000);
+}
+
+void TestOsascriptHost::termsKeepTheirSourceText_data()
+{
+    QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<QString>("sourceForm");
+    QTest::newRow("enumeration") << QByteArray("yes") << "yes";
+    QTest::newRow("two words") << QByteArray("current application\n") << "current application";
+    QTest::newRow("class name in a record")
+        << QByteArray("{class:shortcut, name:\"N\"}") << "{class:shortcut, name:\"N\"}";
+    QTest::newRow("reference with a quoted comma")
+        << QByteArray("shortcut id \"X, }\" of application \"Shortcuts Events\"")
+        << "shortcut id \"X, }\" of application \"Shortcuts Events\"";
+    QTest::newRow("references in a list")
+        << QByteArray("{ask, item 1 of {1, 2}, «class scut» id \"A\" of application \"S\"}")
+        << "{ask, item 1 of {1, 2}, «class scut» id \"A\" of application \"S\"}";
+    QTest::newRow("piped identifier") << QByteArray("|my thing| of me") << "|my thing| of me";
+}
+
+void TestOsascriptHost::termsKeepTheirSourceText()
+{
+    QFETCH(QByteArray, output);
+    QFETCH(QString, sourceForm);
+    QString error;
+    const auto parsed = ScriptReplyParser::parse(output, &error);
+    QVERIFY2(parsed, qPrintable(error));
+    QCOMPARE(parsed->toSourceForm(), sourceForm);
+    if (parsed->numberOfItems() == 0)
+        QCOMPARE(parsed->stringValue(), std::optional(sourceForm));
+    QVERIFY(parsed->data().isEmpty());
+    QVERIFY(*ScriptReplyParser::parse(sourceForm.toUtf8()) == *parsed);
+}
+
+void TestOsascriptHost::runResultsThatAreTerms()
+{
+    FakeOsascript fake;
+    ShortcutsEventsBridge bridge(std::make_shared<OsascriptHost>(fake.program()));
+    fake.replay("shortcut id \"A1\" of application \"Shortcuts Events\"\n");
+    const auto ran = awaitTask(bridge.run(QStringLiteral("A1"), QStringLiteral("A"), std::nullopt));
+    QVERIFY(ran);
+    QCOMPARE(*ran.value(),
+             QStringLiteral("shortcut id \"A1\" of application \"Shortcuts Events\""));
+
+    // Lists and icons still need their own shapes.
+    fake.replay("current application\n");
+    QCOMPARE(awaitTask(bridge.listShortcuts()).error(), BridgeError::unexpectedReply());
+    const auto icon = awaitTask(bridge.iconData(QStringLiteral("A1")));
+    QVERIFY(icon);
+    QVERIFY(!icon.value());
 }
 
 QTEST_GUILESS_MAIN(TestOsascriptHost)

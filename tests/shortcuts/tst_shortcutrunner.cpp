@@ -2,9 +2,11 @@
 #include "common/ScriptedHost.h"
 #include "model/Clock.h"
 #include "model/ModelContext.h"
+#include "shortcuts/FileOpenEvents.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
 
+#include <QFileOpenEvent>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -22,6 +24,7 @@ private slots:
     void openInShortcuts();
     void callbackURLs_data();
     void callbackURLs();
+    void callbackURLsAsFileOpenEvents();
 
 private:
     std::shared_ptr<ScriptedHost> m_host;
@@ -219,6 +222,20 @@ void TestShortcutRunner::callbackURLs_data()
                                   << none;
     QTest::newRow("no host") << "thimblecraft:run-success?name=A" << false << "" << none << none;
     QTest::newRow("no scheme") << "run-success?name=A" << false << "" << none << none;
+    // Scheme and host are compared as they were sent, case and all.
+    QTest::newRow("scheme in capitals")
+        << "THIMBLECRAFT://run-success?name=A" << false << "" << none << none;
+    QTest::newRow("scheme capitalised")
+        << "Thimblecraft://run-success?name=A" << false << "" << none << none;
+    QTest::newRow("host in capitals")
+        << "thimblecraft://Run-Success?name=A" << false << "" << none << none;
+    QTest::newRow("UTF-8 name") << "thimblecraft://run-success?name=Caf%C3%A9" << true << "Café"
+                                << none << none;
+    QTest::newRow("name not UTF-8")
+        << "thimblecraft://run-success?name=%FF%FE" << true << "Shortcut" << none << none;
+    QTest::newRow("message not UTF-8")
+        << "thimblecraft://run-error?name=A&errorMessage=%C3" << true << "A" << none
+        << QVariant(QStringLiteral("The shortcut reported an error."));
 }
 
 void TestShortcutRunner::callbackURLs()
@@ -230,7 +247,7 @@ void TestShortcutRunner::callbackURLs()
     QFETCH(QVariant, error);
     QSignalSpy spy(m_runner.get(), &ShortcutRunner::latestOutcomeChanged);
     QSignalSpy running(m_runner.get(), &ShortcutRunner::runningIdentifiersChanged);
-    m_runner->handleCallbackURL(QUrl(url));
+    m_runner->handleCallbackURL(url);
     QCOMPARE(running.count(), 0);
     QCOMPARE(spy.count(), outcome ? 1 : 0);
     QCOMPARE(m_runner->latestOutcome().has_value(), outcome);
@@ -245,6 +262,29 @@ void TestShortcutRunner::callbackURLs()
     if (o.error)
         QCOMPARE(*o.error, error.toString());
     QCOMPARE(o.date, m_now);
+}
+
+// How a URL reaches the program on macOS: an Apple event that Qt turns into a QFileOpenEvent.
+void TestShortcutRunner::callbackURLsAsFileOpenEvents()
+{
+    ShortcutRunner *runner = m_runner.get();
+    auto *filter =
+        FileOpenEvents::install(QCoreApplication::instance(),
+                                [runner](const QString &url) { runner->handleCallbackURL(url); });
+    QCoreApplication::postEvent(QCoreApplication::instance(),
+                                new QFileOpenEvent(QUrl(QStringLiteral(
+                                    "thimblecraft://run-success?name=Backup&result=Done"))));
+    QTRY_VERIFY(m_runner->latestOutcome());
+    QCOMPARE(m_runner->latestOutcome()->shortcutName, QStringLiteral("Backup"));
+    QCOMPARE(m_runner->latestOutcome()->output, std::optional(QStringLiteral("Done")));
+
+    // A document is left to the application.
+    QFileOpenEvent document(QStringLiteral("/tmp/notes.txt"));
+    QVERIFY(!filter->eventFilter(QCoreApplication::instance(), &document));
+    QFileOpenEvent otherScheme(QUrl(QStringLiteral("shortcuts://run-success?name=X")));
+    QVERIFY(!filter->eventFilter(QCoreApplication::instance(), &otherScheme));
+    QCOMPARE(m_runner->latestOutcome()->shortcutName, QStringLiteral("Backup"));
+    delete filter;
 }
 
 QTEST_GUILESS_MAIN(TestShortcutRunner)

@@ -66,6 +66,8 @@ private Q_SLOTS:
     void unreadableDatabases();
     void writeAheadLogIsCopied();
     void snapshotFolderIsPrivateAndFresh();
+    void anotherUsersSnapshotIsNoObstacle();
+    void blobsAreNoIdentifiers();
     void genericQuery();
     void folderAccess();
 
@@ -268,6 +270,34 @@ void TestShortcutsDatabase::snapshotFolderIsPrivateAndFresh()
     snapshot = ShortcutsDatabase::copySnapshot(empty.path());
     QVERIFY(snapshot.ok());
     QVERIFY(!QFile::exists(snapshot.databasePath));
+}
+
+// Whatever another account left in the shared temporary directory (here a file where the
+// snapshot folder would go, which this user could not remove) does not stop this user's reads.
+void TestShortcutsDatabase::anotherUsersSnapshotIsNoObstacle()
+{
+    QVERIFY(makeDatabase(m_folder->path(), {insert("'S'", "0, 0, NULL, 0, 0, 0")}));
+    QFile theirs(QDir::tempPath() + QStringLiteral("/ShortcutsSnapshot"));
+    QDir(theirs.fileName()).removeRecursively(); // an earlier snapshot of this test run
+    QVERIFY(theirs.open(QIODevice::WriteOnly));
+    theirs.close();
+    const auto cleanUp = qScopeGuard([&theirs] { theirs.remove(); });
+    QCOMPARE(ShortcutsDatabase::readRows(m_folder->path()).size(), 1);
+    QVERIFY(theirs.exists());
+}
+
+// A blob where a text is expected is damage: no identifier, no app.
+void TestShortcutsDatabase::blobsAreNoIdentifiers()
+{
+    QVERIFY(
+        makeDatabase(m_folder->path(), {insert("x'41'", "0, 0, 'com.example.blobid', 0, 0, 0"),
+                                        insert("'B'", "0, 0, x'636f6d2e6578616d706c65', 0, 0, 0"),
+                                        insert("'C'", "0, 0, 'com.example.c', x'00', 0, 0")}));
+    const ShortcutsDatabase::Rows rows = ShortcutsDatabase::readRows(m_folder->path());
+    QCOMPARE(QSet<QString>(rows.keyBegin(), rows.keyEnd()), (QSet<QString>{"B", "C"}));
+    QVERIFY(!rows.value("B").appBundleID.has_value());
+    QCOMPARE(rows.value("C").appBundleID, std::optional<QString>("com.example.c"));
+    QVERIFY(!rows.value("C").createdAt.has_value());
 }
 
 void TestShortcutsDatabase::genericQuery()

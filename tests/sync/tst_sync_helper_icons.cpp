@@ -1,5 +1,7 @@
 // The helper shortcut's imports, the icon queue, the database pass and the icon upgrades.
 #include "SyncTestSupport.h"
+#include "common/ScriptedHost.h"
+#include "common/TestImages.h"
 #include "model/Clock.h"
 #include "shortcuts/IconProcessing.h"
 #include "simulator/SimulatedHelperShortcut.h"
@@ -7,8 +9,11 @@
 #include "simulator/SimulatedWorkspace.h"
 #include "sync/SyncIntents.h"
 
+#include <QCoro/QCoroSignal>
 #include <QFile>
 #include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTimer>
 
 namespace {
 class FakeAppIcons final : public AppIconSource {
@@ -60,10 +65,15 @@ private slots:
         QCOMPARE(s.identifier, QString());
         QCOMPARE(s.name, QStringLiteral(" Morning ")); // names are taken as given
         QCOMPARE(s.libraryOrder, 0);
-        for (const char *position : {"0", "-3"}) {
-            request->position = QByteArray(position).toLongLong();
+        for (const char *position : {"0", "-3", "-9223372036854775808"}) {
+            request = ImportShortcutRequest::fromArguments({"--name", "N", "--position", position},
+                                                           &error);
+            QVERIFY2(request, qPrintable(error));
             QCOMPARE(QCoro::waitFor(SyncIntents::snapshot(*request)).libraryOrder, 0);
         }
+        request->position = std::numeric_limits<qint64>::max();
+        QCOMPARE(QCoro::waitFor(SyncIntents::snapshot(*request)).libraryOrder,
+                 std::numeric_limits<qint64>::max() - 1);
 
         const QString icon = f.dir.filePath(QStringLiteral("icon.png"));
         QFile file(icon);
@@ -85,6 +95,12 @@ private slots:
                                        {"--name", "N", "--created", "yesterday"},
                                        {"--name", "N", "--colour", "red"}})
             QVERIFY(!ImportShortcutRequest::fromArguments(bad, &error));
+        // No nameless records: an empty or blank name is refused, saying why.
+        for (const char *blank : {"", " ", "\t \n"}) {
+            error.clear();
+            QVERIFY2(!ImportShortcutRequest::fromArguments({"--name", blank}, &error), blank);
+            QCOMPARE(error, QStringLiteral("--name needs a name that is not blank"));
+        }
     }
 
     // Imports within 0.8 s of the first of a batch are merged together.
@@ -196,6 +212,45 @@ private slots:
         QCOMPARE(c.lastError(), QStringLiteral("Shortcuts Events isn't available on this Mac."));
     }
 
+    // Where the helper file comes from, and a copy that cannot be written.
+    void helperShortcutFile()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        SyncFixture f;
+        auto &c = *f.controller;
+        SimulatedWorkspace workspace(f.dir.filePath(QStringLiteral("workspace.log")));
+        c.setWorkspace(&workspace);
+        c.setHelperShortcutPath(QString()); // the bundled file
+        // Something that is not a file stands where the copy goes.
+        const QString copy = QStandardPaths::writableLocation(QStandardPaths::CacheLocation) +
+                             QStringLiteral("/Sync Thimblecraft.shortcut");
+        QFile::remove(copy);
+        QVERIFY(QDir().mkpath(copy + QStringLiteral("/in the way")));
+        const auto cleanUp = qScopeGuard([copy] { QDir(copy).removeRecursively(); });
+        c.installHelperShortcut();
+        QVERIFY2(
+            c.lastError().startsWith(QStringLiteral("The helper shortcut couldn't be copied to ")),
+            qPrintable(c.lastError()));
+        QVERIFY(workspace.entries().isEmpty());
+
+        // The file shipped in the bundle's Resources is used as it is.
+        c.setBundleResourcesPath(f.dir.path());
+        QFile shipped(f.dir.filePath(QStringLiteral("Sync Thimblecraft.shortcut")));
+        QVERIFY(shipped.open(QIODevice::WriteOnly));
+        shipped.write("signed helper");
+        shipped.close();
+        QCOMPARE(c.helperShortcutPath(), QFileInfo(shipped).canonicalFilePath());
+        c.installHelperShortcut();
+        QCOMPARE(workspace.entries().size(), 1);
+        QCOMPARE(workspace.entries().constFirst().value(QLatin1String("target")).toString(),
+                 QFileInfo(shipped).canonicalFilePath());
+        // Without it, the built-in copy.
+        QVERIFY(shipped.remove());
+        QDir(copy).removeRecursively();
+        QVERIFY(c.helperShortcutPath().endsWith(QLatin1String("Sync Thimblecraft.shortcut")));
+        QVERIFY(QFileInfo(c.helperShortcutPath()).isFile());
+    }
+
     // Cycles of eight with their phases; duplicates, priorities and placeholders.
     void iconQueue()
     {
@@ -268,6 +323,35 @@ private slots:
         QCOMPARE(f.settings->value(LibrarySyncController::iconFetchBlockedKey).toBool(), false);
     }
 
+    // A refusal in the middle of a cycle ends the worker there: nothing of that cycle is stored
+    // and the phase goes straight back to idle.
+    void refusalInTheMiddleOfACycle()
+    {
+        SyncFixture f;
+        auto host = std::make_shared<ScriptedHost>();
+        const QByteArray png = SimulatedIconRenderer::renderPNG(QStringLiteral("star"),
+                                                                QColor(Qt::red), QColor(Qt::blue));
+        host->answer = [png](const QString &script) {
+            if (script.endsWith(QLatin1String("\"B\"")))
+                return ScriptHostReply::failure(-10004, QStringLiteral("A privilege violation."));
+            return ScriptHostReply::success(AppleEventDescriptor::data(DescriptorType::png, png));
+        };
+        ShortcutsEventsBridge bridge(host);
+        LibrarySyncController c(*f.context, bridge, *f.settings);
+        c.merge({snapshot("A", "A"), snapshot("B", "B"), snapshot("C", "C")});
+        QList<SyncPhase> phases;
+        connect(&c, &LibrarySyncController::phaseChanged, this, [&] { phases.append(c.phase()); });
+        c.startIconFetch();
+        runToEnd(c.iconFetchFinished());
+        QVERIFY(c.iconFetchBlocked());
+        QVERIFY(!f.item("A")->hasIconData());
+        QCOMPARE(host->scripts().size(), 2); // C was never asked for
+        QVERIFY(c.iconQueue().isEmpty());
+        QVERIFY(c.phase().isIdle());
+        for (const SyncPhase &phase : phases)
+            QVERIFY(!phase.isIcons());
+    }
+
     // Dates, last runs and app icons from the Shortcuts database.
     void databasePass()
     {
@@ -333,6 +417,39 @@ private slots:
         QCOMPARE(f.item("A")->iconTopHex(), QStringLiteral("#111111"));
     }
 
+    // A database pass asked for while one reads shares that read.
+    void overlappingDatabasePassesShareOneRead()
+    {
+        SyncFixture f;
+        auto &c = *f.controller;
+        c.merge({snapshot("A", "Alpha")});
+        int reads = 0;
+        QTimer release;
+        release.setSingleShot(true);
+        c.setDatabaseRowsLoader(
+            [&reads, &release]() -> QCoro::Task<std::optional<ShortcutsDatabase::Rows>> {
+                ++reads;
+                release.start(50);
+                co_await qCoro(&release, &QTimer::timeout);
+                ShortcutsDatabase::Rows rows;
+                ShortcutsDatabase::Row row;
+                row.workflowID = QStringLiteral("A");
+                row.lastRunAt = QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
+                rows.insert(row.workflowID, row);
+                co_return rows;
+            });
+        auto first = c.refreshFromDatabase();
+        auto second = c.refreshFromDatabase();
+        runToEnd(std::move(first));
+        runToEnd(std::move(second));
+        QCOMPARE(reads, 1);
+        QVERIFY(f.item("A")->lastRunAt().has_value());
+
+        // Once it has ended, the next pass reads afresh.
+        runToEnd(c.refreshFromDatabase());
+        QCOMPARE(reads, 2);
+    }
+
     void iconUpgrades()
     {
         SyncFixture f;
@@ -343,12 +460,12 @@ private slots:
         f.item("A")->setIconTopHex(QStringLiteral("#AAAAAA"));
         f.item("A")->setIconBottomHex(QStringLiteral("#BBBBBB"));
 
-        // From format 3 only the colours are exchanged.
+        // From format 3 only the colours are exchanged (the stored image is a sound one).
         f.settings->setValue(LibrarySyncController::iconFormatVersionKey, 3);
         runToEnd(f.controller->upgradeStoredIcons());
         QCOMPARE(f.item("A")->iconTopHex(), QStringLiteral("#BBBBBB"));
         QCOMPARE(f.item("A")->iconData(), png);
-        QCOMPARE(f.settings->value(LibrarySyncController::iconFormatVersionKey).toInt(), 4);
+        QCOMPARE(f.settings->value(LibrarySyncController::iconFormatVersionKey).toInt(), 5);
 
         // From nothing: processed, cropped, then exchanged.
         f.item("A")->setIconTopHex(QString());
@@ -360,6 +477,51 @@ private slots:
         QCOMPARE(f.item("A")->iconBottomHex(), processed->topHex);
         QVERIFY(f.item("A")->iconData() != png);
         QVERIFY(!f.item("B")->hasIconData());
+    }
+
+    // Glyphs that the earlier crop cut away or shifted are fetched again; sound ones stay.
+    void glyphsOfTheOldCropAreFetchedAgain()
+    {
+        SyncFixture f;
+        for (const char *id : {"Empty", "Shifted", "Sound", "App"})
+            f.add(id, id);
+        f.publish();
+        f.controller->merge({snapshot("Empty", "Empty"), snapshot("Shifted", "Shifted"),
+                             snapshot("Sound", "Sound"), snapshot("App", "App")});
+        auto glyph = [](QRect ink) {
+            QImage image(40, 40, QImage::Format_ARGB32_Premultiplied);
+            image.fill(Qt::transparent);
+            QPainter(&image).fillRect(ink, Qt::white);
+            return encodedImage(image);
+        };
+        QImage clear(30, 30, QImage::Format_ARGB32_Premultiplied);
+        clear.fill(Qt::transparent);
+        const QByteArray shifted = glyph(QRect(0, 0, 40, 12));
+        const QByteArray sound = glyph(QRect(0, 14, 40, 12));
+        f.item("Empty")->setIconData(encodedImage(clear));
+        f.item("Shifted")->setIconData(shifted);
+        f.item("Sound")->setIconData(sound);
+        f.item("App")->setIconData(shifted);
+        f.item("App")->setIconAppBundleID(QStringLiteral("com.example.app"));
+        for (const char *id : {"Empty", "Shifted", "Sound"}) {
+            f.item(id)->setIconTopHex(QStringLiteral("#102030"));
+            f.item(id)->setIconBottomHex(QStringLiteral("#405060"));
+        }
+        f.settings->setValue(LibrarySyncController::iconFormatVersionKey, 4);
+        runToEnd(f.controller->upgradeStoredIcons());
+        QCOMPARE(f.settings->value(LibrarySyncController::iconFormatVersionKey).toInt(),
+                 LibrarySyncController::currentIconFormatVersion);
+        QVERIFY(!f.item("Empty")->hasIconData());
+        QVERIFY(!f.item("Shifted")->hasIconData());
+        QCOMPARE(f.item("Shifted")->iconTopHex(), QStringLiteral("#102030")); // colours stay
+        QCOMPARE(f.item("Sound")->iconData(), sound);
+        QCOMPARE(f.item("App")->iconData(), shifted); // an app's icon is no glyph
+
+        // The queue brings them back.
+        f.controller->startIconFetch();
+        runToEnd(f.controller->iconFetchFinished());
+        QVERIFY(f.item("Empty")->hasIconData());
+        QVERIFY(f.item("Shifted")->hasIconData());
     }
 };
 
