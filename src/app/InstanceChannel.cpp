@@ -254,7 +254,8 @@ void InstanceChannel::dispatch(QLocalSocket *socket, const QByteArray &payload)
         return;
     }
     if (kind == QLatin1String("open-url")) {
-        const QUrl url(request.value(QLatin1String("url")).toString(), QUrl::StrictMode);
+        const QString text = request.value(QLatin1String("url")).toString();
+        const QUrl url(text, QUrl::StrictMode);
         if (!url.isValid() || url.scheme().isEmpty()) {
             reply(socket, {false, QStringLiteral("malformed URL")});
             return;
@@ -263,7 +264,7 @@ void InstanceChannel::dispatch(QLocalSocket *socket, const QByteArray &payload)
             reply(socket, {false, QStringLiteral("this instance has no window")});
             return;
         }
-        m_urlHandler(url);
+        m_urlHandler(text);
         reply(socket, {true, QString()});
         return;
     }
@@ -377,10 +378,9 @@ QJsonObject InstanceChannel::intentRequest(const QString &action, const QStringL
             {QStringLiteral("arguments"), QJsonArray::fromStringList(arguments)}};
 }
 
-QJsonObject InstanceChannel::openUrlRequest(const QUrl &url)
+QJsonObject InstanceChannel::openUrlRequest(const QString &urlText)
 {
-    return {{QStringLiteral("kind"), QStringLiteral("open-url")},
-            {QStringLiteral("url"), QString::fromUtf8(url.toEncoded())}};
+    return {{QStringLiteral("kind"), QStringLiteral("open-url")}, {QStringLiteral("url"), urlText}};
 }
 
 QJsonObject InstanceChannel::syncRequest()

@@ -75,7 +75,8 @@ public:
     // `thimblecraft backup` while this instance owns the library: the copy comes from its store.
     using BackupHandler = std::function<Reply(const QString &path, bool force)>;
     void setBackupHandler(BackupHandler handler) { m_backupHandler = std::move(handler); }
-    void setUrlHandler(std::function<void(const QUrl &)> handler)
+    // The URL's text as it was sent: its scheme and host are compared as written.
+    void setUrlHandler(std::function<void(const QString &)> handler)
     {
         m_urlHandler = std::move(handler);
     }
@@ -91,7 +92,11 @@ public:
     static QJsonObject intentRequest(const QString &action, const QStringList &arguments);
     static QJsonObject syncRequest();
     static QJsonObject backupRequest(const QString &path, bool force);
-    static QJsonObject openUrlRequest(const QUrl &url);
+    static QJsonObject openUrlRequest(const QString &urlText);
+    static QJsonObject openUrlRequest(const QUrl &url)
+    {
+        return openUrlRequest(QString::fromUtf8(url.toEncoded()));
+    }
     static QJsonObject activateRequest();
     static QJsonObject quitRequest();
 
@@ -116,7 +121,7 @@ private:
     SyncHandler m_syncHandler;
     BackupHandler m_backupHandler;
     QHash<QString, RequestHandler> m_requestHandlers;
-    std::function<void(const QUrl &)> m_urlHandler;
+    std::function<void(const QString &)> m_urlHandler;
     std::function<void()> m_activateHandler;
     std::function<void()> m_quitHandler;
 };

@@ -17,11 +17,12 @@ LinkRouter::LinkRouter(LibraryWindow &window, QObject *parent) : QObject(parent)
 {
 }
 
-void LinkRouter::open(const QUrl &url)
+void LinkRouter::open(const QString &urlText)
 {
+    const QUrl url(urlText);
     const QString host = url.host();
     if (host == QLatin1String("run-success") || host == QLatin1String("run-error")) {
-        m_window.openURL(url);
+        m_window.openURL(urlText);
         return;
     }
     const auto link = LibraryLinks::parse(url);

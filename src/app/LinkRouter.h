@@ -18,7 +18,8 @@ class LinkRouter : public QObject {
 public:
     explicit LinkRouter(LibraryWindow &window, QObject *parent = nullptr);
 
-    void open(const QUrl &url);
+    // The link's text as it came: callbacks compare their scheme and host as written.
+    void open(const QString &urlText);
 
     // Asks whether to run a shortcut (name, input); true runs it. The window's question by
     // default; tests answer in its place.

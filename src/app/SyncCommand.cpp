@@ -11,6 +11,7 @@
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
+#include "shortcuts/FileOpenEvents.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "sync/LibrarySyncController.h"
 
@@ -193,6 +194,9 @@ int runBackgroundInstance(int argc, char *argv[], const std::function<bool()> &i
     channel.setQuitHandler([&owner] { owner.leave(); });
     quitOnTerminationSignals([&owner] { owner.leave(); });
     QObject::connect(&owner, &WindowlessOwner::left, &app, &QCoreApplication::quit);
+    // On macOS run callbacks arrive as file-open events.
+    FileOpenEvents::install(
+        &app, [](const QString &url) { ShortcutRunner::shared().handleCallbackURL(url); });
 
     QTimer idle;
     idle.setSingleShot(true);

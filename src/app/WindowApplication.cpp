@@ -12,6 +12,7 @@
 #include "app/SettingsDialog.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
+#include "shortcuts/FileOpenEvents.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "sync/LibrarySyncController.h"
 #include "ui/FileDialogFolderChooser.h"
@@ -39,7 +40,7 @@ enum class Claim { owner, handedOver, failed };
 // The window owns the library or shows it elsewhere: a window already open gets this launch's
 // URLs and comes to the front; a windowless owner is asked to leave, and the library is taken
 // once it has gone.
-Claim claimLibrary(const QString &dataDirectory, const QList<QUrl> &urls,
+Claim claimLibrary(const QString &dataDirectory, const QStringList &urls,
                    std::unique_ptr<OwnerLock> &lock)
 {
     using Status = InstanceChannel::SendResult::Status;
@@ -59,7 +60,7 @@ Claim claimLibrary(const QString &dataDirectory, const QList<QUrl> &urls,
             InstanceChannel::send(socketPath, InstanceChannel::activateRequest(), 5000);
         if (activated.status == Status::delivered) {
             if (activated.reply.ok) {
-                for (const QUrl &url : urls)
+                for (const QString &url : urls)
                     InstanceChannel::send(socketPath, InstanceChannel::openUrlRequest(url), 5000);
                 return Claim::handedOver;
             }
@@ -81,12 +82,10 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Thimblecraft"));
 
-    QList<QUrl> urls;
-    for (const QString &argument : urlArguments) {
-        const QUrl url(argument);
-        if (isOwnURL(url))
-            urls.append(url);
-    }
+    QStringList urls;
+    for (const QString &argument : urlArguments)
+        if (isOwnURL(QUrl(argument)))
+            urls.append(argument);
 
     std::unique_ptr<OwnerLock> lock;
     switch (claimLibrary(AppSettings::dataDirectory(), urls, lock)) {
@@ -107,6 +106,9 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
     ShortcutRunner &runner = ShortcutRunner::shared();
     LibrarySyncController &syncer = LibrarySyncController::shared();
     LibraryWindow window(context, navigation, runner, syncer);
+    LinkRouter links(window);
+    // On macOS links arrive as file-open events.
+    FileOpenEvents::install(&app, [&links](const QString &url) { links.open(url); });
 
     AppUpdater *updater = nullptr;
     QPointer<SettingsDialog> settings;
@@ -125,7 +127,6 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
         updater->checkAutomaticallyIfDue();
     });
 
-    LinkRouter links(window);
     InstanceChannel channel;
     QString channelError;
     const QString socketPath =
@@ -136,8 +137,8 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
     } else {
         installIntentEndpoint(channel, syncer);
         installRunEndpoint(channel, runner);
-        channel.setUrlHandler([&links](const QUrl &url) {
-            if (isOwnURL(url))
+        channel.setUrlHandler([&links](const QString &url) {
+            if (isOwnURL(QUrl(url)))
                 links.open(url);
         });
         channel.setActivateHandler([&window] {
@@ -155,7 +156,7 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &syncer,
                      &LibrarySyncController::flushImports);
     window.show();
-    for (const QUrl &url : std::as_const(urls))
+    for (const QString &url : std::as_const(urls))
         links.open(url);
     return app.exec();
 }

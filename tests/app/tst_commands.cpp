@@ -3,6 +3,7 @@
 
 #include "app/InstanceChannel.h"
 #include "common/SimulatedLibraryFile.h"
+#include "harness/LibraryProcesses.h"
 #include "harness/ProgramRuns.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
@@ -12,6 +13,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QtTest>
+#include <csignal>
 
 class TestCommands : public QObject {
     Q_OBJECT
@@ -168,6 +170,29 @@ private slots:
                                         .out)["runCount"]
                     .toInt() == 1,
             10000);
+    }
+
+    // With no window open, open starts one that takes the library over (from the windowless
+    // owner the runs above started) and leaves the command at once.
+    void openStartsTheWindow()
+    {
+        const Run opened =
+            thimblecraft({QStringLiteral("open"), QStringLiteral("folder:Work/Clients")});
+        QCOMPARE(opened.exitCode, 0);
+        const QString socket = InstanceChannel::socketPath(data);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            InstanceChannel::send(socket, InstanceChannel::activateRequest(), 2000).reply.ok,
+            30000);
+        const qint64 window = LibraryProcesses::ownerPid(data);
+        QVERIFY(window > 0);
+        QCOMPARE(thimblecraft(
+                     {QStringLiteral("open"), QStringLiteral("--shortcut"), QStringLiteral("Echo")})
+                     .exitCode,
+                 0);
+        QCOMPARE(LibraryProcesses::ownerPid(data), window);
+        QCOMPARE(thimblecraft({QStringLiteral("open"), QStringLiteral("nowhere")}).exitCode, 2);
+        ::kill(pid_t(window), SIGTERM);
+        QTRY_VERIFY_WITH_TIMEOUT(!LibraryProcesses::hasOwner(data), 20000);
     }
 
     void helpPerCommand()

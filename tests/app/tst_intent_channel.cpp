@@ -70,7 +70,7 @@ private slots:
         bool activated = false;
         channel.setActivateHandler([&] { activated = true; });
         QUrl opened;
-        channel.setUrlHandler([&](const QUrl &url) { opened = url; });
+        channel.setUrlHandler([&](const QString &url) { opened = QUrl(url); });
         awaitFuture(QtConcurrent::run([path] {
             InstanceChannel::send(path, InstanceChannel::activateRequest());
             return InstanceChannel::send(

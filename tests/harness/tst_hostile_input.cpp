@@ -431,7 +431,7 @@ void TestHostileInput::intentRequests()
     int activated = 0;
     channel.setActivateHandler([&activated] { ++activated; });
     QUrl opened;
-    channel.setUrlHandler([&opened](const QUrl &url) { opened = url; });
+    channel.setUrlHandler([&opened](const QString &url) { opened = QUrl(url); });
 
     // The hostile client runs alongside; a silent one is still connected while the next is served.
     QFuture<QJsonObject> hostile = QtConcurrent::run(exchange, path, bytes, hangUp);

@@ -1,6 +1,7 @@
 #include "PaneTestSupport.h"
 #include "common/FakeWorkspace.h"
 #include "common/ScriptedHost.h"
+#include "model/LibraryLinks.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
 #include "ui/LibraryNavigation.h"
@@ -300,7 +301,7 @@ void TestDetail::contextMenuEntries()
     ShortcutContextMenu::populate(&menu, item, services);
     QCOMPARE(PaneTest::actionTexts(&menu),
              (QStringList{"Run", "Run with Input…", "-", "Add to Favorites", "Move to Folder",
-                          "Tags", "-", "Open in Shortcuts", "Copy Name"}));
+                          "Tags", "-", "Open in Shortcuts", "Copy Name", "Copy Link"}));
     QCOMPARE(PaneTest::actionTexts(PaneTest::findMenu(&menu, "tagsMenu")),
              QStringList{"No tags yet"});
     QVERIFY(!PaneTest::findAction(&menu, "noTags")->isEnabled());
@@ -313,7 +314,7 @@ void TestDetail::contextMenuEntries()
     QMenu missing;
     ShortcutContextMenu::populate(&missing, item, services);
     QCOMPARE(PaneTest::actionTexts(&missing).mid(3, 1), QStringList{"Remove from Favorites"});
-    QCOMPARE(PaneTest::actionTexts(&missing).mid(9), (QStringList{"-", "Remove from Library"}));
+    QCOMPARE(PaneTest::actionTexts(&missing).mid(10), (QStringList{"-", "Remove from Library"}));
     m_navigation->setSelectedShortcut(item);
     TRIGGER(&missing, "removeFromLibrary");
     QCOMPARE(m_navigation->selectedShortcut(), nullptr);
@@ -357,6 +358,10 @@ void TestDetail::contextMenuWrites()
     QGuiApplication::clipboard()->setText(QStringLiteral("something else"));
     TRIGGER(menu.get(), "copyName");
     QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("Grocery List"));
+    TRIGGER(menu.get(), "copyLink");
+    const auto link = LibraryLinks::parse(QUrl(QGuiApplication::clipboard()->text()));
+    QVERIFY(link);
+    QCOMPARE(link->shortcut, item->identifier());
 
     TRIGGER(menu.get(), "run");
     QTRY_VERIFY(m_runner->isRunning(item->identifier()));

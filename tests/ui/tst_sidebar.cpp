@@ -229,9 +229,9 @@ void TestSidebar::foldersThroughMenusAndSheets()
     // "New Folder Inside…" from the row's context menu.
     std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::folders, "Projects")));
     QVERIFY(menu);
-    QCOMPARE(
-        PaneTest::actionTexts(menu.get()),
-        (QStringList{"New Folder Inside…", "Edit Folder…", "-", "Move To", "-", "Delete Folder"}));
+    QCOMPARE(PaneTest::actionTexts(menu.get()),
+             (QStringList{"New Folder Inside…", "Edit Folder…", "Copy Link", "-", "Move To", "-",
+                          "Delete Folder"}));
     TRIGGER(menu.get(), "newFolderInside");
     editor = m_sidebar->folderEditor();
     QVERIFY(editor);
@@ -375,7 +375,8 @@ void TestSidebar::tagsThroughMenus()
 
     std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::tags, "Home")));
     QCOMPARE(PaneTest::actionTexts(menu.get()),
-             (QStringList{"New Tag Inside…", "Edit Tag…", "-", "Move To", "-", "Delete Tag"}));
+             (QStringList{"New Tag Inside…", "Edit Tag…", "Copy Link", "-", "Move To", "-",
+                          "Delete Tag"}));
     TRIGGER(menu.get(), "newTagInside");
     m_sidebar->tagEditor()->nameField()->setText(QStringLiteral("Kitchen"));
     m_sidebar->tagEditor()->saveButton()->click();
@@ -428,7 +429,7 @@ void TestSidebar::smartListDuplicateAndDelete()
 
     std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::smartLists, "Work")));
     QCOMPARE(PaneTest::actionTexts(menu.get()),
-             (QStringList{"Edit Smart List…", "Duplicate", "Delete"}));
+             (QStringList{"Edit Smart List…", "Duplicate", "Copy Link", "Delete"}));
     m_navigation->setSection(LibrarySection::smartList(work->uuid()));
     TRIGGER(menu.get(), "duplicateSmartList");
     PaneTest::settle();
