@@ -328,6 +328,7 @@ bool Reader::shortcuts(const QJsonObject &top, QList<ShortcutEntry> &out)
     if (!this->array(top, "shortcuts", array))
         return false;
     QHash<QString, qsizetype> byIdentifier;
+    byIdentifier.reserve(array.size());
     out.reserve(array.size());
     for (qsizetype i = 0; i < array.size(); ++i) {
         const Place at{"shortcuts", i};
