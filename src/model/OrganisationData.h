@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <optional>
 
+class ShortcutItem;
+
 // An organisation document read and checked, before it is matched against any library.
 namespace Organisation {
 
@@ -36,7 +38,15 @@ struct ShortcutEntry {
     std::optional<QString> folder; // a folder uuid, in the document or in the library
     QStringList tags;              // tag uuids, each once
     qint64 runCount = 0;
+
+    bool carriesOrganisation() const
+    {
+        return isFavorite || !notes.isEmpty() || folder || !tags.isEmpty() || runCount != 0;
+    }
 };
+
+// Whether the shortcut carries anything an export keeps: only those are written.
+bool carriesOrganisation(const ShortcutItem &item);
 
 struct Data {
     // Parents always come before their children in these two lists.

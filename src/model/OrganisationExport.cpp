@@ -4,6 +4,7 @@
 #include "model/FlattenedTree.h"
 #include "model/JsonText.h"
 #include "model/ModelContext.h"
+#include "model/OrganisationData.h"
 #include "model/OrganisationDocument.h"
 
 #include <QHash>
@@ -138,12 +139,6 @@ void writeSmartLists(Writer &w, const QList<SmartList *> &all)
     w.endArray(lists.isEmpty());
 }
 
-bool isOrganised(const ShortcutItem *i)
-{
-    return i->isFavorite() || !i->notes().isEmpty() || i->folder() || !i->tags().isEmpty() ||
-           i->runCount() != 0;
-}
-
 void writeShortcuts(Writer &w, const QList<ShortcutItem *> &all, const QList<Tag *> &tagOrder)
 {
     QHash<const Tag *, int> tagPosition;
@@ -154,7 +149,7 @@ void writeShortcuts(Writer &w, const QList<ShortcutItem *> &all, const QList<Tag
     // Shortcuts the person has not organised carry nothing worth keeping; a sync brings them.
     QList<const ShortcutItem *> items;
     for (const ShortcutItem *i : all)
-        if (isOrganised(i))
+        if (Organisation::carriesOrganisation(*i))
             items.append(i);
     std::stable_sort(items.begin(), items.end(), [](const ShortcutItem *a, const ShortcutItem *b) {
         if (const int c = a->name().compare(b->name()))
@@ -192,6 +187,12 @@ void writeShortcuts(Writer &w, const QList<ShortcutItem *> &all, const QList<Tag
     w.endArray(items.isEmpty());
 }
 } // namespace
+
+bool Organisation::carriesOrganisation(const ShortcutItem &i)
+{
+    return i.isFavorite() || !i.notes().isEmpty() || i.folder() || !i.tags().isEmpty() ||
+           i.runCount() != 0;
+}
 
 QByteArray exportDocument(const ModelContext &context)
 {

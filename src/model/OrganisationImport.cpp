@@ -39,7 +39,8 @@ template<typename T> struct TreePlan {
 };
 
 struct ShortcutStep {
-    ShortcutItem *record = nullptr; // nullptr: a placeholder is made
+    ShortcutItem *record = nullptr; // nullptr: a placeholder is made, unless skipped
+    bool skip = false;
     bool setFavorite = false;
     std::optional<QString> notes;
     std::optional<Target<LibraryFolder>> folder;
@@ -140,7 +141,9 @@ void matchSmartLists(const ModelContext &context, const QList<SmartListEntry> &e
 }
 
 // Identifier first for every entry, then name for the rest; each record serves one entry, so
-// two same-named shortcuts in the file never land on one record.
+// two same-named shortcuts in the file never land on one record. Where records share an
+// identifier (placeholders of same-named shortcuts), those carrying organisation go first: they
+// are the ones an export lists, so importing a library's own export changes nothing.
 void matchShortcuts(const ModelContext &context, const QList<ShortcutEntry> &entries, Plan &plan)
 {
     plan.steps.resize(entries.size());
@@ -154,20 +157,29 @@ void matchShortcuts(const ModelContext &context, const QList<ShortcutEntry> &ent
         byName[i->name()].append(i);
     }
     QSet<const ShortcutItem *> claimed;
-    const auto claim = [&](const QList<ShortcutItem *> &candidates) -> ShortcutItem * {
-        for (ShortcutItem *r : candidates)
-            if (!claimed.contains(r)) {
-                claimed.insert(r);
-                return r;
+    const auto claim = [&](const QList<ShortcutItem *> &candidates,
+                           bool organisedFirst) -> ShortcutItem * {
+        ShortcutItem *chosen = nullptr;
+        for (ShortcutItem *r : candidates) {
+            if (claimed.contains(r))
+                continue;
+            if (!organisedFirst || carriesOrganisation(*r)) {
+                chosen = r;
+                break;
             }
-        return nullptr;
+            if (!chosen)
+                chosen = r;
+        }
+        if (chosen)
+            claimed.insert(chosen);
+        return chosen;
     };
     for (qsizetype i = 0; i < entries.size(); ++i)
         if (!entries[i].identifier.isEmpty())
-            plan.steps[i].record = claim(byIdentifier.value(entries[i].identifier));
+            plan.steps[i].record = claim(byIdentifier.value(entries[i].identifier), true);
     for (qsizetype i = 0; i < entries.size(); ++i)
         if (!plan.steps[i].record && !entries[i].name.isEmpty())
-            plan.steps[i].record = claim(byName.value(entries[i].name));
+            plan.steps[i].record = claim(byName.value(entries[i].name), false);
 }
 
 template<typename T>
@@ -195,6 +207,11 @@ bool planShortcuts(const ModelContext &context, const QList<ShortcutEntry> &entr
         const ShortcutEntry &e = entries[i];
         ShortcutStep &step = plan.steps[i];
         const ShortcutItem *r = step.record;
+        // An entry with nothing to keep makes no placeholder: a sync brings the shortcut.
+        if (!r && !e.carriesOrganisation()) {
+            step.skip = true;
+            continue;
+        }
 
         std::optional<Target<LibraryFolder>> folder;
         if (e.folder) {
@@ -338,6 +355,8 @@ void apply(ModelContext &context, const Data &data, Plan &plan)
     for (qsizetype i = 0; i < data.shortcuts.size(); ++i) {
         const ShortcutEntry &e = data.shortcuts[i];
         const ShortcutStep &step = plan.steps[i];
+        if (step.skip)
+            continue;
         ShortcutItem *item = step.record;
         if (!item) {
             // Known by name until a sync links it, like sync's own placeholders; an entry with

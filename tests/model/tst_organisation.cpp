@@ -21,6 +21,7 @@ private slots:
     void exportCarriesOnlyTheOrganisation();
     void matchingByUuidThenPathOrName();
     void libraryKeepsItsValuesAndGainsTheFiles();
+    void placeholdersSharingANameKeepTheirOwnOrganisation();
     void dryRunChangesNothing();
     void hostileDocumentsChangeNothing_data();
     void hostileDocumentsChangeNothing();
@@ -296,6 +297,21 @@ void OrganisationTest::libraryKeepsItsValuesAndGainsTheFiles()
                        "Shortcuts: 2 changed · 1 unchanged\n"
                        "2 notes or folders differed from the file; the library's own were kept.");
     QCOMPARE(s.json().value("shortcuts").toObject().value("changed").toInt(), 2);
+}
+
+void OrganisationTest::placeholdersSharingANameKeepTheirOwnOrganisation()
+{
+    ModelContext c;
+    c.insert(new ShortcutItem("name:Timer", "Timer")); // organised once, cleared since
+    c.insert(new ShortcutItem("name:Timer", "Timer"))->setNotes("second");
+    QVERIFY(c.save());
+    const ImportSummary s = importOrFail(c, exportDocument(c));
+    QCOMPARE(s.shortcuts, (ImportSummary::Counts{0, 0, 1}));
+    QVERIFY(!c.hasChanges());
+
+    // An entry with nothing to keep makes no placeholder.
+    importOrFail(c, document({{"shortcuts", QJsonArray{QJsonObject{{"name", "Empty"}}}}}));
+    QCOMPARE(c.shortcuts().size(), 2);
 }
 
 void OrganisationTest::dryRunChangesNothing()
