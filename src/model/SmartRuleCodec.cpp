@@ -1,11 +1,11 @@
 // The JSON form of a rule set, as kept in SmartList::rulesData.
 
+#include "model/JsonInteger.h"
 #include "model/SmartRuleSet.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <cmath>
 
 namespace {
 QJsonObject ruleJson(const SmartRule &rule)
@@ -45,19 +45,10 @@ bool readString(const QJsonObject &o, QLatin1String key, QString &out)
 
 bool readInteger(const QJsonObject &o, QLatin1String key, qint64 &out)
 {
-    const QJsonValue v = o.value(key);
-    if (!v.isDouble())
+    const auto v = jsonInteger(o.value(key));
+    if (!v)
         return false;
-    const QVariant variant = v.toVariant();
-    if (variant.typeId() == QMetaType::LongLong) {
-        out = variant.toLongLong();
-        return true;
-    }
-    // Integers written as 3.0, or too large for the integer form, arrive as doubles.
-    const double d = v.toDouble();
-    if (!std::isfinite(d) || d != std::trunc(d) || d < -0x1p63 || d >= 0x1p63)
-        return false;
-    out = qint64(d);
+    out = *v;
     return true;
 }
 

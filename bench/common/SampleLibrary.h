@@ -1,0 +1,65 @@
+#pragma once
+
+// The library shape the model benchmarks share: nested folder and tag trees (the first 20 of
+// each at the top level, the rest under a random earlier one) and shortcuts with made-up
+// identifiers and names, to which each benchmark adds what it measures.
+#include "model/ModelContext.h"
+
+#include <QElapsedTimer>
+#include <QRandomGenerator>
+#include <algorithm>
+
+namespace SampleLibrary {
+
+struct Trees {
+    QList<LibraryFolder *> folders;
+    QList<Tag *> tags;
+};
+
+inline Trees addTrees(ModelContext &ctx, QRandomGenerator &rng, int folderCount, int tagCount)
+{
+    Trees t;
+    for (int i = 0; i < folderCount; ++i)
+        t.folders.append(ctx.insert(new LibraryFolder(
+            QStringLiteral("Folder %1").arg(i), i < 20 ? nullptr : t.folders[rng.bounded(i)])));
+    for (int i = 0; i < tagCount; ++i)
+        t.tags.append(ctx.insert(new Tag(QStringLiteral("Tag %1").arg(i), QStringLiteral("#8E8E93"),
+                                         i < 20 ? nullptr : t.tags[rng.bounded(i)])));
+    return t;
+}
+
+inline ShortcutItem *addShortcut(ModelContext &ctx, int i)
+{
+    auto *item = ctx.insert(new ShortcutItem(
+        QStringLiteral("%1-0000-4000-8000-000000000000").arg(i, 8, 16, QLatin1Char('0')).toUpper(),
+        QStringLiteral("Shortcut %1").arg(i)));
+    item->setSubtitle(QStringLiteral("%1 actions").arg(i % 30));
+    item->setLibraryOrder(i);
+    item->setNotes(i % 5 ? QString() : QStringLiteral("Some notes about this shortcut"));
+    return item;
+}
+
+// Every third shortcut unfiled; one tag each, two for odd ones.
+inline void fileShortcut(ShortcutItem *item, int i, const Trees &trees, QRandomGenerator &rng)
+{
+    if (i % 3)
+        item->setFolder(trees.folders[rng.bounded(int(trees.folders.size()))]);
+    item->addTag(trees.tags[rng.bounded(int(trees.tags.size()))]);
+    if (i % 2)
+        item->addTag(trees.tags[rng.bounded(int(trees.tags.size()))]);
+}
+
+inline double ms(const QElapsedTimer &t)
+{
+    return t.nsecsElapsed() / 1e6;
+}
+
+template<typename F> double best(int runs, F f)
+{
+    double b = 1e300;
+    for (int i = 0; i < runs; ++i)
+        b = std::min(b, f());
+    return b;
+}
+
+} // namespace SampleLibrary
