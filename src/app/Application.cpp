@@ -8,6 +8,7 @@
 #include "app/IntentCommand.h"
 #include "app/ListCommand.h"
 #include "app/OpenCommand.h"
+#include "app/OrganisationCommands.h"
 #include "app/OwnerLock.h"
 #include "app/ReadCommands.h"
 #include "app/RunCommand.h"
@@ -87,7 +88,8 @@ int runThimblecraft(int argc, char *argv[])
     case CommandLine::Command::folders:
     case CommandLine::Command::tags:
     case CommandLine::Command::smartLists:
-    case CommandLine::Command::show: {
+    case CommandLine::Command::show:
+    case CommandLine::Command::exportOrganisation: {
         QCoreApplication app(argc, argv);
         // Held while reading when free: no owner can start writing under this reader.
         OwnerLock::Outcome outcome;
@@ -109,6 +111,8 @@ int runThimblecraft(int argc, char *argv[])
             return runSmartListsCommand(*context, *commandLine);
         case CommandLine::Command::show:
             return runShowCommand(*context, *commandLine);
+        case CommandLine::Command::exportOrganisation:
+            return runExportCommand(*context, *commandLine);
         default:
             return runListCommand(*context, *commandLine);
         }
@@ -116,6 +120,10 @@ int runThimblecraft(int argc, char *argv[])
     case CommandLine::Command::run: {
         QCoreApplication app(argc, argv);
         return runRunCommand(*commandLine);
+    }
+    case CommandLine::Command::importOrganisation: {
+        QCoreApplication app(argc, argv);
+        return runImportCommand(*commandLine);
     }
     case CommandLine::Command::open: {
         QCoreApplication app(argc, argv);

@@ -66,6 +66,16 @@ const CommandInfo kCommands[] = {
      "thimblecraft open [SECTION | --shortcut SHORTCUT]\n"
      "  Brings the window forward (starting it if needed) at a section (as in list\n"
      "  --section) or with a shortcut selected.\n"},
+    {Command::exportOrganisation, "export",
+     "thimblecraft export [FILE | -]\n"
+     "  Writes the library's organisation (folders, tags, smart lists, and per shortcut its\n"
+     "  favourite mark, notes, folder, tags and run count) as one JSON document to FILE, or\n"
+     "  to standard output. docs/organisation-format.md describes the format.\n"},
+    {Command::importOrganisation, "import",
+     "thimblecraft import FILE [--dry-run] [--json]\n"
+     "  Merges an exported organisation into the library and prints what changed; nothing\n"
+     "  is deleted and the library's own values win. --dry-run tells what would change.\n"
+     "  A file that cannot be read as a whole changes nothing.\n"},
     {Command::sync, "sync",
      "thimblecraft sync\n"
      "  Syncs with Shortcuts without a window and prints the summary. When Thimblecraft\n"
@@ -101,7 +111,8 @@ const CommandInfo *infoNamed(const QString &name)
 bool takesJson(Command c)
 {
     return c == Command::list || c == Command::folders || c == Command::tags ||
-           c == Command::smartLists || c == Command::show || c == Command::run;
+           c == Command::smartLists || c == Command::show || c == Command::run ||
+           c == Command::importOrganisation;
 }
 } // namespace
 
@@ -124,8 +135,8 @@ QString CommandLine::usage(Command command)
         "  --background      run without a window, serving other commands, until idle\n"
         "\n"
         "One process writes a library at a time: the window, or a windowless Thimblecraft.\n"
-        "sync, run, intent and backup hand their work to it when it runs; list, folders,\n"
-        "tags, smart-lists and show only read.\n"
+        "sync, run, intent, import and backup hand their work to it when it runs; list,\n"
+        "folders, tags, smart-lists, show and export only read.\n"
         "\n");
     return text + kCommonOptions + QLatin1Char('\n') + kExitCodes;
 }
@@ -178,6 +189,15 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
     case Command::open:
         positional(cl.section, {});
         break;
+    case Command::exportOrganisation:
+        if (i < arguments.size() &&
+            (arguments[i] == QLatin1String("-") || !arguments[i].startsWith(QLatin1Char('-'))))
+            cl.exportFile = arguments[i++];
+        break;
+    case Command::importOrganisation:
+        if (!positional(cl.importFile, {}) && !asksHelp)
+            return fail(QStringLiteral("import needs the file to read"));
+        break;
     default:
         break;
     }
@@ -213,6 +233,8 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
         } else if (a == QLatin1String("--search") && cl.command == Command::list) {
             if (!value(cl.search))
                 return fail(QStringLiteral("--search needs a text"));
+        } else if (a == QLatin1String("--dry-run") && cl.command == Command::importOrganisation) {
+            cl.dryRun = true;
         } else if (a == QLatin1String("--force") && cl.command == Command::backup) {
             cl.force = true;
         } else if (a == QLatin1String("--input") && cl.command == Command::run) {

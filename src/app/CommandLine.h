@@ -21,6 +21,8 @@ struct CommandLine {
         show,
         run,
         open,
+        exportOrganisation,
+        importOrganisation,
     };
     Command command = Command::window;
     // The command whose help was asked for (`thimblecraft run --help`); window means all.
@@ -44,6 +46,10 @@ struct CommandLine {
     // run: --input TEXT, or --input-file FILE ("-" for standard input)
     std::optional<QString> input;
     QString inputFile;
+    // export [FILE|-], import FILE [--dry-run]
+    QString exportFile;
+    QString importFile;
+    bool dryRun = false;
 
     static std::optional<CommandLine> parse(const QStringList &arguments, QString *error);
     // The overview, or one command's help.

@@ -1,6 +1,7 @@
 #include "app/LibraryCommands.h"
 
 #include "app/AppUpdater.h"
+#include "app/OrganisationMenu.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/ShortcutsDatabase.h"
 #include "sync/LibrarySyncController.h"
@@ -107,6 +108,8 @@ LibraryCommands::LibraryCommands(LibraryWindow &window, AppUpdater &updater, QOb
     });
     connect(&ShortcutsFolderLink::shared(), &ShortcutsFolderLink::linked, this,
             &LibraryCommands::refresh);
+    m_fileMenu->addSeparator();
+    addOrganisationCommands(m_fileMenu, m_window, &m_exportOrganisation, &m_importOrganisation);
 
     // The menus are rebuilt (re-read) each time they open.
     connect(m_fileMenu, &QMenu::aboutToShow, this, &LibraryCommands::refresh);

@@ -27,6 +27,8 @@ public:
     QAction *retryIcons() const { return m_retryIcons; }
     QAction *database() const { return m_database; }
     QAction *chooseFolder() const { return m_chooseFolder; }
+    QAction *exportOrganisation() const { return m_exportOrganisation; }
+    QAction *importOrganisation() const { return m_importOrganisation; }
 
     // Re-reads every enabled state and the database command's title.
     void refresh();
@@ -50,4 +52,6 @@ private:
     QAction *m_retryIcons;
     QAction *m_chooseFolder = nullptr;
     QAction *m_database;
+    QAction *m_exportOrganisation = nullptr;
+    QAction *m_importOrganisation = nullptr;
 };

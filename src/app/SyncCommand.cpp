@@ -3,6 +3,7 @@
 #include "app/BackgroundStart.h"
 #include "app/ConsoleOutput.h"
 #include "app/IntentCommand.h"
+#include "app/OrganisationCommands.h"
 #include "app/OwnerClient.h"
 #include "app/OwnerLock.h"
 #include "app/QuitOnSignal.h"
@@ -76,6 +77,7 @@ int syncAsOwner(QGuiApplication &app, const std::function<bool()> &installPlatfo
         printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(error));
     installIntentEndpoint(channel, controller);
     installRunEndpoint(channel, ShortcutRunner::shared());
+    installImportEndpoint(channel);
     WindowlessOwner owner(channel, controller);
     channel.setQuitHandler([&owner] { owner.leave(); });
     quitOnTerminationSignals([&owner] { owner.leave(); });
@@ -190,6 +192,7 @@ int runBackgroundInstance(int argc, char *argv[], const std::function<bool()> &i
     LibrarySyncController &controller = LibrarySyncController::shared();
     installIntentEndpoint(channel, controller);
     installRunEndpoint(channel, ShortcutRunner::shared());
+    installImportEndpoint(channel);
     WindowlessOwner owner(channel, controller);
     channel.setQuitHandler([&owner] { owner.leave(); });
     quitOnTerminationSignals([&owner] { owner.leave(); });

@@ -6,6 +6,7 @@
 #include "app/IntentCommand.h"
 #include "app/LibraryCommands.h"
 #include "app/LinkRouter.h"
+#include "app/OrganisationCommands.h"
 #include "app/OwnerLock.h"
 #include "app/QuitOnSignal.h"
 #include "app/RunCommand.h"
@@ -137,6 +138,7 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
     } else {
         installIntentEndpoint(channel, syncer);
         installRunEndpoint(channel, runner);
+        installImportEndpoint(channel);
         channel.setUrlHandler([&links](const QString &url) {
             if (isOwnURL(QUrl(url)))
                 links.open(url);

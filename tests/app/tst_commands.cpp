@@ -195,6 +195,56 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!LibraryProcesses::hasOwner(data), 20000);
     }
 
+    // The organisation leaves through export and comes back through import, in the owner; a
+    // file that is not one changes nothing.
+    void exportAndImport()
+    {
+        const QString file = shortcuts.dir.filePath(QStringLiteral("organisation.json"));
+        QCOMPARE(thimblecraft({QStringLiteral("export"), file}).exitCode, 0);
+        const QString other = shortcuts.dir.filePath(QStringLiteral("other"));
+        auto inOther = [&](QStringList command) {
+            return runThimblecraft(
+                command << QStringLiteral("--data-dir") << other << QStringLiteral("--script-host")
+                        << QStringLiteral("simulator") << QStringLiteral("--simulator-library")
+                        << shortcuts.libraryPath);
+        };
+        const Run dry = inOther({QStringLiteral("import"), file, QStringLiteral("--dry-run")});
+        QVERIFY2(dry.exitCode == 0, dry.err.constData());
+        QVERIFY2(dry.out.startsWith("Dry run"), dry.out.constData());
+        QVERIFY(LibraryProcesses::dismissOwner(other));
+        QCOMPARE(inOther({QStringLiteral("folders")}).out, QByteArray());
+
+        const Run applied = inOther({QStringLiteral("import"), file, QStringLiteral("--json")});
+        QVERIFY2(applied.exitCode == 0, applied.err.constData());
+        QCOMPARE(QJsonDocument::fromJson(applied.out)["folders"]["added"].toInt(), 2);
+        QVERIFY(LibraryProcesses::dismissOwner(other));
+        const QJsonArray folders =
+            QJsonDocument::fromJson(
+                inOther({QStringLiteral("folders"), QStringLiteral("--json")}).out)
+                .array();
+        QCOMPARE(folders.size(), 2);
+        QCOMPARE(folders[1]["path"].toString(), QStringLiteral("Work › Clients"));
+        // Shortcuts the other library does not have yet wait as placeholders for a sync.
+        const QJsonDocument echo = QJsonDocument::fromJson(
+            inOther({QStringLiteral("show"), QStringLiteral("name:Echo"), QStringLiteral("--json")})
+                .out);
+        QCOMPARE(echo["folderPath"].toString(), QStringLiteral("Work › Clients"));
+        QCOMPARE(echo["notes"].toString(), QStringLiteral("repeats what it is given"));
+
+        QFile truncated(shortcuts.dir.filePath(QStringLiteral("truncated.json")));
+        QVERIFY(truncated.open(QIODevice::WriteOnly));
+        QFile whole(file);
+        QVERIFY(whole.open(QIODevice::ReadOnly));
+        truncated.write(whole.readAll().chopped(40));
+        truncated.close();
+        const QByteArray before = inOther({QStringLiteral("list"), QStringLiteral("--json")}).out;
+        const Run refused = inOther({QStringLiteral("import"), truncated.fileName()});
+        QCOMPARE(refused.exitCode, 1);
+        QVERIFY(!refused.err.isEmpty());
+        QVERIFY(LibraryProcesses::dismissOwner(other));
+        QCOMPARE(inOther({QStringLiteral("list"), QStringLiteral("--json")}).out, before);
+    }
+
     void helpPerCommand()
     {
         const Run help = thimblecraft({QStringLiteral("run"), QStringLiteral("--help")});

@@ -1,0 +1,109 @@
+// Read commands benchmark: `folders`, `tags` and `smart-lists` on 10,000 shortcuts, 200 nested
+// folders, 200 nested tags and 20 smart lists, each beside opening and loading the same store
+// for reading in the same run (what every read command does first).
+#include "app/CommandLine.h"
+#include "app/ReadCommands.h"
+#include "common/SampleLibrary.h"
+#include "model/LibraryStoreContainer.h"
+#include "model/SmartList.h"
+#include "model/SmartRuleSet.h"
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+constexpr int itemCount = 10000;
+constexpr int folderCount = 200;
+constexpr int tagCount = 200;
+constexpr int smartListCount = 20;
+constexpr int runs = 5;
+
+void populate(ModelContext &ctx)
+{
+    QRandomGenerator rng(11);
+    const SampleLibrary::Trees trees = SampleLibrary::addTrees(ctx, rng, folderCount, tagCount);
+    for (int i = 0; i < itemCount; ++i)
+        SampleLibrary::fileShortcut(SampleLibrary::addShortcut(ctx, i), i, trees, rng);
+    for (int i = 0; i < smartListCount; ++i) {
+        SmartRuleSet rules;
+        rules.rules.first().text = QString::number(i);
+        SmartRule tagged;
+        tagged.field = SmartRule::Field::tag;
+        tagged.referenceUUID = trees.tags[i]->uuid();
+        rules.rules.append(tagged);
+        rules.matchAll = i % 2;
+        ctx.insert(new SmartList(QStringLiteral("List %1").arg(i), rules));
+    }
+}
+
+// The command's output goes nowhere; the time is what it takes to work it out and write it.
+template<typename F> double timedQuietly(F f)
+{
+    std::fflush(stdout);
+    const int saved = ::dup(1);
+    const int null = ::open("/dev/null", O_WRONLY);
+    ::dup2(null, 1);
+    QElapsedTimer t;
+    t.start();
+    f();
+    std::fflush(stdout);
+    const double elapsed = SampleLibrary::ms(t);
+    ::dup2(saved, 1);
+    ::close(saved);
+    ::close(null);
+    return elapsed;
+}
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QTemporaryDir dir;
+    {
+        QString error;
+        auto ctx = LibraryStoreContainer::open(dir.path(), &error);
+        if (!ctx) {
+            std::fprintf(stderr, "%s\n", qPrintable(error));
+            return 1;
+        }
+        populate(*ctx);
+        if (!ctx->save(&error)) {
+            std::fprintf(stderr, "%s\n", qPrintable(error));
+            return 1;
+        }
+    }
+    std::unique_ptr<ModelContext> loaded;
+    const double openAndLoad = SampleLibrary::best(runs, [&] {
+        QElapsedTimer t;
+        t.start();
+        QString error;
+        loaded = LibraryStoreContainer::openReadOnly(dir.path(), &error,
+                                                     LibraryStore::Writers::possible);
+        return SampleLibrary::ms(t);
+    });
+    if (!loaded)
+        return 1;
+    CommandLine text;
+    CommandLine json;
+    json.json = true;
+    std::printf("read commands: %d shortcuts, %d folders, %d tags, %d smart lists; best of %d\n",
+                itemCount, folderCount, tagCount, smartListCount, runs);
+    std::printf("  baseline: open and load for reading  %8.1f ms\n", openAndLoad);
+    const std::pair<const char *, int (*)(const ModelContext &, const CommandLine &)> commands[] = {
+        {"folders", runFoldersCommand},
+        {"tags", runTagsCommand},
+        {"smart-lists", runSmartListsCommand},
+    };
+    for (const auto &[name, command] : commands) {
+        for (const CommandLine *form : {&text, &json}) {
+            const double time = SampleLibrary::best(
+                runs, [&] { return timedQuietly([&] { command(*loaded, *form); }); });
+            std::printf("  %-12s %-5s %8.1f ms  ratio %.2f (target <= 1)\n", name,
+                        form->json ? "json" : "text", time, time / openAndLoad);
+        }
+    }
+    return 0;
+}
