@@ -333,7 +333,8 @@ void WindowTest::menuCommandsEnableAsWritten()
              (QStringList{"Sync with Shortcuts", "Run Selected Shortcut", "-",
                           "Install Helper Shortcut…", "Run Helper Shortcut (Icons & Dates)",
                           "Retry Icons from Shortcuts Events", "-",
-                          "Link Shortcuts Database for App Icons…"}));
+                          "Link Shortcuts Database for App Icons…", "-", "Export Organisation…",
+                          "Import Organisation…"}));
     QCOMPARE(commands.sync()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_R));
     QCOMPARE(commands.runSelected()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Return));
     QVERIFY(commands.sync()->isEnabled());
@@ -384,9 +385,9 @@ void WindowTest::shortcutsFolderIsCheckedAndCanChange()
     FolderChooser::answerNextWith(shortcuts.path());
     TRIGGER_ACTION(commands.database());
     QVERIFY(ShortcutsDatabase::hasFolderAccess());
-    QCOMPARE(
-        displayedTexts(commands.fileMenu()).mid(7),
-        (QStringList{"Refresh App Icons from Shortcuts Database", "Choose Shortcuts Folder…"}));
+    QCOMPARE(displayedTexts(commands.fileMenu()).mid(7),
+             (QStringList{"Refresh App Icons from Shortcuts Database", "Choose Shortcuts Folder…",
+                          "-", "Export Organisation…", "Import Organisation…"}));
     FolderChooser::answerNextWith(std::nullopt);
     TRIGGER_ACTION(commands.chooseFolder()); // cancelled: the link stays
     QVERIFY(ShortcutsDatabase::hasFolderAccess());
