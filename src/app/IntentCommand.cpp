@@ -65,13 +65,8 @@ int runIntentCommand(const CommandLine &commandLine)
     options.backgroundArguments = backgroundArguments(commandLine);
     const auto result = OwnerClient::send(
         AppSettings::dataDirectory(), InstanceChannel::intentRequest(action, arguments), options);
-    if (result.status != OwnerClient::Outcome::Status::answered) {
-        // A store that cannot be opened already reads "Could not open the Thimblecraft store…".
-        printTo(stderr, result.exitCode == 70
-                            ? result.error + QLatin1Char('\n')
-                            : QStringLiteral("thimblecraft: %1\n").arg(result.error));
-        return result.exitCode;
-    }
+    if (result.status != OwnerClient::Outcome::Status::answered)
+        return OwnerClient::reportUnanswered(result);
     if (!result.reply.ok) {
         printTo(stderr, result.reply.text + QLatin1Char('\n'));
         return 1;

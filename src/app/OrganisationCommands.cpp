@@ -103,11 +103,8 @@ int runImportCommand(const CommandLine &commandLine)
                               {QStringLiteral("path"), file.absoluteFilePath()},
                               {QStringLiteral("dryRun"), commandLine.dryRun}};
     const auto sent = OwnerClient::send(AppSettings::dataDirectory(), request, options);
-    if (sent.status != OwnerClient::Outcome::Status::answered) {
-        printTo(stderr, sent.exitCode == 70 ? sent.error + QLatin1Char('\n')
-                                            : QStringLiteral("thimblecraft: %1\n").arg(sent.error));
-        return sent.exitCode;
-    }
+    if (sent.status != OwnerClient::Outcome::Status::answered)
+        return OwnerClient::reportUnanswered(sent);
     const QJsonObject reply = QJsonDocument::fromJson(sent.reply.text.toUtf8()).object();
     if (!sent.reply.ok) {
         printTo(stderr, QStringLiteral("thimblecraft: %1\n")

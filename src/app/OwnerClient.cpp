@@ -1,6 +1,7 @@
 #include "app/OwnerClient.h"
 
 #include "app/BackgroundStart.h"
+#include "app/ConsoleOutput.h"
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -50,4 +51,13 @@ OwnerClient::Outcome OwnerClient::send(const QString &dataDirectory, const QJson
         }
         QThread::msleep(50);
     }
+}
+
+int OwnerClient::reportUnanswered(const Outcome &outcome)
+{
+    // A store that cannot be opened already reads "Could not open the Thimblecraft store: …".
+    printTo(stderr, outcome.exitCode == 70
+                        ? outcome.error + QLatin1Char('\n')
+                        : QStringLiteral("thimblecraft: %1\n").arg(outcome.error));
+    return outcome.exitCode;
 }

@@ -29,4 +29,6 @@ struct Options {
 };
 
 Outcome send(const QString &dataDirectory, const QJsonObject &request, const Options &options);
+// Prints why an outcome that was not answered failed and returns its exit code.
+int reportUnanswered(const Outcome &outcome);
 } // namespace OwnerClient

@@ -113,11 +113,8 @@ int runRunCommand(const CommandLine &commandLine)
     options.retryUnanswered = false;              // a run is not repeated behind anyone's back
     options.backgroundArguments = backgroundArguments(commandLine);
     const auto sent = OwnerClient::send(AppSettings::dataDirectory(), request, options);
-    if (sent.status != OwnerClient::Outcome::Status::answered) {
-        printTo(stderr, sent.exitCode == 70 ? sent.error + QLatin1Char('\n')
-                                            : QStringLiteral("thimblecraft: %1\n").arg(sent.error));
-        return sent.exitCode;
-    }
+    if (sent.status != OwnerClient::Outcome::Status::answered)
+        return OwnerClient::reportUnanswered(sent);
     const QJsonObject outcome = QJsonDocument::fromJson(sent.reply.text.toUtf8()).object();
     const int exitCode = sent.reply.ok ? 0 : outcome.value(QLatin1String("exitCode")).toInt(1);
     if (commandLine.json && outcome.contains(QLatin1String("ok"))) {

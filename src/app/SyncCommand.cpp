@@ -2,17 +2,13 @@
 
 #include "app/BackgroundStart.h"
 #include "app/ConsoleOutput.h"
-#include "app/IntentCommand.h"
-#include "app/OrganisationCommands.h"
 #include "app/OwnerClient.h"
+#include "app/OwnerEndpoints.h"
 #include "app/OwnerLock.h"
-#include "app/QuitOnSignal.h"
-#include "app/RunCommand.h"
 #include "app/WindowlessOwner.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
-#include "shortcuts/FileOpenEvents.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "sync/LibrarySyncController.h"
 
@@ -75,13 +71,9 @@ int syncAsOwner(QGuiApplication &app, const std::function<bool()> &installPlatfo
     const QString path = InstanceChannel::socketPath(AppSettings::dataDirectory(), &error);
     if (path.isEmpty() || !channel.listen(path, &error))
         printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(error));
-    installIntentEndpoint(channel, controller);
-    installRunEndpoint(channel, ShortcutRunner::shared());
-    installImportEndpoint(channel);
+    installOwnerEndpoints(channel, controller, ShortcutRunner::shared());
     WindowlessOwner owner(channel, controller);
-    channel.setQuitHandler([&owner] { owner.leave(); });
-    quitOnTerminationSignals([&owner] { owner.leave(); });
-    QObject::connect(&owner, &WindowlessOwner::left, &app, &QCoreApplication::quit);
+    owner.leaveWhenAsked(app);
 
     int exitCode = 1;
     owner.hold();
@@ -190,16 +182,9 @@ int runBackgroundInstance(int argc, char *argv[], const std::function<bool()> &i
         return 1;
     }
     LibrarySyncController &controller = LibrarySyncController::shared();
-    installIntentEndpoint(channel, controller);
-    installRunEndpoint(channel, ShortcutRunner::shared());
-    installImportEndpoint(channel);
+    installOwnerEndpoints(channel, controller, ShortcutRunner::shared());
     WindowlessOwner owner(channel, controller);
-    channel.setQuitHandler([&owner] { owner.leave(); });
-    quitOnTerminationSignals([&owner] { owner.leave(); });
-    QObject::connect(&owner, &WindowlessOwner::left, &app, &QCoreApplication::quit);
-    // On macOS run callbacks arrive as file-open events.
-    FileOpenEvents::install(
-        &app, [](const QString &url) { ShortcutRunner::shared().handleCallbackURL(url); });
+    owner.leaveWhenAsked(app);
 
     QTimer idle;
     idle.setSingleShot(true);

@@ -3,13 +3,11 @@
 #include "app/AppUpdater.h"
 #include "app/ConsoleOutput.h"
 #include "app/InstanceChannel.h"
-#include "app/IntentCommand.h"
 #include "app/LibraryCommands.h"
 #include "app/LinkRouter.h"
-#include "app/OrganisationCommands.h"
+#include "app/OwnerEndpoints.h"
 #include "app/OwnerLock.h"
 #include "app/QuitOnSignal.h"
-#include "app/RunCommand.h"
 #include "app/SettingsDialog.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
@@ -136,9 +134,7 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
         // The window works without it; other commands then cannot reach this library.
         printTo(stderr, QStringLiteral("thimblecraft: %1\n").arg(channelError));
     } else {
-        installIntentEndpoint(channel, syncer);
-        installRunEndpoint(channel, runner);
-        installImportEndpoint(channel);
+        installOwnerEndpoints(channel, syncer, runner);
         channel.setUrlHandler([&links](const QString &url) {
             if (isOwnURL(QUrl(url)))
                 links.open(url);

@@ -1,8 +1,12 @@
 #include "app/WindowlessOwner.h"
 
 #include "app/InstanceChannel.h"
+#include "app/QuitOnSignal.h"
+#include "shortcuts/FileOpenEvents.h"
+#include "shortcuts/ShortcutRunner.h"
 #include "sync/LibrarySyncController.h"
 
+#include <QCoreApplication>
 #include <QSettings>
 #include <QTimer>
 
@@ -10,6 +14,16 @@ WindowlessOwner::WindowlessOwner(InstanceChannel &channel, LibrarySyncController
                                  QObject *parent)
     : QObject(parent), m_channel(channel), m_controller(controller)
 {
+}
+
+void WindowlessOwner::leaveWhenAsked(QCoreApplication &app)
+{
+    m_channel.setQuitHandler([this] { leave(); });
+    quitOnTerminationSignals([this] { leave(); });
+    connect(this, &WindowlessOwner::left, &app, &QCoreApplication::quit);
+    // On macOS run callbacks arrive as file-open events.
+    FileOpenEvents::install(
+        &app, [](const QString &url) { ShortcutRunner::shared().handleCallbackURL(url); });
 }
 
 void WindowlessOwner::leave()

@@ -3,6 +3,7 @@
 #include <QObject>
 
 class InstanceChannel;
+class QCoreApplication;
 class LibrarySyncController;
 
 // Owning the library without a window (`--background`, or `sync` when nothing else runs) and
@@ -15,6 +16,9 @@ public:
                     QObject *parent = nullptr);
 
     bool isLeaving() const { return m_leaving; }
+    // A quit request, a termination signal (and, for run callbacks, a macOS file-open event)
+    // are honoured; the application quits once the owner has left.
+    void leaveWhenAsked(QCoreApplication &app);
     // Work of the owner's own (not a request) that leaving waits for.
     void hold() { ++m_holds; }
     void release();

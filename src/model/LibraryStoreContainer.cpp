@@ -16,13 +16,10 @@ std::unique_ptr<ModelContext> &sharedContext()
     return context;
 }
 
-std::unique_ptr<ModelContext> attempt(const QString &dataDirectory, QString *error)
+// A context holding every record of an opened store; nothing when there is no store or it
+// does not load.
+std::unique_ptr<ModelContext> loaded(std::unique_ptr<LibraryStore> store, QString *error)
 {
-    if (!QDir().mkpath(dataDirectory)) {
-        *error = QStringLiteral("cannot create the data directory %1").arg(dataDirectory);
-        return nullptr;
-    }
-    auto store = LibraryStore::open(LibraryStoreContainer::storePath(dataDirectory), error);
     if (!store)
         return nullptr;
     LibraryStore *raw = store.get();
@@ -30,6 +27,16 @@ std::unique_ptr<ModelContext> attempt(const QString &dataDirectory, QString *err
     if (!raw->load(*context, error))
         return nullptr;
     return context;
+}
+
+std::unique_ptr<ModelContext> attempt(const QString &dataDirectory, QString *error)
+{
+    if (!QDir().mkpath(dataDirectory)) {
+        *error = QStringLiteral("cannot create the data directory %1").arg(dataDirectory);
+        return nullptr;
+    }
+    return loaded(LibraryStore::open(LibraryStoreContainer::storePath(dataDirectory), error),
+                  error);
 }
 } // namespace
 
@@ -56,14 +63,7 @@ std::unique_ptr<ModelContext> LibraryStoreContainer::openReadOnly(const QString 
                                                                   QString *error,
                                                                   LibraryStore::Writers writers)
 {
-    auto store = LibraryStore::openReadOnly(storePath(dataDirectory), error, writers);
-    if (!store)
-        return nullptr;
-    LibraryStore *raw = store.get();
-    auto context = std::make_unique<ModelContext>(std::move(store));
-    if (!raw->load(*context, error))
-        return nullptr;
-    return context;
+    return loaded(LibraryStore::openReadOnly(storePath(dataDirectory), error, writers), error);
 }
 
 QString LibraryStoreContainer::openErrorMessage(const QString &error)
