@@ -381,7 +381,7 @@ private slots:
         QVERIFY(waitUntil([&] { return LibraryProcesses::hasOwner(f.data); }));
         int left = 0;
         for (QProcess *p : owners) {
-            if (p->waitForFinished(3000)) {
+            if (p->waitForFinished(20000)) {
                 QCOMPARE(p->exitCode(), 0);
                 ++left;
             }
