@@ -97,7 +97,10 @@ int main(int argc, char *argv[])
         {"tags", runTagsCommand},
         {"smart-lists", runSmartListsCommand},
     };
-    for (const auto &[name, command] : commands) {
+    for (const auto &entry : commands) {
+        // Named, not bound: clang before 16 does not let a lambda capture a structured binding.
+        const char *name = entry.first;
+        const auto command = entry.second;
         for (const CommandLine *form : {&text, &json}) {
             const double time = SampleLibrary::best(
                 runs, [&] { return timedQuietly([&] { command(*loaded, *form); }); });
