@@ -5,6 +5,7 @@
 //
 // THIMBLECRAFT_STRESS_SEED repeats a run; THIMBLECRAFT_STRESS_ROUNDS sets its length.
 
+#include "app/InstanceChannel.h"
 #include "common/SimulatedLibraryFile.h"
 #include "harness/LibraryProcesses.h"
 #include "harness/ProgramRuns.h"
@@ -206,28 +207,35 @@ private:
             problems << QStringLiteral("the windowless owner did not leave");
         // An owner killed outright leaves its acknowledged imports in the journal; the next
         // owner saves them, so one comes and goes before the library is looked at.
-        QProcess next;
-        next.start(programPath(), QStringList{QStringLiteral("--background"),
-                                              QStringLiteral("--data-dir"), m_data} +
-                                      m_common);
-        QElapsedTimer waited;
-        waited.start();
-        while (!LibraryProcesses::hasOwner(m_data) && waited.elapsed() < 20000 &&
-               next.state() != QProcess::NotRunning)
-            QTest::qWait(20);
-        const bool dismissed = LibraryProcesses::dismissOwner(m_data);
-        if (!dismissed || !next.waitForFinished(20000)) {
-            problems << QStringLiteral("the owner after the round did not leave (%1, %2, owner "
-                                       "%3, its pid %4, its errors: %5)")
-                            .arg(dismissed ? QStringLiteral("dismissed")
-                                           : QStringLiteral("not dismissed"),
-                                 next.state() == QProcess::NotRunning ? QStringLiteral("ended")
-                                                                      : QStringLiteral("running"))
-                            .arg(LibraryProcesses::ownerPid(m_data))
-                            .arg(next.processId())
-                            .arg(QString::fromUtf8(next.readAllStandardError()));
-            next.kill();
-            next.waitForFinished();
+        const QString socket = InstanceChannel::socketPath(m_data);
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            QProcess next;
+            next.start(programPath(), QStringList{QStringLiteral("--background"),
+                                                  QStringLiteral("--data-dir"), m_data} +
+                                          m_common);
+            QElapsedTimer waited;
+            waited.start();
+            bool serving = false;
+            while (!serving && waited.elapsed() < 20000 && next.state() != QProcess::NotRunning) {
+                serving = InstanceChannel::send(socket, InstanceChannel::activateRequest(), 2000)
+                              .status == InstanceChannel::SendResult::Status::delivered;
+                if (!serving)
+                    QTest::qWait(20);
+            }
+            if (!serving && next.state() == QProcess::NotRunning)
+                continue; // it met another owner on its way out; start it again
+            const bool dismissed = LibraryProcesses::dismissOwner(m_data);
+            if (!dismissed ||
+                (next.state() != QProcess::NotRunning && !next.waitForFinished(20000))) {
+                problems << QStringLiteral("the owner after the round did not leave (%1, its "
+                                           "errors: %2)")
+                                .arg(dismissed ? QStringLiteral("dismissed")
+                                               : QStringLiteral("not dismissed"),
+                                     QString::fromUtf8(next.readAllStandardError()));
+                next.kill();
+                next.waitForFinished();
+            }
+            break;
         }
     }
 
