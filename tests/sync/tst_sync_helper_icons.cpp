@@ -10,6 +10,7 @@
 #include "sync/SyncIntents.h"
 
 #include <QCoro/QCoroSignal>
+#include <QCoro/QCoroTimer>
 #include <QFile>
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -424,20 +425,18 @@ private slots:
         auto &c = *f.controller;
         c.merge({snapshot("A", "Alpha")});
         int reads = 0;
-        QTimer release;
-        release.setSingleShot(true);
-        c.setDatabaseRowsLoader(
-            [&reads, &release]() -> QCoro::Task<std::optional<ShortcutsDatabase::Rows>> {
-                ++reads;
-                release.start(50);
-                co_await qCoro(&release, &QTimer::timeout);
-                ShortcutsDatabase::Rows rows;
-                ShortcutsDatabase::Row row;
-                row.workflowID = QStringLiteral("A");
-                row.lastRunAt = QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
-                rows.insert(row.workflowID, row);
-                co_return rows;
-            });
+        c.setDatabaseRowsLoader([&reads]() -> QCoro::Task<std::optional<ShortcutsDatabase::Rows>> {
+            ++reads;
+            // Long enough for the second pass to be asked for while this one reads.
+            auto reading = QCoro::sleepFor(std::chrono::milliseconds(50));
+            co_await reading;
+            ShortcutsDatabase::Rows rows;
+            ShortcutsDatabase::Row row;
+            row.workflowID = QStringLiteral("A");
+            row.lastRunAt = QDateTime(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
+            rows.insert(row.workflowID, row);
+            co_return rows;
+        });
         auto first = c.refreshFromDatabase();
         auto second = c.refreshFromDatabase();
         runToEnd(std::move(first));
