@@ -18,6 +18,7 @@
 #include "ui/WindowSettings.h"
 
 #include <QGuiApplication>
+#include <QScreen>
 #include <QMessageBox>
 #include <QSplitter>
 #include <QVBoxLayout>
@@ -102,7 +103,11 @@ LibraryWindow::LibraryWindow(ModelContext &context, LibraryNavigation &navigatio
             if (syncer)
                 syncer->prioritizeIcon(item);
         });
-    resize(1280, 800);
+    // The usual size, but never larger than the screen it opens on (a small laptop, a projector).
+    QSize size(1280, 800);
+    if (const QScreen *screen = QGuiApplication::primaryScreen())
+        size = size.boundedTo(screen->availableGeometry().size()).expandedTo(minimumSize());
+    resize(size);
 }
 
 LibraryWindow::~LibraryWindow()
