@@ -5,8 +5,6 @@
 #include "app/ReadCommands.h"
 #include "common/SampleLibrary.h"
 #include "model/LibraryStoreContainer.h"
-#include "model/SmartList.h"
-#include "model/SmartRuleSet.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -27,16 +25,7 @@ void populate(ModelContext &ctx)
     const SampleLibrary::Trees trees = SampleLibrary::addTrees(ctx, rng, folderCount, tagCount);
     for (int i = 0; i < itemCount; ++i)
         SampleLibrary::fileShortcut(SampleLibrary::addShortcut(ctx, i), i, trees, rng);
-    for (int i = 0; i < smartListCount; ++i) {
-        SmartRuleSet rules;
-        rules.rules.first().text = QString::number(i);
-        SmartRule tagged;
-        tagged.field = SmartRule::Field::tag;
-        tagged.referenceUUID = trees.tags[i]->uuid();
-        rules.rules.append(tagged);
-        rules.matchAll = i % 2;
-        ctx.insert(new SmartList(QStringLiteral("List %1").arg(i), rules));
-    }
+    SampleLibrary::addSmartLists(ctx, trees, smartListCount);
 }
 
 // The command's output goes nowhere; the time is what it takes to work it out and write it.

@@ -4,6 +4,8 @@
 // each at the top level, the rest under a random earlier one) and shortcuts with made-up
 // identifiers and names, to which each benchmark adds what it measures.
 #include "model/ModelContext.h"
+#include "model/SmartList.h"
+#include "model/SmartRuleSet.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
@@ -26,6 +28,21 @@ inline Trees addTrees(ModelContext &ctx, QRandomGenerator &rng, int folderCount,
         t.tags.append(ctx.insert(new Tag(QStringLiteral("Tag %1").arg(i), QStringLiteral("#8E8E93"),
                                          i < 20 ? nullptr : t.tags[rng.bounded(i)])));
     return t;
+}
+
+// Smart lists of a tag rule and a name rule each, alternating all and any.
+inline void addSmartLists(ModelContext &ctx, const Trees &trees, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        SmartRuleSet rules;
+        rules.rules[0].field = SmartRule::Field::tag;
+        rules.rules[0].referenceUUID = trees.tags[i % trees.tags.size()]->uuid();
+        SmartRule named;
+        named.text = QString::number(i);
+        rules.rules.append(named);
+        rules.matchAll = i % 2;
+        ctx.insert(new SmartList(QStringLiteral("List %1").arg(i), rules));
+    }
 }
 
 inline ShortcutItem *addShortcut(ModelContext &ctx, int i)

@@ -26,13 +26,7 @@ void populate(ModelContext &ctx)
 {
     QRandomGenerator rng(7);
     const auto trees = SampleLibrary::addTrees(ctx, rng, folderCount, tagCount);
-    for (int i = 0; i < smartListCount; ++i) {
-        SmartRuleSet rules;
-        rules.rules[0].field = SmartRule::Field::tag;
-        rules.rules[0].referenceUUID = trees.tags[i]->uuid();
-        rules.rules.append(SmartRule());
-        ctx.insert(new SmartList(QStringLiteral("List %1").arg(i), rules));
-    }
+    SampleLibrary::addSmartLists(ctx, trees, smartListCount);
     for (int i = 0; i < itemCount; ++i) {
         auto *item = SampleLibrary::addShortcut(ctx, i);
         item->setIsFavorite(i % 7 == 0);

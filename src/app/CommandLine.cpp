@@ -162,32 +162,31 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
         }
     }
     // A command's own positional argument comes first.
-    auto positional = [&](QString &out, const QString &what) -> bool {
+    auto positional = [&](QString &out) -> bool {
         if (i >= arguments.size() || arguments[i].startsWith(QLatin1Char('-')))
             return false;
         out = arguments[i++];
-        Q_UNUSED(what);
         return true;
     };
     const bool asksHelp =
         arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"));
     switch (cl.command) {
     case Command::backup:
-        if (!positional(cl.backupFile, {}) && !asksHelp)
+        if (!positional(cl.backupFile) && !asksHelp)
             return fail(QStringLiteral("backup needs the file to write"));
         break;
     case Command::intent:
-        if (!positional(cl.intentAction, {}) && !asksHelp)
+        if (!positional(cl.intentAction) && !asksHelp)
             return fail(QStringLiteral("intent needs begin, import or finish"));
         break;
     case Command::show:
     case Command::run:
-        if (!positional(cl.shortcut, {}) && !asksHelp)
+        if (!positional(cl.shortcut) && !asksHelp)
             return fail(QStringLiteral("%1 needs a shortcut (identifier or name)")
                             .arg(QString::fromUtf8(infoFor(cl.command)->name)));
         break;
     case Command::open:
-        positional(cl.section, {});
+        positional(cl.section);
         break;
     case Command::exportOrganisation:
         if (i < arguments.size() &&
@@ -195,7 +194,7 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
             cl.exportFile = arguments[i++];
         break;
     case Command::importOrganisation:
-        if (!positional(cl.importFile, {}) && !asksHelp)
+        if (!positional(cl.importFile) && !asksHelp)
             return fail(QStringLiteral("import needs the file to read"));
         break;
     default:
