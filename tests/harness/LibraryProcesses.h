@@ -48,6 +48,24 @@ inline QSet<qint64> storeWriters(const QString &dataDirectory)
     return writers;
 }
 
+// Each process as "pid (arguments)", and who holds the owner lock, for a failure message.
+inline QString describe(const QSet<qint64> &pids, const QString &dataDirectory)
+{
+    QStringList parts;
+    for (qint64 pid : pids) {
+        QFile cmdline(QStringLiteral("/proc/%1/cmdline").arg(pid));
+        QByteArray arguments;
+        if (cmdline.open(QIODevice::ReadOnly))
+            arguments = cmdline.readAll().replace('\0', ' ').trimmed();
+        parts << QStringLiteral("%1 (%2)").arg(QString::number(pid),
+                                               QString::fromLocal8Bit(arguments));
+    }
+    QFile lock(OwnerLock::lockPath(dataDirectory));
+    if (lock.open(QIODevice::ReadOnly))
+        parts << QStringLiteral("lock names %1").arg(QString::fromLatin1(lock.readAll().trimmed()));
+    return parts.join(QStringLiteral(", "));
+}
+
 inline bool lockHeld(const QString &dataDirectory)
 {
     OwnerLock::Outcome outcome;

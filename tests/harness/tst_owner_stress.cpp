@@ -3,7 +3,8 @@
 // backups, windows and a second spelling of the data directory through a symlink, some of them
 // killed with SIGKILL at random moments. After every round the library must be whole.
 //
-// THIMBLECRAFT_STRESS_SEED repeats a run; THIMBLECRAFT_STRESS_ROUNDS sets its length.
+// The same seed every run unless THIMBLECRAFT_STRESS_SEED names one ("random" picks one; a failure
+// prints the seed that repeats it); THIMBLECRAFT_STRESS_ROUNDS sets its length.
 
 #include "app/InstanceChannel.h"
 #include "common/SimulatedLibraryFile.h"
@@ -83,8 +84,9 @@ public:
         connect(&watch, &QTimer::timeout, this, [this] {
             const auto writers = LibraryProcesses::storeWriters(m_data);
             if (writers.size() > 1)
-                problems << QStringLiteral("%1 processes had the store open for writing")
-                                .arg(writers.size());
+                problems << QStringLiteral("%1 processes had the store open for writing: %2")
+                                .arg(writers.size())
+                                .arg(LibraryProcesses::describe(writers, m_data));
         });
         watch.start(20);
         QElapsedTimer elapsed;
@@ -303,10 +305,13 @@ class TestOwnerStress : public QObject {
 private slots:
     void initTestCase()
     {
+        const QByteArray seed = qgetenv("THIMBLECRAFT_STRESS_SEED");
         bool seeded = false;
-        m_seed = qgetenv("THIMBLECRAFT_STRESS_SEED").toUInt(&seeded);
-        if (!seeded)
+        m_seed = seed.toUInt(&seeded);
+        if (seed == "random")
             m_seed = QRandomGenerator::system()->generate();
+        else if (!seeded)
+            m_seed = 1;
         bool counted = false;
         const int rounds = qEnvironmentVariableIntValue("THIMBLECRAFT_STRESS_ROUNDS", &counted);
         if (counted)
