@@ -50,14 +50,27 @@ QList<ShortcutItem *> TrayMenu::recentlyRun(const ModelContext &context)
 
 void TrayMenu::contextChanged(const ModelChanges &changes)
 {
-    if (!changes.touches(Record::Kind::shortcutItem))
+    // Only a shown shortcut, a favourite or one that has run can change the menu (an icon
+    // fetched for anything else cannot).
+    bool shownChanged = false, mayEnter = false;
+    for (const QSet<Record *> *set : {&changes.inserted, &changes.updated, &changes.deleted}) {
+        for (Record *record : *set) {
+            if (record->kind() != Record::Kind::shortcutItem)
+                continue;
+            auto *item = static_cast<ShortcutItem *>(record);
+            shownChanged = shownChanged || m_shown.contains(item);
+            mayEnter = mayEnter || item->isFavorite() || item->lastRunAt().has_value();
+        }
+    }
+    if (shownChanged) {
+        rebuild();
         return;
-    bool shownChanged = false;
-    for (ShortcutItem *item : std::as_const(m_shown))
-        shownChanged = shownChanged || changes.updated.contains(item);
+    }
+    if (!mayEnter)
+        return;
     const QList<ShortcutItem *> now = favorites(m_context) + recentlyRun(m_context);
     // Not QList's operator==, which hands memcmp a null pointer for empty lists (Qt 6.4).
-    if (shownChanged || !std::equal(now.cbegin(), now.cend(), m_shown.cbegin(), m_shown.cend()))
+    if (!std::equal(now.cbegin(), now.cend(), m_shown.cbegin(), m_shown.cend()))
         rebuild();
 }
 
