@@ -1,24 +1,13 @@
 // The library window with 10,000 shortcuts: from a search keystroke to the collection updated
 // and painted, and from a favourite toggle to the repaint, beside the plain lower-case substring
 // loop over the names measured in the same run.
-#include "model/AppSettings.h"
-#include "model/ModelContext.h"
+#include "common/WindowBench.h"
 #include "model/Tag.h"
-#include "shortcuts/ShortcutRunner.h"
-#include "shortcuts/ShortcutsEventsBridge.h"
-#include "sync/LibrarySyncController.h"
-#include "ui/LibraryNavigation.h"
-#include "ui/LibraryWindow.h"
 #include "ui/ShortcutCollectionView.h"
 #include "ui/ShortcutGridView.h"
 #include "ui/ShortcutListModel.h"
-#include "ui/WindowSettings.h"
 
-#include <QApplication>
-#include <QElapsedTimer>
 #include <QLineEdit>
-#include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QTest>
 #include <algorithm>
 #include <cstdio>
@@ -44,13 +33,7 @@ void settle()
 
 int main(int argc, char *argv[])
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    QStandardPaths::setTestModeEnabled(true);
-    QTemporaryDir dir;
-    AppSettings::useDataDirectory(dir.path());
-    WindowSettings::shared().setSyncOnLaunch(false);
-
+    BenchApplication bench(argc, argv);
     ModelContext context;
     QList<Tag *> tags;
     for (int t = 0; t < 20; ++t)
@@ -71,12 +54,8 @@ int main(int argc, char *argv[])
     }
     context.save();
 
-    ShortcutsEventsBridge bridge;
-    ShortcutRunner runner(&bridge);
-    LibrarySyncController syncer(context, bridge, AppSettings::store());
-    LibraryNavigation navigation;
-    LibraryWindow window(context, navigation, runner, syncer);
-    window.resize(1400, 900);
+    BenchWindow shown(context, QSize(1400, 900));
+    LibraryWindow &window = shown.window;
     window.show();
     settle();
     ShortcutCollectionView *collection = window.collection();
@@ -84,21 +63,9 @@ int main(int argc, char *argv[])
     QWidget *viewport = collection->view()->viewport();
 
     // Baseline: the plain loop a search has to beat, over the names only.
-    QList<double> baseline;
     const QStringList queries{QStringLiteral("m"), QStringLiteral("ma"), QStringLiteral("mai"),
                               QStringLiteral("mail"), QStringLiteral("mail 1")};
-    for (int r = 0; r < rounds; ++r) {
-        for (const QString &query : queries) {
-            QElapsedTimer timer;
-            timer.start();
-            int hits = 0;
-            for (const ShortcutItem *item : context.shortcuts())
-                hits += item->name().toLower().contains(query) ? 1 : 0;
-            baseline.append(timer.nsecsElapsed() / 1e6);
-            if (hits < 0)
-                std::puts("");
-        }
-    }
+    const QList<double> baseline = lowerCaseScans(context, queries, rounds);
 
     // A keystroke in the search field until the collection is updated and painted.
     QList<double> keystrokes;

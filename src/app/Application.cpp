@@ -10,6 +10,7 @@
 #include "app/OpenCommand.h"
 #include "app/OrganisationCommands.h"
 #include "app/OwnerLock.h"
+#include "app/QuickRunCommand.h"
 #include "app/ReadCommands.h"
 #include "app/RunCommand.h"
 #include "app/SyncCommand.h"
@@ -129,6 +130,10 @@ int runThimblecraft(int argc, char *argv[])
         QCoreApplication app(argc, argv);
         return runOpenCommand(*commandLine);
     }
+    case CommandLine::Command::quickRun: {
+        QCoreApplication app(argc, argv);
+        return runQuickRunCommand(*commandLine);
+    }
     case CommandLine::Command::backup: {
         QCoreApplication app(argc, argv);
         return runBackupCommand(*commandLine);
@@ -142,6 +147,7 @@ int runThimblecraft(int argc, char *argv[])
         return runIntentCommand(*commandLine);
     }
     default:
-        return runWindowApplication(argc, argv, commandLine->positional, installPlatform);
+        return runWindowApplication(argc, argv, commandLine->positional, commandLine->quickRun,
+                                    installPlatform);
     }
 }

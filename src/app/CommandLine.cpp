@@ -66,6 +66,12 @@ const CommandInfo kCommands[] = {
      "thimblecraft open [SECTION | --shortcut SHORTCUT]\n"
      "  Brings the window forward (starting it if needed) at a section (as in list\n"
      "  --section) or with a shortcut selected.\n"},
+    {Command::quickRun, "quick-run",
+     "thimblecraft quick-run\n"
+     "  Opens Quick Run over the window (starting Thimblecraft if needed): type a few\n"
+     "  letters of a shortcut and press Enter to run it. Bind this command to a key in\n"
+     "  your desktop's keyboard settings to reach your shortcuts from anywhere.\n"
+     "  Exits 0 once the window has it, 1 when no window could be started.\n"},
     {Command::exportOrganisation, "export",
      "thimblecraft export [FILE | -]\n"
      "  Writes the library's organisation (folders, tags, smart lists, and per shortcut its\n"
@@ -133,6 +139,7 @@ QString CommandLine::usage(Command command)
     }
     text += QStringLiteral(
         "  --background      run without a window, serving other commands, until idle\n"
+        "  --quick-run       open the window with Quick Run over it\n"
         "\n"
         "One process writes a library at a time: the window, or a windowless Thimblecraft.\n"
         "sync, run, intent, import and backup hand their work to it when it runs; list,\n"
@@ -253,6 +260,8 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
                 return fail(QStringLiteral("open takes a section or --shortcut SHORTCUT"));
         } else if (a == QLatin1String("--background") && cl.command == Command::window) {
             cl.command = Command::background;
+        } else if (a == QLatin1String("--quick-run") && cl.command == Command::window) {
+            cl.quickRun = true;
         } else if (cl.command == Command::intent && a.startsWith(QLatin1String("--")) &&
                    i + 1 < arguments.size()) {
             cl.intentArguments << a << arguments[++i];

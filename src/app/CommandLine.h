@@ -21,6 +21,7 @@ struct CommandLine {
         show,
         run,
         open,
+        quickRun,
         exportOrganisation,
         importOrganisation,
     };
@@ -46,6 +47,8 @@ struct CommandLine {
     // run: --input TEXT, or --input-file FILE ("-" for standard input)
     std::optional<QString> input;
     QString inputFile;
+    // The window opens with Quick Run over it (what `quick-run` starts when no window runs).
+    bool quickRun = false;
     // export [FILE|-], import FILE [--dry-run]
     QString exportFile;
     QString importFile;

@@ -20,7 +20,7 @@ class QLocalSocket;
 // many bytes of a UTF-8 JSON object. Requests: {"kind": "intent", "action": A, "arguments": [..]},
 // {"kind": "sync"}, {"kind": "backup", "path": P, "force": bool}, {"kind": "open-url", "url": U},
 // {"kind": "activate"}, {"kind": "quit"}, and kinds with handlers of their own ({"kind": "run",
-// "shortcut": S, "input": T}).
+// "shortcut": S, "input": T}, {"kind": "quick-run"}).
 // Replies: {"ok": bool, "text": T}.
 class InstanceChannel : public QObject {
     Q_OBJECT

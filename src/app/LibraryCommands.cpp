@@ -67,7 +67,8 @@ LibraryCommands::LibraryCommands(LibraryWindow &window, AppUpdater &updater, QOb
         add(m_applicationMenu, QStringLiteral("Quit Thimblecraft"), QStringLiteral("quitAction"));
     quit->setMenuRole(QAction::QuitRole);
     quit->setShortcut(QKeySequence::Quit);
-    connect(quit, &QAction::triggered, qApp, &QApplication::closeAllWindows);
+    // Not closeAllWindows(): with the tray icon shown, closing the window keeps the program.
+    connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit);
 
     m_fileMenu = bar->addMenu(QStringLiteral("&File"));
     m_fileMenu->setObjectName(QStringLiteral("fileMenu"));
@@ -82,6 +83,10 @@ LibraryCommands::LibraryCommands(LibraryWindow &window, AppUpdater &updater, QOb
         if (ShortcutItem *item = m_window.navigation().selectedShortcut())
             m_window.runner().run(item);
     });
+    m_quickRun = add(m_fileMenu, QStringLiteral("Quick Run…"), QStringLiteral("quickRunCommand"));
+    // Ctrl is the Command key on a Mac.
+    m_quickRun->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_K));
+    connect(m_quickRun, &QAction::triggered, &m_window, &LibraryWindow::openQuickRun);
     m_fileMenu->addSeparator();
     m_installHelper = add(m_fileMenu, QStringLiteral("Install Helper Shortcut…"),
                           QStringLiteral("installHelperCommand"));

@@ -9,8 +9,8 @@ class QAction;
 class QMenu;
 
 // The window's menu commands: the application menu's "Check for Updates…" (with About,
-// Settings and Quit beside it) and the File menu's sync, run, helper-shortcut, icon and
-// database commands. Key equivalents use Ctrl where the Mac has Command.
+// Settings and Quit beside it) and the File menu's sync, run, Quick Run, helper-shortcut, icon
+// and database commands. Key equivalents use Ctrl where the Mac has Command.
 class LibraryCommands : public QObject {
     Q_OBJECT
 public:
@@ -22,6 +22,7 @@ public:
     QAction *settings() const { return m_settings; }
     QAction *sync() const { return m_sync; }
     QAction *runSelected() const { return m_runSelected; }
+    QAction *quickRun() const { return m_quickRun; }
     QAction *installHelper() const { return m_installHelper; }
     QAction *runHelper() const { return m_runHelper; }
     QAction *retryIcons() const { return m_retryIcons; }
@@ -47,6 +48,7 @@ private:
     QAction *m_settings;
     QAction *m_sync;
     QAction *m_runSelected;
+    QAction *m_quickRun;
     QAction *m_installHelper;
     QAction *m_runHelper;
     QAction *m_retryIcons;

@@ -23,16 +23,25 @@ int runOpenCommand(const CommandLine &commandLine)
         }
         link = LibraryLinks::openSection(*section);
     }
+    return handToWindow(commandLine,
+                        {InstanceChannel::activateRequest(), InstanceChannel::openUrlRequest(link)},
+                        {link.toString(QUrl::FullyEncoded)});
+}
+
+int handToWindow(const CommandLine &commandLine, const QList<QJsonObject> &requests,
+                 const QStringList &windowArguments)
+{
     const QString socket = InstanceChannel::socketPath(AppSettings::dataDirectory());
-    const auto activated = InstanceChannel::send(socket, InstanceChannel::activateRequest(), 5000);
-    if (activated.status == InstanceChannel::SendResult::Status::delivered && activated.reply.ok) {
-        const auto opened = InstanceChannel::send(socket, InstanceChannel::openUrlRequest(link));
-        if (opened.status == InstanceChannel::SendResult::Status::delivered && opened.reply.ok)
-            return 0;
+    bool handed = true;
+    for (qsizetype i = 0; handed && i < requests.size(); ++i) {
+        // The first request finds out quickly whether a window is there at all.
+        const auto sent = InstanceChannel::send(socket, requests[i], i == 0 ? 5000 : 60000);
+        handed = sent.status == InstanceChannel::SendResult::Status::delivered && sent.reply.ok;
     }
-    // No window: one is started with the link (it takes the library from a windowless owner).
-    if (!BackgroundStart::detach(ownerArguments(commandLine)
-                                 << link.toString(QUrl::FullyEncoded))) {
+    if (handed)
+        return 0;
+    // No window: one is started (it takes the library from a windowless owner).
+    if (!BackgroundStart::detach(ownerArguments(commandLine) + windowArguments)) {
         printTo(stderr, QStringLiteral("thimblecraft: cannot start the window\n"));
         return 1;
     }

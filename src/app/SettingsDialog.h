@@ -16,6 +16,8 @@ public:
     QCheckBox *includeSubfolders() const { return m_includeSubfolders; }
     QCheckBox *automaticUpdates() const { return m_automaticUpdates; }
     QCheckBox *linksRunWithoutAsking() const { return m_linksRunWithoutAsking; }
+    // Disabled, with a tooltip saying why, where the desktop has no tray.
+    QCheckBox *showInTray() const { return m_showInTray; }
     // Shows the stored values again.
     void reload();
 
@@ -26,4 +28,5 @@ private:
     QCheckBox *m_includeSubfolders;
     QCheckBox *m_automaticUpdates;
     QCheckBox *m_linksRunWithoutAsking;
+    QCheckBox *m_showInTray;
 };

@@ -7,8 +7,10 @@
 #include "app/LinkRouter.h"
 #include "app/OwnerEndpoints.h"
 #include "app/OwnerLock.h"
+#include "app/QuickRunCommand.h"
 #include "app/QuitOnSignal.h"
 #include "app/SettingsDialog.h"
+#include "app/TrayPresence.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
 #include "shortcuts/FileOpenEvents.h"
@@ -37,9 +39,9 @@ constexpr int takeOverTimeoutMs = 20000;
 enum class Claim { owner, handedOver, failed };
 
 // The window owns the library or shows it elsewhere: a window already open gets this launch's
-// URLs and comes to the front; a windowless owner is asked to leave, and the library is taken
-// once it has gone.
-Claim claimLibrary(const QString &dataDirectory, const QStringList &urls,
+// requests (its URLs, Quick Run) and comes to the front; a windowless owner is asked to leave,
+// and the library is taken once it has gone.
+Claim claimLibrary(const QString &dataDirectory, const QList<QJsonObject> &requests,
                    std::unique_ptr<OwnerLock> &lock)
 {
     using Status = InstanceChannel::SendResult::Status;
@@ -59,8 +61,8 @@ Claim claimLibrary(const QString &dataDirectory, const QStringList &urls,
             InstanceChannel::send(socketPath, InstanceChannel::activateRequest(), 5000);
         if (activated.status == Status::delivered) {
             if (activated.reply.ok) {
-                for (const QString &url : urls)
-                    InstanceChannel::send(socketPath, InstanceChannel::openUrlRequest(url), 5000);
+                for (const QJsonObject &request : requests)
+                    InstanceChannel::send(socketPath, request, 5000);
                 return Claim::handedOver;
             }
             InstanceChannel::send(socketPath, InstanceChannel::quitRequest(), 5000);
@@ -75,7 +77,7 @@ Claim claimLibrary(const QString &dataDirectory, const QStringList &urls,
 }
 } // namespace
 
-int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments,
+int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments, bool quickRun,
                          const std::function<bool()> &installPlatform)
 {
     QApplication app(argc, argv);
@@ -86,8 +88,13 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
         if (isOwnURL(QUrl(argument)))
             urls.append(argument);
 
+    QList<QJsonObject> requests;
+    for (const QString &url : std::as_const(urls))
+        requests.append(InstanceChannel::openUrlRequest(url));
+    if (quickRun)
+        requests.append(quickRunRequest());
     std::unique_ptr<OwnerLock> lock;
-    switch (claimLibrary(AppSettings::dataDirectory(), urls, lock)) {
+    switch (claimLibrary(AppSettings::dataDirectory(), requests, lock)) {
     case Claim::handedOver:
         return 0;
     case Claim::failed:
@@ -139,22 +146,20 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
             if (isOwnURL(QUrl(url)))
                 links.open(url);
         });
-        channel.setActivateHandler([&window] {
-            window.showNormal();
-            window.raise();
-            window.activateWindow();
-        });
+        channel.setActivateHandler([&window] { window.bringForward(); });
+        installQuickRunEndpoint(channel, window);
     }
 
-    quitOnTerminationSignals([] {
-        QApplication::closeAllWindows();
-        QCoreApplication::quit();
-    });
+    // Quits outright: closing the window first would only hide it while the tray icon shows.
+    quitOnTerminationSignals([] { QCoreApplication::quit(); });
     // Imports still waiting for their batch are saved before the library is handed on.
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &syncer,
                      &LibrarySyncController::flushImports);
     window.show();
+    TrayPresence tray(window);
     for (const QString &url : std::as_const(urls))
         links.open(url);
+    if (quickRun)
+        window.openQuickRun();
     return app.exec();
 }

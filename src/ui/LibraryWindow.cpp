@@ -9,6 +9,7 @@
 #include "ui/LibraryNavigation.h"
 #include "ui/OutcomeBanner.h"
 #include "ui/PlainText.h"
+#include "ui/QuickRunPalette.h"
 #include "ui/ShortcutCollectionView.h"
 #include "ui/ShortcutContextMenu.h"
 #include "ui/ShortcutDetailView.h"
@@ -18,8 +19,8 @@
 #include "ui/WindowSettings.h"
 
 #include <QGuiApplication>
-#include <QScreen>
 #include <QMessageBox>
+#include <QScreen>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -43,7 +44,7 @@ LibraryWindow::LibraryWindow(ModelContext &context, LibraryNavigation &navigatio
     : QMainWindow(parent), m_context(context), m_navigation(navigation), m_runner(runner),
       m_syncer(syncer), m_splitter(new QSplitter(Qt::Horizontal)), m_sidebar(new QWidget),
       m_collection(new ShortcutCollectionView(context, navigation, runner, syncer)),
-      m_inspector(new InspectorPane), m_banner(nullptr)
+      m_inspector(new InspectorPane), m_banner(nullptr), m_quickRun(nullptr)
 {
     setObjectName(QStringLiteral("libraryWindow"));
     setWindowTitle(QStringLiteral("Thimblecraft"));
@@ -79,6 +80,7 @@ LibraryWindow::LibraryWindow(ModelContext &context, LibraryNavigation &navigatio
     layout->addWidget(m_splitter);
     setCentralWidget(central);
     m_banner = new OutcomeBanner(runner, central);
+    m_quickRun = new QuickRunPalette(context, runner, central);
 
     setSidebar(new SidebarView(context, navigation));
     auto *detail = new ShortcutDetailView(context, runner);
@@ -143,6 +145,21 @@ void LibraryWindow::applyInspectorVisibility()
             m_splitter->setSizes(sizes);
         }
     }
+}
+
+void LibraryWindow::bringForward()
+{
+    if (isMinimized())
+        setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    activateWindow();
+}
+
+void LibraryWindow::openQuickRun()
+{
+    bringForward();
+    m_quickRun->open();
 }
 
 void LibraryWindow::openURL(const QUrl &url)

@@ -10,6 +10,7 @@ class LibraryNavigation;
 class LibrarySyncController;
 class ModelContext;
 class OutcomeBanner;
+class QuickRunPalette;
 #include <QMessageBox>
 class QSplitter;
 class ShortcutCollectionView;
@@ -32,6 +33,7 @@ public:
     ShortcutCollectionView *collection() const { return m_collection; }
     InspectorPane *inspector() const { return m_inspector; }
     OutcomeBanner *banner() const { return m_banner; }
+    QuickRunPalette *quickRun() const { return m_quickRun; }
     QSplitter *splitter() const { return m_splitter; }
     QWidget *sidebar() const { return m_sidebar; }
     // Test hook: the open "Sync Failed" alert, or null.
@@ -39,6 +41,11 @@ public:
 
     // Places the sidebar in the first column (the window owns it).
     void setSidebar(QWidget *sidebar);
+
+    // Brings the window forward (also from the tray) and opens Quick Run over it.
+    void openQuickRun();
+    // Shows the window again, in front, when it was hidden or minimised.
+    void bringForward();
 
     // A URL of the program's own scheme, opened in the window.
     void openURL(const QUrl &url);
@@ -70,6 +77,7 @@ private:
     ShortcutCollectionView *m_collection;
     InspectorPane *m_inspector;
     OutcomeBanner *m_banner;
+    QuickRunPalette *m_quickRun;
     QPointer<QMessageBox> m_syncFailedAlert;
     bool m_launched = false;
 };

@@ -1,6 +1,7 @@
 #include "ui/OutcomeBanner.h"
 
 #include "shortcuts/ShortcutRunner.h"
+#include "ui/FloatingCard.h"
 #include "ui/SymbolIcon.h"
 #include "ui/TextBlock.h"
 
@@ -9,12 +10,11 @@
 #include <QLabel>
 #include <QLayout>
 #include <QPainter>
-#include <QPainterPath>
 #include <QToolButton>
 #include <QVBoxLayout>
 
 namespace {
-constexpr int shadowMargin = 8; // room around the card for its shadow
+constexpr int shadowMargin = FloatingCard::shadowMargin;
 constexpr int bottomGap = 20;
 constexpr int bannerMaximumWidth = 520;
 } // namespace
@@ -93,6 +93,17 @@ QString OutcomeBanner::detailText() const
     return m_detail->isVisible() || !m_detail->isHidden() ? m_detail->text() : QString();
 }
 
+QString OutcomeBanner::titleFor(const ShortcutRunner::Outcome &outcome)
+{
+    return outcome.error ? outcome.shortcutName + QStringLiteral(" failed")
+                         : QStringLiteral("Ran ") + outcome.shortcutName;
+}
+
+QString OutcomeBanner::detailFor(const ShortcutRunner::Outcome &outcome)
+{
+    return outcome.error ? *outcome.error : outcome.output.value_or(QString());
+}
+
 void OutcomeBanner::outcomeChanged()
 {
     const auto &outcome = m_runner.latestOutcome();
@@ -103,9 +114,8 @@ void OutcomeBanner::outcomeChanged()
         failed ? QStringLiteral("exclamationmark.triangle.fill")
                : QStringLiteral("checkmark.circle.fill"),
         failed ? QColor(0xFF, 0x95, 0x00) : QColor(0x34, 0xC7, 0x59), 22, devicePixelRatioF()));
-    m_title->setText(failed ? outcome->shortcutName + QStringLiteral(" failed")
-                            : QStringLiteral("Ran ") + outcome->shortcutName);
-    const QString detail = failed ? *outcome->error : outcome->output.value_or(QString());
+    m_title->setText(titleFor(*outcome));
+    const QString detail = detailFor(*outcome);
     m_detail->setText(detail);
     m_detail->setHidden(detail.isEmpty());
     // The card is sized from this content, not from the last outcome's: a hidden banner's
@@ -198,20 +208,5 @@ bool OutcomeBanner::eventFilter(QObject *watched, QEvent *event)
 void OutcomeBanner::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF card =
-        QRectF(rect()).adjusted(shadowMargin, shadowMargin, -shadowMargin, -shadowMargin);
-    // A soft black shadow at 15 %, 4 down.
-    for (int i = 0; i < shadowMargin; ++i) {
-        QColor shadow(0, 0, 0, int(38.0 * (shadowMargin - i) / shadowMargin / 3));
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(shadow);
-        const QRectF ring = card.translated(0, 4).adjusted(-i, -i, i, i);
-        painter.drawRoundedRect(ring, 14 + i, 14 + i);
-    }
-    QColor material = palette().color(QPalette::Window);
-    material.setAlphaF(0.96f);
-    painter.setBrush(material);
-    painter.setPen(QPen(QColor(0, 0, 0, 20), 0.5));
-    painter.drawRoundedRect(card, 14, 14);
+    FloatingCard::paint(painter, rect(), palette());
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "shortcuts/ShortcutRunner.h"
+
 #include <QGraphicsOpacityEffect>
 #include <QPointer>
 #include <QPropertyAnimation>
@@ -9,7 +11,6 @@
 
 class QLabel;
 class QToolButton;
-class ShortcutRunner;
 class TextBlock;
 
 // Reports the outcome of the run that finished last, over the bottom centre of its parent. It
@@ -21,6 +22,10 @@ public:
     static constexpr int visibleMilliseconds = 6000;
 
     OutcomeBanner(ShortcutRunner &runner, QWidget *parent);
+
+    // "Ran …" or "… failed"; the output or the error (empty when there is none).
+    static QString titleFor(const ShortcutRunner::Outcome &outcome);
+    static QString detailFor(const ShortcutRunner::Outcome &outcome);
 
     // The id of the outcome on screen; null when hidden.
     QUuid visibleID() const { return m_visibleID; }

@@ -50,6 +50,13 @@ void toggleFavorite(ModelContext &context, ShortcutItem *item)
     context.save();
 }
 
+void copyName(const ShortcutItem &item)
+{
+    auto *data = new QMimeData;
+    data->setText(item.name());
+    QGuiApplication::clipboard()->setMimeData(data);
+}
+
 void removeFromLibrary(ModelContext &context, LibraryNavigation &navigation, ShortcutItem *item)
 {
     if (navigation.selectedShortcut() == item)
@@ -154,12 +161,7 @@ void populate(QMenu *menu, ShortcutItem *item, const Services &services)
     QAction *copy = menu->addAction(SymbolIcon::icon(QStringLiteral("doc.on.doc")),
                                     QStringLiteral("Copy Name"));
     copy->setObjectName(QStringLiteral("copyName"));
-    QObject::connect(copy, &QAction::triggered, menu, [item] {
-        // Replaces everything on the clipboard with the name as plain text.
-        auto *data = new QMimeData;
-        data->setText(item->name());
-        QGuiApplication::clipboard()->setMimeData(data);
-    });
+    QObject::connect(copy, &QAction::triggered, menu, [item] { copyName(*item); });
     addCopyLinkAction(menu, LibraryLinks::openShortcut(item->identifier()));
 
     if (item->isMissing()) {

@@ -33,6 +33,8 @@ void removeTag(ModelContext &context, ShortcutItem *item, Tag *tag);
 void toggleTag(ModelContext &context, ShortcutItem *item, Tag *tag);
 void setFolder(ModelContext &context, ShortcutItem *item, LibraryFolder *folder);
 void toggleFavorite(ModelContext &context, ShortcutItem *item);
+// Replaces everything on the clipboard with the shortcut's name as plain text.
+void copyName(const ShortcutItem &item);
 // Fills a menu with "None" and the folder tree, the shortcut's folder checked; choosing an
 // entry files the shortcut there. Shared by the context menu and the detail view.
 void populateFolderMenu(QMenu *menu, ShortcutItem *item, ModelContext &context);

@@ -164,6 +164,20 @@ void drawIcon(QPainter &painter, const QRectF &rect, const ShortcutItem &item, q
     painter.restore();
 }
 
+QIcon menuIcon(const ShortcutItem &item, quint64 revision)
+{
+    QIcon icon;
+    for (const int size : {16, 32}) {
+        QPixmap pixmap(size, size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        drawIcon(painter, QRectF(0, 0, size, size), item, revision);
+        painter.end();
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}
+
 void drawSpinner(QPainter &painter, const QRectF &rect, const QColor &color, qreal angle)
 {
     painter.save();

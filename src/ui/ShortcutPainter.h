@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QIcon>
 #include <QPixmap>
 #include <QRectF>
 
@@ -39,6 +40,8 @@ QPixmap iconPixmap(const ShortcutItem &item, quint64 revision, const QSize &size
 void drawGlyph(QPainter &painter, const QRectF &rect, const ShortcutItem &item, quint64 revision);
 // Gradient square with radius 24 % of the size and the glyph at 64 % in its centre.
 void drawIcon(QPainter &painter, const QRectF &rect, const ShortcutItem &item, quint64 revision);
+// The icon drawn at menu sizes.
+QIcon menuIcon(const ShortcutItem &item, quint64 revision);
 
 struct ViewState {
     bool selected = false;

@@ -63,6 +63,16 @@ void WindowSettings::setLinksRunWithoutAsking(bool on)
     write("linksRunWithoutAsking", on);
 }
 
+bool WindowSettings::showInTray() const
+{
+    return AppSettings::store().value(QStringLiteral("showInTray"), true).toBool();
+}
+
+void WindowSettings::setShowInTray(bool on)
+{
+    write("showInTray", on);
+}
+
 bool WindowSettings::includeSubfolders() const
 {
     return LibrarySettings::includeSubfolders();

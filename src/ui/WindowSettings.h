@@ -27,6 +27,9 @@ public:
     // "linksRunWithoutAsking": false when absent, so that a web page cannot run things silently.
     bool linksRunWithoutAsking() const;
     void setLinksRunWithoutAsking(bool on);
+    // "showInTray": true when absent; it takes effect only where the desktop has a tray.
+    bool showInTray() const;
+    void setShowInTray(bool on);
     // "sortKey", "sortAscending".
     ShortcutSort sortKey() const;
     void setSortKey(ShortcutSort key);

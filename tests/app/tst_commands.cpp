@@ -195,6 +195,23 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!LibraryProcesses::hasOwner(data), 20000);
     }
 
+    // quick-run starts the window with Quick Run when none shows the library (taking it from a
+    // windowless owner), and hands Quick Run to the one that does.
+    void quickRunReachesTheWindow()
+    {
+        QVERIFY(thimblecraft({QStringLiteral("run"), QStringLiteral("Echo")}).exitCode == 0);
+        QCOMPARE(thimblecraft({QStringLiteral("quick-run")}).exitCode, 0);
+        const QString socket = InstanceChannel::socketPath(data);
+        const QJsonObject request{{QStringLiteral("kind"), QStringLiteral("quick-run")}};
+        QTRY_VERIFY_WITH_TIMEOUT(InstanceChannel::send(socket, request, 2000).reply.ok, 30000);
+        const qint64 window = LibraryProcesses::ownerPid(data);
+        QVERIFY(window > 0);
+        QCOMPARE(thimblecraft({QStringLiteral("quick-run")}).exitCode, 0);
+        QCOMPARE(LibraryProcesses::ownerPid(data), window);
+        ::kill(pid_t(window), SIGTERM);
+        QTRY_VERIFY_WITH_TIMEOUT(!LibraryProcesses::hasOwner(data), 20000);
+    }
+
     // The organisation leaves through export and comes back through import, in the owner; a
     // file that is not one changes nothing.
     void exportAndImport()
@@ -253,7 +270,7 @@ private slots:
         QVERIFY(help.out.contains("66  there is no library"));
         const Run overview = runThimblecraft({QStringLiteral("--help")});
         for (const char *command : {"list", "folders", "tags", "smart-lists", "show", "run", "open",
-                                    "sync", "backup", "intent"})
+                                    "quick-run", "sync", "backup", "intent"})
             QVERIFY2(overview.out.contains(QByteArray("  thimblecraft ") + command), command);
     }
 };

@@ -8,6 +8,7 @@
 #include "ui/EmptyStatePanel.h"
 #include "ui/FolderEditor.h"
 #include "ui/OutcomeBanner.h"
+#include "ui/QuickRunPalette.h"
 #include "ui/ShortcutCollectionView.h"
 #include "ui/ShortcutDetailView.h"
 #include "ui/ShortcutGridView.h"
@@ -213,6 +214,18 @@ void LayoutTest::panes()
     // A one-word output gets a card of two lines, not the height of the last one.
     QVERIFY(window.banner()->height() < card.height());
     CHECK_LAYOUT(&window, QStringLiteral("banner with a short output"));
+
+    // Quick Run over it all: results, its input line, a search without results.
+    QuickRunPalette *palette = window.quickRun();
+    palette->open();
+    QVERIFY(palette->results().contains(h.longName));
+    CHECK_LAYOUT(&window, QStringLiteral("Quick Run"));
+    QTest::keyClick(palette->searchField(), Qt::Key_Return, Qt::ShiftModifier);
+    QVERIFY(palette->inputField()->isVisible());
+    CHECK_LAYOUT(&window, QStringLiteral("Quick Run input"));
+    palette->searchField()->setText(QString(150, u'Q'));
+    QVERIFY(palette->results().isEmpty());
+    CHECK_LAYOUT(&window, QStringLiteral("Quick Run without results"));
 }
 
 void LayoutTest::emptyLibrary_data()

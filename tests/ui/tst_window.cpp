@@ -330,13 +330,14 @@ void WindowTest::menuCommandsEnableAsWritten()
     QCOMPARE(displayedText(commands.fileMenu()->title()), QStringLiteral("File"));
     QCOMPARE(displayedText(commands.applicationMenu()->title()), QStringLiteral("Thimblecraft"));
     QCOMPARE(displayedTexts(commands.fileMenu()),
-             (QStringList{"Sync with Shortcuts", "Run Selected Shortcut", "-",
+             (QStringList{"Sync with Shortcuts", "Run Selected Shortcut", "Quick Run…", "-",
                           "Install Helper Shortcut…", "Run Helper Shortcut (Icons & Dates)",
                           "Retry Icons from Shortcuts Events", "-",
                           "Link Shortcuts Database for App Icons…", "-", "Export Organisation…",
                           "Import Organisation…"}));
     QCOMPARE(commands.sync()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_R));
     QCOMPARE(commands.runSelected()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Return));
+    QCOMPARE(commands.quickRun()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_K));
     QVERIFY(commands.sync()->isEnabled());
     QVERIFY(!commands.runSelected()->isEnabled());
     QVERIFY(commands.checkForUpdates()->isEnabled()); // the built-in https feed
@@ -385,7 +386,7 @@ void WindowTest::shortcutsFolderIsCheckedAndCanChange()
     FolderChooser::answerNextWith(shortcuts.path());
     TRIGGER_ACTION(commands.database());
     QVERIFY(ShortcutsDatabase::hasFolderAccess());
-    QCOMPARE(displayedTexts(commands.fileMenu()).mid(7),
+    QCOMPARE(displayedTexts(commands.fileMenu()).mid(8),
              (QStringList{"Refresh App Icons from Shortcuts Database", "Choose Shortcuts Folder…",
                           "-", "Export Organisation…", "Import Organisation…"}));
     FolderChooser::answerNextWith(std::nullopt);
