@@ -5,6 +5,7 @@
 #include "app/CommandLine.h"
 #include "app/ConsoleOutput.h"
 #include "app/DataDirectory.h"
+#include "app/HistoryCommand.h"
 #include "app/IntentCommand.h"
 #include "app/ListCommand.h"
 #include "app/OpenCommand.h"
@@ -89,7 +90,12 @@ int runThimblecraft(int argc, char *argv[])
     case CommandLine::Command::tags:
     case CommandLine::Command::smartLists:
     case CommandLine::Command::show:
+    case CommandLine::Command::history:
     case CommandLine::Command::exportOrganisation: {
+        if (commandLine->command == CommandLine::Command::history && commandLine->clear) {
+            QCoreApplication app(argc, argv);
+            return runClearHistoryCommand(*commandLine);
+        }
         QCoreApplication app(argc, argv);
         // Held while reading when free: no owner can start writing under this reader.
         OwnerLock::Outcome outcome;
@@ -113,6 +119,8 @@ int runThimblecraft(int argc, char *argv[])
             return runShowCommand(*context, *commandLine);
         case CommandLine::Command::exportOrganisation:
             return runExportCommand(*context, *commandLine);
+        case CommandLine::Command::history:
+            return runHistoryCommand(*context, *commandLine);
         default:
             return runListCommand(*context, *commandLine);
         }

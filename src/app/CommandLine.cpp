@@ -56,6 +56,17 @@ const CommandInfo kCommands[] = {
      "thimblecraft show SHORTCUT [--json]\n"
      "  Prints every field of one shortcut, its folder path and tags.\n"
      "  SHORTCUT is an identifier, a name, or name:NAME.\n"},
+    {Command::history, "history",
+     "thimblecraft history [SHORTCUT] [--since DATE] [--failed] [--json]\n"
+     "thimblecraft history --clear [SHORTCUT]\n"
+     "  Prints the run history, newest first: when each run started, how long it took,\n"
+     "  whether it succeeded, where it came from and the first line of its output or error.\n"
+     "  SHORTCUT: only that shortcut's runs. --since DATE: runs from then on (YYYY-MM-DD,\n"
+     "  or an ISO date and time). --failed: only failed runs. --clear removes the history\n"
+     "  (of SHORTCUT, or all of it) through the running Thimblecraft.\n"
+     "  --json keys: id, shortcut, identifier, startedAt, durationMs, hasInput, input,\n"
+     "  outcome (succeeded|failed|unfinished), output, error, source (window|commandLine|\n"
+     "  link|callback).\n"},
     {Command::run, "run",
      "thimblecraft run SHORTCUT [--input TEXT | --input-file FILE | --input -] [--json]\n"
      "  Runs a shortcut through the running Thimblecraft (one is started without a window\n"
@@ -112,7 +123,7 @@ bool takesJson(Command c)
 {
     return c == Command::list || c == Command::folders || c == Command::tags ||
            c == Command::smartLists || c == Command::show || c == Command::run ||
-           c == Command::importOrganisation;
+           c == Command::importOrganisation || c == Command::history;
 }
 } // namespace
 
@@ -135,8 +146,8 @@ QString CommandLine::usage(Command command)
         "  --background      run without a window, serving other commands, until idle\n"
         "\n"
         "One process writes a library at a time: the window, or a windowless Thimblecraft.\n"
-        "sync, run, intent, import and backup hand their work to it when it runs; list,\n"
-        "folders, tags, smart-lists, show and export only read.\n"
+        "sync, run, intent, import, backup and history --clear hand their work to it when it\n"
+        "runs; list, folders, tags, smart-lists, show, history and export only read.\n"
         "\n");
     return text + kCommonOptions + QLatin1Char('\n') + kExitCodes;
 }
@@ -144,7 +155,8 @@ QString CommandLine::usage(Command command)
 bool CommandLine::onlyReads() const
 {
     return command == Command::list || command == Command::backup || command == Command::folders ||
-           command == Command::tags || command == Command::smartLists || command == Command::show;
+           command == Command::tags || command == Command::smartLists || command == Command::show ||
+           (command == Command::history && !clear);
 }
 
 std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QString *error)
@@ -187,6 +199,9 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
         break;
     case Command::open:
         positional(cl.section);
+        break;
+    case Command::history:
+        positional(cl.shortcut);
         break;
     case Command::exportOrganisation:
         if (i < arguments.size() &&
@@ -234,6 +249,13 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
                 return fail(QStringLiteral("--search needs a text"));
         } else if (a == QLatin1String("--dry-run") && cl.command == Command::importOrganisation) {
             cl.dryRun = true;
+        } else if (a == QLatin1String("--since") && cl.command == Command::history) {
+            if (!value(cl.since) || cl.since.isEmpty())
+                return fail(QStringLiteral("--since needs a date"));
+        } else if (a == QLatin1String("--failed") && cl.command == Command::history) {
+            cl.failedOnly = true;
+        } else if (a == QLatin1String("--clear") && cl.command == Command::history) {
+            cl.clear = true;
         } else if (a == QLatin1String("--force") && cl.command == Command::backup) {
             cl.force = true;
         } else if (a == QLatin1String("--input") && cl.command == Command::run) {
@@ -258,6 +280,8 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
             cl.intentArguments << a << arguments[++i];
         } else if (a.startsWith(QLatin1String("-"))) {
             return fail(QStringLiteral("unknown option %1").arg(a));
+        } else if (cl.command == Command::history && cl.shortcut.isEmpty()) {
+            cl.shortcut = a; // after the options: history --clear SHORTCUT
         } else if (cl.command == Command::window && a.startsWith(QLatin1String("thimblecraft:"))) {
             cl.positional.append(a);
         } else {
