@@ -164,6 +164,8 @@ QString LibraryLookup::ruleText(const SmartRule &rule, const ModelContext &conte
                  SmartRule::dayUnit(rule.days));
     case SmartRule::Kind::flag:
         return QStringLiteral("%1 %2").arg(field, SmartRule::boolLabel(rule.field, rule.boolValue));
+    case SmartRule::Kind::outcome:
+        return QStringLiteral("%1 is %2").arg(field, label(rule.runResult));
     case SmartRule::Kind::color:
         return QStringLiteral("%1 %2 %3")
             .arg(field, SmartRule::boolLabel(rule.field, rule.boolValue), rule.text);

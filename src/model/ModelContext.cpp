@@ -108,6 +108,9 @@ void ModelContext::deleteRecord(Record *record)
         i->setFolder(nullptr);
         i->setTags({});
         m_shortcuts.removeOne(i);
+        // Its saved history goes with its row; unsaved entries must not outlive it.
+        m_runChanges.added.removeIf(
+            [id = i->persistentId()](const RunEntry &e) { return e.itemId == id; });
         break;
     }
     case Record::Kind::libraryFolder: {
