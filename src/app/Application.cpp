@@ -5,6 +5,7 @@
 #include "app/CommandLine.h"
 #include "app/ConsoleOutput.h"
 #include "app/DataDirectory.h"
+#include "app/HealthCommand.h"
 #include "app/IntentCommand.h"
 #include "app/ListCommand.h"
 #include "app/OpenCommand.h"
@@ -89,6 +90,7 @@ int runThimblecraft(int argc, char *argv[])
     case CommandLine::Command::tags:
     case CommandLine::Command::smartLists:
     case CommandLine::Command::show:
+    case CommandLine::Command::health:
     case CommandLine::Command::exportOrganisation: {
         QCoreApplication app(argc, argv);
         // Held while reading when free: no owner can start writing under this reader.
@@ -111,6 +113,8 @@ int runThimblecraft(int argc, char *argv[])
             return runSmartListsCommand(*context, *commandLine);
         case CommandLine::Command::show:
             return runShowCommand(*context, *commandLine);
+        case CommandLine::Command::health:
+            return runHealthCommand(*context, *commandLine);
         case CommandLine::Command::exportOrganisation:
             return runExportCommand(*context, *commandLine);
         default:

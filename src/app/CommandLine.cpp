@@ -56,6 +56,18 @@ const CommandInfo kCommands[] = {
      "thimblecraft show SHORTCUT [--json]\n"
      "  Prints every field of one shortcut, its folder path and tags.\n"
      "  SHORTCUT is an identifier, a name, or name:NAME.\n"},
+    {Command::health, "health",
+     "thimblecraft health [--json]\n"
+     "  Checks the library for what makes shortcuts fail or hard to find: names several\n"
+     "  shortcuts share, names with spaces at the ends, line breaks, control characters,\n"
+     "  double quotes or backslashes, placeholders never linked, missing shortcuts that\n"
+     "  keep notes, tags, a folder or a favourite mark, shortcuts not run in 180 days,\n"
+     "  smart lists whose rules cannot be read or name deleted folders or tags, and empty\n"
+     "  folders and tags. Prints them grouped, with what each means and how to fix it.\n"
+     "  --json keys: problemCount, groups (kind, title, explanation, fix, findings); a\n"
+     "  finding has record (shortcut|folder|tag|smartList), name, detail, and identifier\n"
+     "  (shortcuts), uuid (the others) and path (folders and tags).\n"
+     "  Exit code 1 when it finds problems, 0 when it finds none.\n"},
     {Command::run, "run",
      "thimblecraft run SHORTCUT [--input TEXT | --input-file FILE | --input -] [--json]\n"
      "  Runs a shortcut through the running Thimblecraft (one is started without a window\n"
@@ -65,7 +77,7 @@ const CommandInfo kCommands[] = {
     {Command::open, "open",
      "thimblecraft open [SECTION | --shortcut SHORTCUT]\n"
      "  Brings the window forward (starting it if needed) at a section (as in list\n"
-     "  --section) or with a shortcut selected.\n"},
+     "  --section, or health for the health report) or with a shortcut selected.\n"},
     {Command::exportOrganisation, "export",
      "thimblecraft export [FILE | -]\n"
      "  Writes the library's organisation (folders, tags, smart lists, and per shortcut its\n"
@@ -111,8 +123,8 @@ const CommandInfo *infoNamed(const QString &name)
 bool takesJson(Command c)
 {
     return c == Command::list || c == Command::folders || c == Command::tags ||
-           c == Command::smartLists || c == Command::show || c == Command::run ||
-           c == Command::importOrganisation;
+           c == Command::smartLists || c == Command::show || c == Command::health ||
+           c == Command::run || c == Command::importOrganisation;
 }
 } // namespace
 
@@ -136,7 +148,7 @@ QString CommandLine::usage(Command command)
         "\n"
         "One process writes a library at a time: the window, or a windowless Thimblecraft.\n"
         "sync, run, intent, import and backup hand their work to it when it runs; list,\n"
-        "folders, tags, smart-lists, show and export only read.\n"
+        "folders, tags, smart-lists, show, health and export only read.\n"
         "\n");
     return text + kCommonOptions + QLatin1Char('\n') + kExitCodes;
 }
@@ -144,7 +156,8 @@ QString CommandLine::usage(Command command)
 bool CommandLine::onlyReads() const
 {
     return command == Command::list || command == Command::backup || command == Command::folders ||
-           command == Command::tags || command == Command::smartLists || command == Command::show;
+           command == Command::tags || command == Command::smartLists || command == Command::show ||
+           command == Command::health;
 }
 
 std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QString *error)
