@@ -6,6 +6,7 @@
 #include "app/ConsoleOutput.h"
 #include "app/DataDirectory.h"
 #include "app/HistoryCommand.h"
+#include "app/HealthCommand.h"
 #include "app/IntentCommand.h"
 #include "app/ListCommand.h"
 #include "app/OpenCommand.h"
@@ -91,6 +92,7 @@ int runThimblecraft(int argc, char *argv[])
     case CommandLine::Command::smartLists:
     case CommandLine::Command::show:
     case CommandLine::Command::history:
+    case CommandLine::Command::health:
     case CommandLine::Command::exportOrganisation: {
         if (commandLine->command == CommandLine::Command::history && commandLine->clear) {
             QCoreApplication app(argc, argv);
@@ -117,6 +119,8 @@ int runThimblecraft(int argc, char *argv[])
             return runSmartListsCommand(*context, *commandLine);
         case CommandLine::Command::show:
             return runShowCommand(*context, *commandLine);
+        case CommandLine::Command::health:
+            return runHealthCommand(*context, *commandLine);
         case CommandLine::Command::exportOrganisation:
             return runExportCommand(*context, *commandLine);
         case CommandLine::Command::history:

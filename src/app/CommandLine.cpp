@@ -67,6 +67,18 @@ const CommandInfo kCommands[] = {
      "  --json keys: id, shortcut, identifier, startedAt, durationMs, hasInput, input,\n"
      "  outcome (succeeded|failed|unfinished), output, error, source (window|commandLine|\n"
      "  link|callback).\n"},
+    {Command::health, "health",
+     "thimblecraft health [--json]\n"
+     "  Checks the library for what makes shortcuts fail or hard to find: names several\n"
+     "  shortcuts share, names with spaces at the ends, line breaks, control characters,\n"
+     "  double quotes or backslashes, placeholders never linked, missing shortcuts that\n"
+     "  keep notes, tags, a folder or a favourite mark, shortcuts not run in 180 days,\n"
+     "  smart lists whose rules cannot be read or name deleted folders or tags, and empty\n"
+     "  folders and tags. Prints them grouped, with what each means and how to fix it.\n"
+     "  --json keys: problemCount, groups (kind, title, explanation, fix, findings); a\n"
+     "  finding has record (shortcut|folder|tag|smartList), name, detail, and identifier\n"
+     "  (shortcuts), uuid (the others) and path (folders and tags).\n"
+     "  Exit code 1 when it finds problems, 0 when it finds none.\n"},
     {Command::run, "run",
      "thimblecraft run SHORTCUT [--input TEXT | --input-file FILE | --input -] [--json]\n"
      "  Runs a shortcut through the running Thimblecraft (one is started without a window\n"
@@ -76,7 +88,7 @@ const CommandInfo kCommands[] = {
     {Command::open, "open",
      "thimblecraft open [SECTION | --shortcut SHORTCUT]\n"
      "  Brings the window forward (starting it if needed) at a section (as in list\n"
-     "  --section) or with a shortcut selected.\n"},
+     "  --section, or health for the health report) or with a shortcut selected.\n"},
     {Command::exportOrganisation, "export",
      "thimblecraft export [FILE | -]\n"
      "  Writes the library's organisation (folders, tags, smart lists, and per shortcut its\n"
@@ -122,8 +134,8 @@ const CommandInfo *infoNamed(const QString &name)
 bool takesJson(Command c)
 {
     return c == Command::list || c == Command::folders || c == Command::tags ||
-           c == Command::smartLists || c == Command::show || c == Command::run ||
-           c == Command::importOrganisation || c == Command::history;
+           c == Command::smartLists || c == Command::show || c == Command::health ||
+           c == Command::run || c == Command::importOrganisation || c == Command::history;
 }
 } // namespace
 
@@ -147,7 +159,7 @@ QString CommandLine::usage(Command command)
         "\n"
         "One process writes a library at a time: the window, or a windowless Thimblecraft.\n"
         "sync, run, intent, import, backup and history --clear hand their work to it when it\n"
-        "runs; list, folders, tags, smart-lists, show, history and export only read.\n"
+        "runs; list, folders, tags, smart-lists, show, health, history and export only read.\n"
         "\n");
     return text + kCommonOptions + QLatin1Char('\n') + kExitCodes;
 }
@@ -156,7 +168,7 @@ bool CommandLine::onlyReads() const
 {
     return command == Command::list || command == Command::backup || command == Command::folders ||
            command == Command::tags || command == Command::smartLists || command == Command::show ||
-           (command == Command::history && !clear);
+           command == Command::health || (command == Command::history && !clear);
 }
 
 std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QString *error)

@@ -19,6 +19,7 @@ struct CommandLine {
         tags,
         smartLists,
         show,
+        health,
         run,
         open,
         exportOrganisation,

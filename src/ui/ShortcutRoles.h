@@ -33,3 +33,17 @@ enum Role {
     uuid,
 };
 } // namespace SidebarRoles
+
+// Roles of the health report's model (HealthReportModel).
+namespace HealthReportRoles {
+enum Role {
+    // HealthReportModel::RowKind as an int: heading, note or entry.
+    rowKind = Qt::UserRole + 200,
+    // Symbol name of a heading or of the record an entry names.
+    symbolName,
+    // Tint of the symbol; absent means the accent colour.
+    tint,
+    // A heading's number of findings; an entry's detail text.
+    secondaryText,
+};
+} // namespace HealthReportRoles

@@ -12,10 +12,13 @@
 #include "ui/DetailColumn.h"
 #include "ui/EmptyStatePanel.h"
 #include "ui/FileDialogFolderChooser.h"
+#include "ui/HealthReportModel.h"
+#include "ui/HealthReportView.h"
 #include "ui/OutcomeBanner.h"
 #include "ui/ShortcutCollectionView.h"
 #include "ui/ShortcutGridView.h"
 #include "ui/ShortcutListModel.h"
+#include "ui/ShortcutRoles.h"
 #include "ui/SyncStatusLine.h"
 #include "ui/TextBlock.h"
 
@@ -23,6 +26,7 @@
 #include <QAccessible>
 #include <QCheckBox>
 #include <QLineEdit>
+#include <QListView>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
@@ -61,6 +65,7 @@ private slots:
     void windowIdentityAndPlainOutputs();
     void inspectorAndFavoriteButton();
     void callbackUrlReachesRunner();
+    void healthReportSelectsWhatItNames();
 };
 
 void WindowTest::sectionsFillTheCollection()
@@ -541,6 +546,69 @@ void WindowTest::callbackUrlReachesRunner()
     QVERIFY(f.runner->latestOutcome().has_value());
     QCOMPARE(f.runner->latestOutcome()->shortcutName, QStringLiteral("Morning Routine"));
     QCOMPARE(f.runner->latestOutcome()->output, std::optional<QString>(QStringLiteral("ok")));
+}
+
+void WindowTest::healthReportSelectsWhatItNames()
+{
+    WindowFixture f;
+    f.insert(QStringLiteral("Twin"), 1);
+    ShortcutItem *twin =
+        f.context->insert(new ShortcutItem(QStringLiteral("T2"), QStringLiteral("Twin")));
+    for (int i = 0; i < 60; ++i)
+        f.insert(QStringLiteral("Filler %1").arg(i), 10 + i);
+    auto *spare = f.context->insert(new LibraryFolder(QStringLiteral("Spare")));
+    LibraryWindow &window = f.open();
+    settle();
+    ShortcutCollectionView *collection = window.collection();
+    HealthReportView *report = collection->healthReport();
+    QAbstractItemModelTester tester(report->model(),
+                                    QAbstractItemModelTester::FailureReportingMode::QtTest);
+
+    f.navigation->setSection(LibrarySection::health());
+    settle();
+    QVERIFY(report->isVisible());
+    QCOMPARE(collection->title(), QStringLiteral("Library Health"));
+    QCOMPARE(collection->subtitle(), QStringLiteral("3 problems"));
+    QVERIFY(!collection->searchField()->isEnabled());
+    const auto click = [&](const QString &subject, const QString &detailPart) {
+        HealthReportModel *model = report->model();
+        for (int r = 0; r < model->rowCount(); ++r) {
+            const QModelIndex index = model->index(r, 0);
+            if (model->rowKind(index) == HealthReportModel::RowKind::entry &&
+                index.data().toString() == subject &&
+                index.data(HealthReportRoles::secondaryText).toString().contains(detailPart)) {
+                report->list()->scrollTo(index);
+                QTest::mouseClick(report->list()->viewport(), Qt::LeftButton, {},
+                                  report->list()->visualRect(index).center());
+                return true;
+            }
+        }
+        return false;
+    };
+
+    QVERIFY(click(QStringLiteral("Spare"), QStringLiteral("no shortcuts")));
+    QCOMPARE(f.navigation->section(), LibrarySection::folder(spare->uuid()));
+    QVERIFY(!report->isVisible());
+
+    // A shortcut is selected among all of them, scrolled into view, whatever was searched.
+    collection->searchField()->setText(QStringLiteral("Filler"));
+    f.navigation->setSection(LibrarySection::health());
+    settle();
+    QVERIFY(click(QStringLiteral("Twin"), QStringLiteral("T2")));
+    QCOMPARE(f.navigation->section(), LibrarySection::all());
+    QCOMPARE(f.navigation->selectedShortcut(), twin);
+    QCOMPARE(collection->searchField()->text(), QString());
+    ShortcutGridView *view = collection->view();
+    QVERIFY(
+        view->viewport()->rect().intersects(view->visualRect(view->listModel()->indexOf(twin))));
+
+    // Fixed, the report says so.
+    twin->setName(QStringLiteral("Twin 2"));
+    f.context->deleteRecord(spare);
+    f.navigation->setSection(LibrarySection::health());
+    settle();
+    QCOMPARE(collection->subtitle(), QStringLiteral("0 problems"));
+    QCOMPARE(report->emptyState()->title(), QStringLiteral("No Problems Found"));
 }
 
 QTEST_MAIN(WindowTest)
