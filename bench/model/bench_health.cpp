@@ -39,6 +39,8 @@ void populate(ModelContext &ctx)
             item->setIdentifier(QStringLiteral("name:") + item->name());
         if (i % 107 == 0)
             item->setIsMissing(true);
+        if (i % 109 == 0)
+            item->setLastRunOutcome(RunOutcome::failed);
     }
     // Stale references, unreadable rules and empty records.
     ctx.deleteRecord(trees.tags.first());

@@ -21,16 +21,6 @@ QString isoText(const QDateTime &date)
     return date.toUTC().toString(Qt::ISODateWithMs);
 }
 
-QString durationText(qint64 ms)
-{
-    if (ms < 1000)
-        return QStringLiteral("%1 ms").arg(ms);
-    if (ms < 60000)
-        return QStringLiteral("%1 s").arg(QString::number(ms / 1000.0, 'f', 1));
-    return QStringLiteral("%1 min %2 s")
-        .arg(QString::number(ms / 60000), QString::number(ms / 1000 % 60));
-}
-
 // YYYY-MM-DD (the start of that day, UTC) or an ISO date and time.
 std::optional<QDateTime> parsedSince(const QString &text)
 {
@@ -43,23 +33,6 @@ std::optional<QDateTime> parsedSince(const QString &text)
     return std::nullopt;
 }
 } // namespace
-
-QString runEntrySummary(const RunEntry &entry)
-{
-    switch (entry.outcome) {
-    case RunOutcome::succeeded:
-        return entry.durationMs
-                   ? QStringLiteral("succeeded in %1").arg(durationText(*entry.durationMs))
-                   : QStringLiteral("succeeded");
-    case RunOutcome::failed:
-        return entry.durationMs
-                   ? QStringLiteral("failed after %1").arg(durationText(*entry.durationMs))
-                   : QStringLiteral("failed");
-    case RunOutcome::none:
-        break;
-    }
-    return QStringLiteral("unfinished");
-}
 
 QJsonObject runEntryJson(const RunEntry &entry, const ShortcutItem *item)
 {

@@ -19,5 +19,3 @@ void installClearHistoryEndpoint(InstanceChannel &channel, ModelContext &context
 
 // One entry as the history command's --json prints it (and show's latestOutcome).
 QJsonObject runEntryJson(const RunEntry &entry, const ShortcutItem *item);
-// "succeeded in 1.2 s", "failed after 300 ms", "unfinished".
-QString runEntrySummary(const RunEntry &entry);

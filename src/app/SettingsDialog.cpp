@@ -15,7 +15,8 @@ SettingsDialog::SettingsDialog(AppUpdater &updater, QWidget *parent)
           new QCheckBox(QStringLiteral("Folders include shortcuts from their subfolders"))),
       m_automaticUpdates(new QCheckBox(QStringLiteral("Check for updates automatically"))),
       m_linksRunWithoutAsking(
-          new QCheckBox(QStringLiteral("Links may run shortcuts without asking")))
+          new QCheckBox(QStringLiteral("Links may run shortcuts without asking"))),
+      m_keepRunHistory(new QCheckBox(QStringLiteral("Keep run history")))
 {
     setObjectName(QStringLiteral("settingsDialog"));
     setWindowTitle(QStringLiteral("Settings"));
@@ -24,12 +25,13 @@ SettingsDialog::SettingsDialog(AppUpdater &updater, QWidget *parent)
     m_includeSubfolders->setObjectName(QStringLiteral("includeSubfoldersToggle"));
     m_automaticUpdates->setObjectName(QStringLiteral("automaticUpdatesToggle"));
     m_linksRunWithoutAsking->setObjectName(QStringLiteral("linksRunWithoutAskingToggle"));
+    m_keepRunHistory->setObjectName(QStringLiteral("keepRunHistoryToggle"));
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 20, 24, 16);
     layout->setSpacing(10);
     for (QCheckBox *box : {m_syncOnLaunch, m_doubleClickRuns, m_includeSubfolders,
-                           m_automaticUpdates, m_linksRunWithoutAsking})
+                           m_automaticUpdates, m_linksRunWithoutAsking, m_keepRunHistory})
         layout->addWidget(box);
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
@@ -44,6 +46,7 @@ SettingsDialog::SettingsDialog(AppUpdater &updater, QWidget *parent)
             &WindowSettings::setIncludeSubfolders);
     connect(m_linksRunWithoutAsking, &QCheckBox::toggled, &settings,
             &WindowSettings::setLinksRunWithoutAsking);
+    connect(m_keepRunHistory, &QCheckBox::toggled, &settings, &WindowSettings::setKeepRunHistory);
     connect(m_automaticUpdates, &QCheckBox::toggled, &updater,
             &AppUpdater::setAutomaticallyChecksForUpdates);
     connect(&settings, &WindowSettings::changed, this, &SettingsDialog::reload);
@@ -55,10 +58,11 @@ void SettingsDialog::reload()
 {
     const WindowSettings &settings = WindowSettings::shared();
     const QSignalBlocker a(m_syncOnLaunch), b(m_doubleClickRuns), c(m_includeSubfolders),
-        d(m_automaticUpdates), e(m_linksRunWithoutAsking);
+        d(m_automaticUpdates), e(m_linksRunWithoutAsking), f(m_keepRunHistory);
     m_syncOnLaunch->setChecked(settings.syncOnLaunch());
     m_doubleClickRuns->setChecked(settings.doubleClickRuns());
     m_includeSubfolders->setChecked(settings.includeSubfolders());
     m_automaticUpdates->setChecked(m_updater.automaticallyChecksForUpdates());
     m_linksRunWithoutAsking->setChecked(settings.linksRunWithoutAsking());
+    m_keepRunHistory->setChecked(settings.keepRunHistory());
 }

@@ -16,6 +16,7 @@ public:
     QCheckBox *includeSubfolders() const { return m_includeSubfolders; }
     QCheckBox *automaticUpdates() const { return m_automaticUpdates; }
     QCheckBox *linksRunWithoutAsking() const { return m_linksRunWithoutAsking; }
+    QCheckBox *keepRunHistory() const { return m_keepRunHistory; }
     // Shows the stored values again.
     void reload();
 
@@ -26,4 +27,5 @@ private:
     QCheckBox *m_includeSubfolders;
     QCheckBox *m_automaticUpdates;
     QCheckBox *m_linksRunWithoutAsking;
+    QCheckBox *m_keepRunHistory;
 };

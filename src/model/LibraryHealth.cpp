@@ -104,6 +104,8 @@ LibraryHealth LibraryHealth::of(const ModelContext &context, const QDateTime &no
         const unsigned hazards = NameHazards::of(item->name());
         if (hazards)
             add(Kind::unsafeName, item, int(hazards));
+        if (item->lastRunOutcome() == RunOutcome::failed)
+            add(Kind::lastRunFailed, item);
         if (placeholder) {
             add(Kind::unlinkedPlaceholder, item);
             continue;

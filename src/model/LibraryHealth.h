@@ -17,6 +17,7 @@ struct HealthFinding {
         deletedReference,
         unlinkedPlaceholder,
         organisedMissing,
+        lastRunFailed,
         notRunRecently,
         emptyFolder,
         emptyTag,

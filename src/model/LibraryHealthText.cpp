@@ -46,6 +46,11 @@ constexpr KindText kindTexts[] = {
      "which now show only under Missing from Shortcuts.",
      "If you recreated it under another name, give it the old name and sync to link it back; "
      "otherwise right-click it and choose Remove from Library."},
+    {Kind::lastRunFailed, "lastRunFailed", "Last run failed",
+     "The last run Thimblecraft knows of ended with an error, so whatever relies on this shortcut "
+     "may not have happened.",
+     "Select the shortcut and open its run under History to read the error, fix the shortcut in "
+     "the Shortcuts app, then run it again."},
     {Kind::notRunRecently, "notRunRecently", "Not run in 180 days",
      "In the library for more than 180 days without a run Thimblecraft knows of. Runs from the "
      "Shortcuts app count once Thimblecraft can read the Shortcuts folder.",
@@ -190,6 +195,11 @@ QString HealthFinding::detail() const
             kept.append(QStringLiteral("favorite mark"));
         return QStringLiteral("keeps ") + kept.join(QStringLiteral(", "));
     }
+    case Kind::lastRunFailed:
+        if (!item)
+            return {};
+        return item->lastRunAt() ? QStringLiteral("failed ") + isoDate(*item->lastRunAt())
+                                 : QStringLiteral("failed");
     case Kind::notRunRecently:
         if (!item)
             return {};

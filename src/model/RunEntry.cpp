@@ -28,27 +28,45 @@ QString RunEntry::firstLine() const
     return (end < 0 ? text : text.left(end)).trimmed();
 }
 
+namespace {
+struct SourceNames {
+    RunSource source;
+    const char *stored;
+    const char *title;
+};
+constexpr SourceNames sourceNames[] = {
+    {RunSource::window, "window", "Window"},
+    {RunSource::commandLine, "commandLine", "Command Line"},
+    {RunSource::link, "link", "Link"},
+    {RunSource::callback, "callback", "Callback"},
+};
+
+const SourceNames *namesOf(RunSource source)
+{
+    for (const SourceNames &names : sourceNames)
+        if (names.source == source)
+            return &names;
+    return nullptr;
+}
+} // namespace
+
 QString storedName(RunSource source)
 {
-    switch (source) {
-    case RunSource::window:
-        return QStringLiteral("window");
-    case RunSource::commandLine:
-        return QStringLiteral("commandLine");
-    case RunSource::link:
-        return QStringLiteral("link");
-    case RunSource::callback:
-        return QStringLiteral("callback");
-    }
-    return {};
+    const SourceNames *names = namesOf(source);
+    return names ? QString::fromLatin1(names->stored) : QString();
+}
+
+QString title(RunSource source)
+{
+    const SourceNames *names = namesOf(source);
+    return names ? QString::fromLatin1(names->title) : QString();
 }
 
 std::optional<RunSource> runSourceFromStoredName(const QString &name)
 {
-    for (RunSource s :
-         {RunSource::window, RunSource::commandLine, RunSource::link, RunSource::callback})
-        if (storedName(s) == name)
-            return s;
+    for (const SourceNames &names : sourceNames)
+        if (name == QLatin1String(names.stored))
+            return names.source;
     return std::nullopt;
 }
 
@@ -59,6 +77,33 @@ QString storedName(RunOutcome outcome)
         return QStringLiteral("succeeded");
     case RunOutcome::failed:
         return QStringLiteral("failed");
+    case RunOutcome::none:
+        break;
+    }
+    return QStringLiteral("unfinished");
+}
+
+QString runDurationText(qint64 ms)
+{
+    if (ms < 1000)
+        return QStringLiteral("%1 ms").arg(ms);
+    if (ms < 60000)
+        return QStringLiteral("%1 s").arg(QString::number(ms / 1000.0, 'f', 1));
+    return QStringLiteral("%1 min %2 s")
+        .arg(QString::number(ms / 60000), QString::number(ms / 1000 % 60));
+}
+
+QString runEntrySummary(const RunEntry &entry)
+{
+    switch (entry.outcome) {
+    case RunOutcome::succeeded:
+        return entry.durationMs
+                   ? QStringLiteral("succeeded in %1").arg(runDurationText(*entry.durationMs))
+                   : QStringLiteral("succeeded");
+    case RunOutcome::failed:
+        return entry.durationMs
+                   ? QStringLiteral("failed after %1").arg(runDurationText(*entry.durationMs))
+                   : QStringLiteral("failed");
     case RunOutcome::none:
         break;
     }

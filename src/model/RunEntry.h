@@ -38,12 +38,19 @@ struct RunEntry {
 // "window", "commandLine", "link", "callback"; nothing for an unknown name.
 QString storedName(RunSource source);
 std::optional<RunSource> runSourceFromStoredName(const QString &name);
+// "Window", "Command Line", "Link", "Callback".
+QString title(RunSource source);
 // "succeeded", "failed", "unfinished".
 QString storedName(RunOutcome outcome);
+// "450 ms", "1.2 s", "2 min 5 s".
+QString runDurationText(qint64 ms);
+// "succeeded in 1.2 s", "failed after 300 ms", "unfinished".
+QString runEntrySummary(const RunEntry &entry);
 
 // Which entries to read, newest first.
 struct RunHistoryFilter {
-    qint64 itemId = 0; // 0: every shortcut
+    qint64 itemId = 0;  // 0: every shortcut
+    qint64 entryId = 0; // 0: every entry
     std::optional<QDateTime> since;
     bool failedOnly = false;
     int limit = -1; // -1: all

@@ -90,6 +90,8 @@ QList<RunEntry> LibraryStore::runHistory(const RunHistoryFilter &filter, QString
                                  "text, source FROM run_history WHERE 1");
     if (filter.itemId)
         sql += QStringLiteral(" AND item_id = :item");
+    if (filter.entryId)
+        sql += QStringLiteral(" AND id = :entry");
     if (filter.since)
         sql += QStringLiteral(" AND started_at >= :since");
     if (filter.failedOnly)
@@ -104,6 +106,8 @@ QList<RunEntry> LibraryStore::runHistory(const RunHistoryFilter &filter, QString
     int index = 1;
     if (filter.itemId)
         st.bind(index++, filter.itemId);
+    if (filter.entryId)
+        st.bind(index++, filter.entryId);
     if (filter.since)
         st.bind(index++, toSeconds(*filter.since));
     st.bind(index, qint64(filter.limit));

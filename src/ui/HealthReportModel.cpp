@@ -26,6 +26,8 @@ QString kindSymbol(Kind kind)
         return QStringLiteral("questionmark.circle");
     case Kind::organisedMissing:
         return QStringLiteral("questionmark.folder");
+    case Kind::lastRunFailed:
+        return QStringLiteral("exclamationmark.triangle.fill");
     case Kind::notRunRecently:
         return QStringLiteral("moon.zzz");
     case Kind::emptyFolder:

@@ -13,6 +13,8 @@ enum Role {
     isRunning,
     // Bumped whenever the model hears that the record changed: keys decoded-icon caches.
     revision,
+    // The last run the library knows of ended in an error.
+    lastRunFailed,
 };
 } // namespace ShortcutRoles
 
@@ -47,3 +49,14 @@ enum Role {
     secondaryText,
 };
 } // namespace HealthReportRoles
+
+// Roles of the run history's model (RunHistoryModel). The display role is the first line of the
+// output or error, with invisible characters escaped.
+namespace RunHistoryRoles {
+enum Role {
+    // RunOutcome as an int.
+    outcome = Qt::UserRole + 300,
+    // When it started, relative to now, and how long it took: "5 minutes ago · 1.2 s".
+    when,
+};
+} // namespace RunHistoryRoles

@@ -27,6 +27,9 @@ public:
     // "linksRunWithoutAsking": false when absent, so that a web page cannot run things silently.
     bool linksRunWithoutAsking() const;
     void setLinksRunWithoutAsking(bool on);
+    // "keepRunHistory": runs are recorded in the run history; true when absent.
+    bool keepRunHistory() const;
+    void setKeepRunHistory(bool on);
     // "sortKey", "sortAscending".
     ShortcutSort sortKey() const;
     void setSortKey(ShortcutSort key);

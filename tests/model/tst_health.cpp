@@ -98,6 +98,17 @@ const QList<Case> &cases()
          },
          {"notRunRecently: Forgotten · never run; added 2023-11-02",
           "notRunRecently: Dormant · last run 2023-11-02"}},
+        {"last run failed",
+         [](ModelContext &c) {
+             ShortcutItem *broken = add(c, QStringLiteral("Backup"));
+             broken->setLastRunAt(daysAgo(1));
+             broken->setLastRunOutcome(RunOutcome::failed);
+             // Gone from Shortcuts: its failure is no longer anyone's problem.
+             ShortcutItem *gone = add(c, QStringLiteral("Old Backup"));
+             gone->setIsMissing(true);
+             gone->setLastRunOutcome(RunOutcome::failed);
+         },
+         {"lastRunFailed: Backup · failed 2024-04-30"}},
         {"unreadable rules",
          [](ModelContext &c) {
              c.insert(new SmartList(QStringLiteral("Damaged"), SmartRuleSet()))

@@ -5,6 +5,7 @@
 #include "app/SettingsDialog.h"
 #include "common/ItemNames.h"
 #include "model/LibraryFolder.h"
+#include "model/LibrarySettings.h"
 #include "model/SmartList.h"
 #include "model/SmartRuleSet.h"
 #include "shortcuts/FolderChooser.h"
@@ -66,6 +67,7 @@ private slots:
     void inspectorAndFavoriteButton();
     void callbackUrlReachesRunner();
     void healthReportSelectsWhatItNames();
+    void failedRunsAreMarkedAndHistoryClears();
 };
 
 void WindowTest::sectionsFillTheCollection()
@@ -310,6 +312,10 @@ void WindowTest::settingsTogglesPersist()
         dialog.includeSubfolders()->click();
         dialog.syncOnLaunch()->click();
         dialog.automaticUpdates()->setChecked(false);
+        QCOMPARE(dialog.keepRunHistory()->text(), QStringLiteral("Keep run history"));
+        QVERIFY(dialog.keepRunHistory()->isChecked());
+        dialog.keepRunHistory()->click();
+        QVERIFY(!LibrarySettings::keepRunHistory());
     }
     QSettings reread(f.dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
     QCOMPARE(reread.value("doubleClickRuns").toBool(), false);
@@ -321,6 +327,9 @@ void WindowTest::settingsTogglesPersist()
     QVERIFY(!again.includeSubfolders()->isChecked());
     QVERIFY(again.syncOnLaunch()->isChecked());
     QVERIFY(!again.automaticUpdates()->isChecked());
+    QVERIFY(!again.keepRunHistory()->isChecked());
+    WindowSettings::shared().setKeepRunHistory(true);
+    QVERIFY(again.keepRunHistory()->isChecked());
 }
 
 void WindowTest::menuCommandsEnableAsWritten()
@@ -339,7 +348,7 @@ void WindowTest::menuCommandsEnableAsWritten()
                           "Install Helper Shortcut…", "Run Helper Shortcut (Icons & Dates)",
                           "Retry Icons from Shortcuts Events", "-",
                           "Link Shortcuts Database for App Icons…", "-", "Export Organisation…",
-                          "Import Organisation…"}));
+                          "Import Organisation…", "-", "Clear Run History"}));
     QCOMPARE(commands.sync()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_R));
     QCOMPARE(commands.runSelected()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Return));
     QVERIFY(commands.sync()->isEnabled());
@@ -390,9 +399,10 @@ void WindowTest::shortcutsFolderIsCheckedAndCanChange()
     FolderChooser::answerNextWith(shortcuts.path());
     TRIGGER_ACTION(commands.database());
     QVERIFY(ShortcutsDatabase::hasFolderAccess());
-    QCOMPARE(displayedTexts(commands.fileMenu()).mid(7),
-             (QStringList{"Refresh App Icons from Shortcuts Database", "Choose Shortcuts Folder…",
-                          "-", "Export Organisation…", "Import Organisation…"}));
+    QCOMPARE(
+        displayedTexts(commands.fileMenu()).mid(7),
+        (QStringList{"Refresh App Icons from Shortcuts Database", "Choose Shortcuts Folder…", "-",
+                     "Export Organisation…", "Import Organisation…", "-", "Clear Run History"}));
     FolderChooser::answerNextWith(std::nullopt);
     TRIGGER_ACTION(commands.chooseFolder()); // cancelled: the link stays
     QVERIFY(ShortcutsDatabase::hasFolderAccess());
@@ -609,6 +619,70 @@ void WindowTest::healthReportSelectsWhatItNames()
     settle();
     QCOMPARE(collection->subtitle(), QStringLiteral("0 problems"));
     QCOMPARE(report->emptyState()->title(), QStringLiteral("No Problems Found"));
+}
+
+void WindowTest::failedRunsAreMarkedAndHistoryClears()
+{
+    WindowFixture f(false, true);
+    SimulatedShortcut &broken = f.add(QStringLiteral("B1"), QStringLiteral("Backup"));
+    broken.run.errorNumber = -1;
+    broken.run.errorMessage = QStringLiteral("The disk is full.");
+    f.publish();
+    f.sync();
+    ShortcutItem *item = f.item(QStringLiteral("Backup"));
+    LibraryWindow &window = f.open();
+    AppUpdater updater;
+    LibraryCommands commands(window, updater);
+    ShortcutGridView *view = window.collection()->view();
+    const auto marked = [&] {
+        const QModelIndex index = view->listModel()->indexOf(item);
+        QAccessibleInterface *tile =
+            QAccessible::queryAccessibleInterface(view)->child(index.row());
+        const QString name = tile->text(QAccessible::Name);
+        const QString tip = view->toolTipAt(view->visualRect(index).bottomLeft() + QPoint(4, -4));
+        return name == QStringLiteral("Backup, last run failed") &&
+               tip == QStringLiteral("Backup\nLast run failed");
+    };
+    settle();
+    QVERIFY(!marked());
+    emit commands.fileMenu()->aboutToShow();
+    QVERIFY(!commands.clearRunHistory()->isEnabled());
+
+    // The mark comes with a failed run and goes with the next one that succeeds, in both views.
+    f.runner->run(item);
+    QTRY_COMPARE(item->lastRunOutcome(), RunOutcome::failed);
+    for (const auto mode : {WindowSettings::ViewMode::grid, WindowSettings::ViewMode::list}) {
+        WindowSettings::shared().setViewMode(mode);
+        settle();
+        QVERIFY(marked());
+    }
+    f.library.shortcuts.first().run = {};
+    f.publish();
+    f.runner->run(item);
+    QTRY_COMPARE(item->lastRunOutcome(), RunOutcome::succeeded);
+    settle();
+    QVERIFY(!marked());
+
+    // Clear Run History asks first; only its own button clears, and the counts stay.
+    RunHistoryFilter all;
+    QCOMPARE(f.context->runHistory(all).size(), 2);
+    for (const QMessageBox::ButtonRole answer :
+         {QMessageBox::RejectRole, QMessageBox::DestructiveRole}) {
+        emit commands.fileMenu()->aboutToShow();
+        TRIGGER_ACTION(commands.clearRunHistory());
+        QMessageBox *question =
+            window.findChild<QMessageBox *>(QStringLiteral("clearRunHistoryQuestion"));
+        QVERIFY(question);
+        QCOMPARE(question->defaultButton(), question->button(QMessageBox::Cancel));
+        for (QAbstractButton *button : question->buttons())
+            if (question->buttonRole(button) == answer)
+                button->click();
+        QTRY_VERIFY(!window.findChild<QMessageBox *>(QStringLiteral("clearRunHistoryQuestion")));
+        QCOMPARE(f.context->runHistory(all).isEmpty(), answer == QMessageBox::DestructiveRole);
+    }
+    QCOMPARE(item->runCount(), qint64(2));
+    emit commands.fileMenu()->aboutToShow();
+    QVERIFY(!commands.clearRunHistory()->isEnabled());
 }
 
 QTEST_MAIN(WindowTest)
