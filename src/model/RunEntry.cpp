@@ -24,8 +24,17 @@ QString RunEntry::capped(const QString &text)
 
 QString RunEntry::firstLine() const
 {
-    const qsizetype end = text.indexOf(QLatin1Char('\n'));
-    return (end < 0 ? text : text.left(end)).trimmed();
+    // Outputs often start with an empty line; that says nothing about the run.
+    for (qsizetype start = 0; start < text.size();) {
+        qsizetype end = text.indexOf(QLatin1Char('\n'), start);
+        if (end < 0)
+            end = text.size();
+        const QString line = text.mid(start, end - start).trimmed();
+        if (!line.isEmpty())
+            return line;
+        start = end + 1;
+    }
+    return {};
 }
 
 namespace {

@@ -31,7 +31,7 @@ struct RunEntry {
 
     // text cut to maxTextBytes with a visible "…(truncated)" at the end.
     static QString capped(const QString &text);
-    // The first line of the text, for a one-line summary.
+    // The first line of the text that is not blank, for a one-line summary.
     QString firstLine() const;
 };
 

@@ -440,7 +440,7 @@ void TestDetail::historyRowsOpenTheirRuns()
 {
     ShortcutItem *quiet = addShortcut(QStringLiteral("Quiet"));
     ShortcutItem *item = addShortcut(QStringLiteral("Backup"));
-    RunEntry withInput = run(RunOutcome::succeeded, QStringLiteral("Saved 3 files\nmore"), 9);
+    RunEntry withInput = run(RunOutcome::succeeded, QStringLiteral(" \nSaved 3 files\nmore"), 9);
     withInput.input = QStringLiteral("~/Documents");
     QList<RunEntry> runs{withInput};
     for (int i = 0; i < 5; ++i)
@@ -493,7 +493,9 @@ void TestDetail::historyRowsOpenTheirRuns()
     QCOMPARE(history->sheet()->entryView()->inputText()->toPlainText(),
              QStringLiteral("~/Documents"));
     QCOMPARE(history->sheet()->entryView()->outputText()->toPlainText(),
-             QStringLiteral("Saved 3 files\nmore"));
+             QStringLiteral(" \nSaved 3 files\nmore"));
+    QCOMPARE(RunRow::summaryLine(history->rows().first()->entry()),
+             QStringLiteral("Saved 3 files"));
     QVERIFY(m_host->scripts().isEmpty());
     QCOMPARE(item->runCount(), qint64(0));
 }
