@@ -5,6 +5,8 @@
 #include "app/CommandLine.h"
 #include "app/ConsoleOutput.h"
 #include "app/DataDirectory.h"
+#include "app/HistoryCommand.h"
+#include "app/HealthCommand.h"
 #include "app/IntentCommand.h"
 #include "app/ListCommand.h"
 #include "app/OpenCommand.h"
@@ -90,7 +92,13 @@ int runThimblecraft(int argc, char *argv[])
     case CommandLine::Command::tags:
     case CommandLine::Command::smartLists:
     case CommandLine::Command::show:
+    case CommandLine::Command::history:
+    case CommandLine::Command::health:
     case CommandLine::Command::exportOrganisation: {
+        if (commandLine->command == CommandLine::Command::history && commandLine->clear) {
+            QCoreApplication app(argc, argv);
+            return runClearHistoryCommand(*commandLine);
+        }
         QCoreApplication app(argc, argv);
         // Held while reading when free: no owner can start writing under this reader.
         OwnerLock::Outcome outcome;
@@ -112,8 +120,12 @@ int runThimblecraft(int argc, char *argv[])
             return runSmartListsCommand(*context, *commandLine);
         case CommandLine::Command::show:
             return runShowCommand(*context, *commandLine);
+        case CommandLine::Command::health:
+            return runHealthCommand(*context, *commandLine);
         case CommandLine::Command::exportOrganisation:
             return runExportCommand(*context, *commandLine);
+        case CommandLine::Command::history:
+            return runHistoryCommand(*context, *commandLine);
         default:
             return runListCommand(*context, *commandLine);
         }

@@ -56,6 +56,29 @@ const CommandInfo kCommands[] = {
      "thimblecraft show SHORTCUT [--json]\n"
      "  Prints every field of one shortcut, its folder path and tags.\n"
      "  SHORTCUT is an identifier, a name, or name:NAME.\n"},
+    {Command::history, "history",
+     "thimblecraft history [SHORTCUT] [--since DATE] [--failed] [--json]\n"
+     "thimblecraft history --clear [SHORTCUT]\n"
+     "  Prints the run history, newest first: when each run started, how long it took,\n"
+     "  whether it succeeded, where it came from and the first line of its output or error.\n"
+     "  SHORTCUT: only that shortcut's runs. --since DATE: runs from then on (YYYY-MM-DD,\n"
+     "  or an ISO date and time). --failed: only failed runs. --clear removes the history\n"
+     "  (of SHORTCUT, or all of it) through the running Thimblecraft.\n"
+     "  --json keys: id, shortcut, identifier, startedAt, durationMs, hasInput, input,\n"
+     "  outcome (succeeded|failed|unfinished), output, error, source (window|commandLine|\n"
+     "  link|callback).\n"},
+    {Command::health, "health",
+     "thimblecraft health [--json]\n"
+     "  Checks the library for what makes shortcuts fail or hard to find: names several\n"
+     "  shortcuts share, names with spaces at the ends, line breaks, control characters,\n"
+     "  double quotes or backslashes, placeholders never linked, missing shortcuts that\n"
+     "  keep notes, tags, a folder or a favourite mark, shortcuts not run in 180 days,\n"
+     "  smart lists whose rules cannot be read or name deleted folders or tags, and empty\n"
+     "  folders and tags. Prints them grouped, with what each means and how to fix it.\n"
+     "  --json keys: problemCount, groups (kind, title, explanation, fix, findings); a\n"
+     "  finding has record (shortcut|folder|tag|smartList), name, detail, and identifier\n"
+     "  (shortcuts), uuid (the others) and path (folders and tags).\n"
+     "  Exit code 1 when it finds problems, 0 when it finds none.\n"},
     {Command::run, "run",
      "thimblecraft run SHORTCUT [--input TEXT | --input-file FILE | --input -] [--json]\n"
      "  Runs a shortcut through the running Thimblecraft (one is started without a window\n"
@@ -65,7 +88,7 @@ const CommandInfo kCommands[] = {
     {Command::open, "open",
      "thimblecraft open [SECTION | --shortcut SHORTCUT]\n"
      "  Brings the window forward (starting it if needed) at a section (as in list\n"
-     "  --section) or with a shortcut selected.\n"},
+     "  --section, or health for the health report) or with a shortcut selected.\n"},
     {Command::quickRun, "quick-run",
      "thimblecraft quick-run\n"
      "  Opens Quick Run over the window (starting Thimblecraft if needed): type a few\n"
@@ -117,8 +140,8 @@ const CommandInfo *infoNamed(const QString &name)
 bool takesJson(Command c)
 {
     return c == Command::list || c == Command::folders || c == Command::tags ||
-           c == Command::smartLists || c == Command::show || c == Command::run ||
-           c == Command::importOrganisation;
+           c == Command::smartLists || c == Command::show || c == Command::health ||
+           c == Command::run || c == Command::importOrganisation || c == Command::history;
 }
 } // namespace
 
@@ -142,8 +165,8 @@ QString CommandLine::usage(Command command)
         "  --quick-run       open the window with Quick Run over it\n"
         "\n"
         "One process writes a library at a time: the window, or a windowless Thimblecraft.\n"
-        "sync, run, intent, import and backup hand their work to it when it runs; list,\n"
-        "folders, tags, smart-lists, show and export only read.\n"
+        "sync, run, intent, import, backup and history --clear hand their work to it when it\n"
+        "runs; list, folders, tags, smart-lists, show, health, history and export only read.\n"
         "\n");
     return text + kCommonOptions + QLatin1Char('\n') + kExitCodes;
 }
@@ -151,7 +174,8 @@ QString CommandLine::usage(Command command)
 bool CommandLine::onlyReads() const
 {
     return command == Command::list || command == Command::backup || command == Command::folders ||
-           command == Command::tags || command == Command::smartLists || command == Command::show;
+           command == Command::tags || command == Command::smartLists || command == Command::show ||
+           command == Command::health || (command == Command::history && !clear);
 }
 
 std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QString *error)
@@ -194,6 +218,9 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
         break;
     case Command::open:
         positional(cl.section);
+        break;
+    case Command::history:
+        positional(cl.shortcut);
         break;
     case Command::exportOrganisation:
         if (i < arguments.size() &&
@@ -241,6 +268,13 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
                 return fail(QStringLiteral("--search needs a text"));
         } else if (a == QLatin1String("--dry-run") && cl.command == Command::importOrganisation) {
             cl.dryRun = true;
+        } else if (a == QLatin1String("--since") && cl.command == Command::history) {
+            if (!value(cl.since) || cl.since.isEmpty())
+                return fail(QStringLiteral("--since needs a date"));
+        } else if (a == QLatin1String("--failed") && cl.command == Command::history) {
+            cl.failedOnly = true;
+        } else if (a == QLatin1String("--clear") && cl.command == Command::history) {
+            cl.clear = true;
         } else if (a == QLatin1String("--force") && cl.command == Command::backup) {
             cl.force = true;
         } else if (a == QLatin1String("--input") && cl.command == Command::run) {
@@ -267,6 +301,8 @@ std::optional<CommandLine> CommandLine::parse(const QStringList &arguments, QStr
             cl.intentArguments << a << arguments[++i];
         } else if (a.startsWith(QLatin1String("-"))) {
             return fail(QStringLiteral("unknown option %1").arg(a));
+        } else if (cl.command == Command::history && cl.shortcut.isEmpty()) {
+            cl.shortcut = a; // after the options: history --clear SHORTCUT
         } else if (cl.command == Command::window && a.startsWith(QLatin1String("thimblecraft:"))) {
             cl.positional.append(a);
         } else {

@@ -19,11 +19,13 @@ struct CommandLine {
         tags,
         smartLists,
         show,
+        health,
         run,
         open,
         quickRun,
         exportOrganisation,
         importOrganisation,
+        history,
     };
     Command command = Command::window;
     // The command whose help was asked for (`thimblecraft run --help`); window means all.
@@ -53,6 +55,10 @@ struct CommandLine {
     QString exportFile;
     QString importFile;
     bool dryRun = false;
+    // history [SHORTCUT] [--since DATE] [--failed] [--clear]
+    QString since;
+    bool failedOnly = false;
+    bool clear = false;
 
     static std::optional<CommandLine> parse(const QStringList &arguments, QString *error);
     // The overview, or one command's help.

@@ -2,6 +2,7 @@
 
 #include "app/AppUpdater.h"
 #include "app/OrganisationMenu.h"
+#include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/ShortcutsDatabase.h"
 #include "sync/LibrarySyncController.h"
@@ -15,6 +16,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPushButton>
 
 namespace {
 QString databaseTitle()
@@ -22,6 +24,43 @@ QString databaseTitle()
     return ShortcutsDatabase::hasFolderAccess()
                ? QStringLiteral("Refresh App Icons from Shortcuts Database")
                : QStringLiteral("Link Shortcuts Database for App Icons…");
+}
+
+// Asks first, since the runs cannot be brought back; what the records say about their last run
+// stays.
+void askToClearRunHistory(LibraryWindow &window)
+{
+    auto *question = new QMessageBox(QMessageBox::Warning, QStringLiteral("Clear Run History"),
+                                     QStringLiteral("Clear the run history of every shortcut?"),
+                                     QMessageBox::NoButton, &window);
+    question->setObjectName(QStringLiteral("clearRunHistoryQuestion"));
+    question->setTextFormat(Qt::PlainText);
+    PlainText::setInformativeText(
+        question, QStringLiteral("Every recorded run, with its input and output, is removed. Run "
+                                 "counts and last run dates stay. This cannot be undone."));
+    QPushButton *clear =
+        question->addButton(QStringLiteral("Clear History"), QMessageBox::DestructiveRole);
+    question->addButton(QMessageBox::Cancel);
+    question->setDefaultButton(QMessageBox::Cancel);
+    question->setAttribute(Qt::WA_DeleteOnClose);
+    QPointer<LibraryWindow> target(&window);
+    QObject::connect(question, &QMessageBox::finished, &window, [question, clear, target] {
+        if (!target || question->clickedButton() != clear)
+            return;
+        ModelContext &context = target->context();
+        context.clearRunHistory();
+        QString error;
+        if (context.save(&error))
+            return;
+        auto *alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("Thimblecraft"),
+                                      QStringLiteral("The run history couldn’t be cleared."),
+                                      QMessageBox::Ok, target);
+        alert->setTextFormat(Qt::PlainText);
+        PlainText::setInformativeText(alert, error);
+        alert->setAttribute(Qt::WA_DeleteOnClose);
+        alert->open();
+    });
+    question->open();
 }
 
 // With choose, always asks for the folder first (to link another one).
@@ -115,6 +154,11 @@ LibraryCommands::LibraryCommands(LibraryWindow &window, AppUpdater &updater, QOb
             &LibraryCommands::refresh);
     m_fileMenu->addSeparator();
     addOrganisationCommands(m_fileMenu, m_window, &m_exportOrganisation, &m_importOrganisation);
+    m_fileMenu->addSeparator();
+    m_clearRunHistory = add(m_fileMenu, QStringLiteral("Clear Run History"),
+                            QStringLiteral("clearRunHistoryCommand"));
+    connect(m_clearRunHistory, &QAction::triggered, this,
+            [this] { askToClearRunHistory(m_window); });
 
     // The menus are rebuilt (re-read) each time they open.
     connect(m_fileMenu, &QMenu::aboutToShow, this, &LibraryCommands::refresh);
@@ -141,4 +185,7 @@ void LibraryCommands::refresh()
     m_runSelected->setEnabled(m_window.navigation().selectedShortcut() != nullptr);
     m_database->setText(databaseTitle());
     m_chooseFolder->setVisible(ShortcutsDatabase::hasFolderAccess());
+    RunHistoryFilter any;
+    any.limit = 1;
+    m_clearRunHistory->setEnabled(!m_window.context().runHistory(any).isEmpty());
 }

@@ -9,8 +9,9 @@ class QAction;
 class QMenu;
 
 // The window's menu commands: the application menu's "Check for Updates…" (with About,
-// Settings and Quit beside it) and the File menu's sync, run, Quick Run, helper-shortcut, icon
-// and database commands. Key equivalents use Ctrl where the Mac has Command.
+// Settings and Quit beside it) and the File menu's sync, run, Quick Run, helper-shortcut, icon,
+// database, organisation and run history commands. Key equivalents use Ctrl where the Mac has
+// Command.
 class LibraryCommands : public QObject {
     Q_OBJECT
 public:
@@ -30,6 +31,7 @@ public:
     QAction *chooseFolder() const { return m_chooseFolder; }
     QAction *exportOrganisation() const { return m_exportOrganisation; }
     QAction *importOrganisation() const { return m_importOrganisation; }
+    QAction *clearRunHistory() const { return m_clearRunHistory; }
 
     // Re-reads every enabled state and the database command's title.
     void refresh();
@@ -56,4 +58,5 @@ private:
     QAction *m_database;
     QAction *m_exportOrganisation = nullptr;
     QAction *m_importOrganisation = nullptr;
+    QAction *m_clearRunHistory;
 };

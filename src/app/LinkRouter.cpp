@@ -56,12 +56,12 @@ void LinkRouter::open(const QString &urlText)
         return;
     }
     if (WindowSettings::shared().linksRunWithoutAsking()) {
-        m_window.runner().run(item, link->input);
+        m_window.runner().run(item, link->input, RunSource::link);
         return;
     }
     if (m_confirm) {
         if (m_confirm(item->name(), link->input))
-            m_window.runner().run(item, link->input);
+            m_window.runner().run(item, link->input, RunSource::link);
         return;
     }
     askToRun(item, link->input);

@@ -2,6 +2,7 @@
 
 #include "app/CommandLine.h"
 #include "app/ConsoleOutput.h"
+#include "app/HistoryCommand.h"
 #include "model/FlattenedTree.h"
 #include "model/LibraryLookup.h"
 #include "model/LibraryQuery.h"
@@ -161,11 +162,24 @@ int runShowCommand(const ModelContext &context, const CommandLine &commandLine)
     for (const Tag *tag : item->tags())
         tagPaths.append(LibraryLookup::pathText(tag));
     const QString folderPath = LibraryLookup::pathText(item->folder());
+    RunHistoryFilter latestRun;
+    latestRun.itemId = item->persistentId();
+    latestRun.limit = 1;
+    const QList<RunEntry> latest = context.runHistory(latestRun);
     if (commandLine.json) {
         QJsonObject object = shortcutItemJson(*item);
         object.insert(QStringLiteral("folderPath"), folderPath);
         object.insert(QStringLiteral("tagPaths"), QJsonArray::fromStringList(tagPaths));
+        object.insert(QStringLiteral("latestOutcome"),
+                      latest.isEmpty() ? QJsonValue() : runEntryJson(latest.first(), item));
         return printJson(object);
+    }
+    QString latestText;
+    if (!latest.isEmpty()) {
+        const RunEntry &run = latest.first();
+        latestText = dateText(run.startedAt) + QStringLiteral(", ") + runEntrySummary(run);
+        if (!run.firstLine().isEmpty())
+            latestText += QStringLiteral(": ") + run.firstLine();
     }
     const QList<std::pair<QString, QString>> rows{
         {QStringLiteral("Identifier"), item->identifier()},
@@ -183,6 +197,7 @@ int runShowCommand(const ModelContext &context, const CommandLine &commandLine)
         {QStringLiteral("Color"), item->colorHex()},
         {QStringLiteral("Runs"), QString::number(item->runCount())},
         {QStringLiteral("Last run"), dateText(item->lastRunAt())},
+        {QStringLiteral("Latest outcome"), latestText},
         {QStringLiteral("Created"), dateText(item->nativeCreatedAt())},
         {QStringLiteral("Modified"), dateText(item->nativeModifiedAt())},
         {QStringLiteral("Added"), dateText(std::optional<QDateTime>(item->firstSeenAt()))},

@@ -86,7 +86,7 @@ void installRunEndpoint(InstanceChannel &channel, ShortcutRunner &runner)
             std::optional<QString> input;
             if (inputValue.isString())
                 input = inputValue.toString();
-            auto running = target->runForOutcome(item, input);
+            auto running = target->runForOutcome(item, input, RunSource::commandLine);
             const auto outcome = co_await running;
             if (!outcome)
                 co_return replyWith(

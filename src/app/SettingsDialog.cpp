@@ -17,7 +17,8 @@ SettingsDialog::SettingsDialog(AppUpdater &updater, QWidget *parent)
       m_automaticUpdates(new QCheckBox(QStringLiteral("Check for updates automatically"))),
       m_linksRunWithoutAsking(
           new QCheckBox(QStringLiteral("Links may run shortcuts without asking"))),
-      m_showInTray(new QCheckBox(QStringLiteral("Show in the menu bar / system tray")))
+      m_showInTray(new QCheckBox(QStringLiteral("Show in the menu bar / system tray"))),
+      m_keepRunHistory(new QCheckBox(QStringLiteral("Keep run history")))
 {
     setObjectName(QStringLiteral("settingsDialog"));
     setWindowTitle(QStringLiteral("Settings"));
@@ -31,12 +32,14 @@ SettingsDialog::SettingsDialog(AppUpdater &updater, QWidget *parent)
         m_showInTray->setEnabled(false);
         m_showInTray->setToolTip(TrayPresence::unavailableReason());
     }
+    m_keepRunHistory->setObjectName(QStringLiteral("keepRunHistoryToggle"));
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(24, 20, 24, 16);
     layout->setSpacing(10);
-    for (QCheckBox *box : {m_syncOnLaunch, m_doubleClickRuns, m_includeSubfolders,
-                           m_automaticUpdates, m_linksRunWithoutAsking, m_showInTray})
+    for (QCheckBox *box :
+         {m_syncOnLaunch, m_doubleClickRuns, m_includeSubfolders, m_automaticUpdates,
+          m_linksRunWithoutAsking, m_showInTray, m_keepRunHistory})
         layout->addWidget(box);
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
@@ -52,6 +55,7 @@ SettingsDialog::SettingsDialog(AppUpdater &updater, QWidget *parent)
     connect(m_linksRunWithoutAsking, &QCheckBox::toggled, &settings,
             &WindowSettings::setLinksRunWithoutAsking);
     connect(m_showInTray, &QCheckBox::toggled, &settings, &WindowSettings::setShowInTray);
+    connect(m_keepRunHistory, &QCheckBox::toggled, &settings, &WindowSettings::setKeepRunHistory);
     connect(m_automaticUpdates, &QCheckBox::toggled, &updater,
             &AppUpdater::setAutomaticallyChecksForUpdates);
     connect(&settings, &WindowSettings::changed, this, &SettingsDialog::reload);
@@ -63,11 +67,12 @@ void SettingsDialog::reload()
 {
     const WindowSettings &settings = WindowSettings::shared();
     const QSignalBlocker a(m_syncOnLaunch), b(m_doubleClickRuns), c(m_includeSubfolders),
-        d(m_automaticUpdates), e(m_linksRunWithoutAsking), f(m_showInTray);
+        d(m_automaticUpdates), e(m_linksRunWithoutAsking), f(m_showInTray), g(m_keepRunHistory);
     m_syncOnLaunch->setChecked(settings.syncOnLaunch());
     m_doubleClickRuns->setChecked(settings.doubleClickRuns());
     m_includeSubfolders->setChecked(settings.includeSubfolders());
     m_automaticUpdates->setChecked(m_updater.automaticallyChecksForUpdates());
     m_linksRunWithoutAsking->setChecked(settings.linksRunWithoutAsking());
     m_showInTray->setChecked(settings.showInTray() && m_showInTray->isEnabled());
+    m_keepRunHistory->setChecked(settings.keepRunHistory());
 }

@@ -18,6 +18,7 @@ public:
     QCheckBox *linksRunWithoutAsking() const { return m_linksRunWithoutAsking; }
     // Disabled, with a tooltip saying why, where the desktop has no tray.
     QCheckBox *showInTray() const { return m_showInTray; }
+    QCheckBox *keepRunHistory() const { return m_keepRunHistory; }
     // Shows the stored values again.
     void reload();
 
@@ -29,4 +30,5 @@ private:
     QCheckBox *m_automaticUpdates;
     QCheckBox *m_linksRunWithoutAsking;
     QCheckBox *m_showInTray;
+    QCheckBox *m_keepRunHistory;
 };

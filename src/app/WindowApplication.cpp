@@ -110,6 +110,7 @@ int runWindowApplication(int argc, char *argv[], const QStringList &urlArguments
     FolderChooser::setShared(std::make_unique<FileDialogFolderChooser>());
     LibraryNavigation &navigation = LibraryNavigation::shared();
     ShortcutRunner &runner = ShortcutRunner::shared();
+    runner.setCallbackContext(&context);
     LibrarySyncController &syncer = LibrarySyncController::shared();
     LibraryWindow window(context, navigation, runner, syncer);
     LinkRouter links(window);

@@ -72,14 +72,21 @@ QList<ShortcutItem *> LibraryLookup::shortcutsFor(const ModelContext &context,
             return {item};
     const bool byName = reference.startsWith(kPlaceholderPrefix);
     const QString name = byName ? reference.mid(kPlaceholderPrefix.size()) : reference;
-    QList<ShortcutItem *> found;
-    for (ShortcutItem *item : items)
-        if (item->name() == name)
-            found.append(item);
+    QList<ShortcutItem *> found = shortcutsNamed(context, name);
     if (found.isEmpty())
         for (ShortcutItem *item : items)
             if (item->name().compare(name, Qt::CaseInsensitive) == 0)
                 found.append(item);
+    return found;
+}
+
+QList<ShortcutItem *> LibraryLookup::shortcutsNamed(const ModelContext &context,
+                                                    const QString &name)
+{
+    QList<ShortcutItem *> found;
+    for (ShortcutItem *item : context.shortcuts())
+        if (item->name() == name)
+            found.append(item);
     return found;
 }
 
@@ -157,6 +164,8 @@ QString LibraryLookup::ruleText(const SmartRule &rule, const ModelContext &conte
                  SmartRule::dayUnit(rule.days));
     case SmartRule::Kind::flag:
         return QStringLiteral("%1 %2").arg(field, SmartRule::boolLabel(rule.field, rule.boolValue));
+    case SmartRule::Kind::outcome:
+        return QStringLiteral("%1 is %2").arg(field, label(rule.runResult));
     case SmartRule::Kind::color:
         return QStringLiteral("%1 %2 %3")
             .arg(field, SmartRule::boolLabel(rule.field, rule.boolValue), rule.text);

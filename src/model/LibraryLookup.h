@@ -20,6 +20,8 @@ namespace LibraryLookup {
 // The shortcuts a reference names: an identifier, "name:" and a name, or a name. One item is an
 // answer; several are the candidates of an ambiguous name.
 QList<ShortcutItem *> shortcutsFor(const ModelContext &context, const QString &reference);
+// The shortcuts with exactly this name.
+QList<ShortcutItem *> shortcutsNamed(const ModelContext &context, const QString &name);
 
 // A folder or tag by uuid or by its path of names from the top ("Work/Clients"; " › " also
 // separates); names compare exactly first, then ignoring case.

@@ -101,6 +101,8 @@ QList<ShortcutItem *> LibraryQuery::items(const ModelContext &context,
             return {};
         return list->ruleSet().items(context.shortcuts());
     }
+    case Case::health:
+        return {};
     }
     return {};
 }

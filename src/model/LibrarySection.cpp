@@ -11,7 +11,7 @@ struct Form {
     bool takesValue;
 };
 
-constexpr std::array<Form, 10> forms{{
+constexpr std::array<Form, 11> forms{{
     {Case::all, "all", false},
     {Case::favorites, "favorites", false},
     {Case::recent, "recent", false},
@@ -22,6 +22,7 @@ constexpr std::array<Form, 10> forms{{
     {Case::tag, "tag", true},
     {Case::smartList, "smart", true},
     {Case::nativeFolder, "native", true},
+    {Case::health, "health", false},
 }};
 } // namespace
 

@@ -18,6 +18,7 @@ struct LibrarySection {
         tag,
         smartList,
         nativeFolder,
+        health,
     };
 
     Case kind = Case::all;
@@ -34,11 +35,14 @@ struct LibrarySection {
     static LibrarySection tag(const QString &uuid) { return {Case::tag, uuid}; }
     static LibrarySection smartList(const QString &uuid) { return {Case::smartList, uuid}; }
     static LibrarySection nativeFolder(const QString &name) { return {Case::nativeFolder, name}; }
+    // The library's health report: no shortcuts of its own.
+    static LibrarySection health() { return {Case::health, {}}; }
 
     bool operator==(const LibrarySection &) const = default;
 
     // The command line's form: all, favorites, recent, unfiled, untagged, missing, folder:UUID,
-    // tag:UUID, smart:UUID, native:NAME (NAME may be empty: shortcuts outside every folder).
+    // tag:UUID, smart:UUID, native:NAME (NAME may be empty: shortcuts outside every folder),
+    // health.
     QString toText() const;
     static std::optional<LibrarySection> fromText(const QString &text);
 };

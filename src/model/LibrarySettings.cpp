@@ -6,6 +6,7 @@ namespace {
 const QString sortKeyKey = QStringLiteral("sortKey");
 const QString sortAscendingKey = QStringLiteral("sortAscending");
 const QString includeSubfoldersKey = QStringLiteral("includeSubfolders");
+const QString keepRunHistoryKey = QStringLiteral("keepRunHistory");
 } // namespace
 
 ShortcutSort LibrarySettings::sortKey()
@@ -37,4 +38,14 @@ bool LibrarySettings::includeSubfolders()
 void LibrarySettings::setIncludeSubfolders(bool include)
 {
     AppSettings::store().setValue(includeSubfoldersKey, include);
+}
+
+bool LibrarySettings::keepRunHistory()
+{
+    return AppSettings::store().value(keepRunHistoryKey, true).toBool();
+}
+
+void LibrarySettings::setKeepRunHistory(bool keep)
+{
+    AppSettings::store().setValue(keepRunHistoryKey, keep);
 }

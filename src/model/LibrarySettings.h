@@ -13,4 +13,7 @@ void setSortAscending(bool ascending);
 // "includeSubfolders": folder sections also show the shortcuts of sub-folders; true when absent.
 bool includeSubfolders();
 void setIncludeSubfolders(bool include);
+// "keepRunHistory": runs are recorded in the run history; true when absent.
+bool keepRunHistory();
+void setKeepRunHistory(bool keep);
 } // namespace LibrarySettings

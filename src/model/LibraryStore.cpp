@@ -1,6 +1,7 @@
 #include "model/LibraryStore.h"
 
 #include "model/ModelContext.h"
+#include "model/StoredDate.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -66,6 +67,17 @@ ALTER TABLE shortcut_items DROP COLUMN last_seen_at;
 ALTER TABLE shortcut_items DROP COLUMN is_missing;
 UPDATE store_metadata SET value = '2.0.0' WHERE key = 'schemaVersion';
 )sql",
+    // 3: the run history, and how each shortcut's last run ended.
+    R"sql(
+CREATE TABLE run_history (
+  id INTEGER PRIMARY KEY, item_id INTEGER NOT NULL, started_at REAL NOT NULL,
+  duration_ms INTEGER, input TEXT, outcome INTEGER NOT NULL, text TEXT NOT NULL,
+  source TEXT NOT NULL
+);
+CREATE INDEX run_history_by_item ON run_history (item_id, id);
+ALTER TABLE shortcut_items ADD COLUMN last_run_outcome INTEGER NOT NULL DEFAULT 0;
+UPDATE store_metadata SET value = '3.0.0' WHERE key = 'schemaVersion';
+)sql",
 };
 static_assert(std::size(kMigrations) == LibraryStore::schemaVersion);
 
@@ -76,26 +88,13 @@ const QString kItemColumnsV1 = QStringLiteral(
     "native_created_at, native_modified_at, first_seen_at, last_changed_at, last_seen_at, "
     "is_missing, is_favorite, last_run_at, run_count, notes, folder_id, has_icon, id");
 
-const QString kItemColumns = QStringLiteral(
+const QString kItemColumnsV2 = QStringLiteral(
     "identifier, name, subtitle, native_folder_name, color_hex, icon_top_hex, icon_bottom_hex, "
     "app_bundle_id, icon_app_bundle_id, accepts_input, action_count, native_created_at, "
     "native_modified_at, first_seen_at, last_changed_at, is_favorite, last_run_at, run_count, "
     "notes, folder_id, has_icon, id");
-constexpr int kItemColumnCount = 22;
-
-double toSeconds(const QDateTime &d)
-{
-    return d.toMSecsSinceEpoch() / 1000.0;
-}
-
-QDateTime fromSeconds(double s)
-{
-    // A damaged or foreign file may hold any number here (even infinity); beyond ±300,000 years
-    // the conversion to milliseconds would overflow.
-    constexpr double limit = 1e13;
-    s = std::isnan(s) ? 0.0 : std::clamp(s, -limit, limit);
-    return QDateTime::fromMSecsSinceEpoch(qRound64(s * 1000.0), Qt::UTC);
-}
+const QString kItemColumns = kItemColumnsV2 + QStringLiteral(", last_run_outcome");
+constexpr int kItemColumnCount = 23;
 
 void bindDate(SqliteStatement &st, int i, const std::optional<QDateTime> &d)
 {
@@ -125,8 +124,13 @@ void bindParent(SqliteStatement &st, int i, const Record *parent)
 QString schemaProblem(SqliteDatabase &db, int version)
 {
     const QString queries[] = {
-        version == 1 ? QStringLiteral("SELECT %1 FROM shortcut_items").arg(kItemColumnsV1)
-                     : QStringLiteral("SELECT %1 FROM shortcut_items").arg(kItemColumns),
+        QStringLiteral("SELECT %1 FROM shortcut_items")
+            .arg(version == 1   ? kItemColumnsV1
+                 : version == 2 ? kItemColumnsV2
+                                : kItemColumns),
+        version < 3 ? QStringLiteral("SELECT 1")
+                    : QStringLiteral("SELECT id, item_id, started_at, duration_ms, input, outcome, "
+                                     "text, source FROM run_history"),
         version == 1 ? QStringLiteral("SELECT 1")
                      : QStringLiteral("SELECT item_id, library_order, last_seen_at, is_missing "
                                       "FROM shortcut_sync_state"),
@@ -156,7 +160,7 @@ QString schemaProblem(SqliteDatabase &db, int version)
 struct LibraryStore::Statements {
     SqliteStatement upsertItem, putSyncState, seenRange, dropSyncState, upsertFolder, upsertTag,
         upsertSmart, putIcon, dropIcon, dropItemTags, dropTagItems, putTag, dropItem, dropFolder,
-        dropTag, dropSmart;
+        dropTag, dropSmart, dropItemRuns;
 };
 
 LibraryStore::LibraryStore() = default;
@@ -202,10 +206,12 @@ bool LibraryStore::prepareStatements(QString *error)
     q->dropFolder = m_db.prepare(QStringLiteral("DELETE FROM library_folders WHERE id = ?"));
     q->dropTag = m_db.prepare(QStringLiteral("DELETE FROM tags WHERE id = ?"));
     q->dropSmart = m_db.prepare(QStringLiteral("DELETE FROM smart_lists WHERE id = ?"));
+    q->dropItemRuns = m_db.prepare(QStringLiteral("DELETE FROM run_history WHERE item_id = ?"));
     for (const SqliteStatement *st :
          {&q->upsertItem, &q->putSyncState, &q->seenRange, &q->dropSyncState, &q->upsertFolder,
           &q->upsertTag, &q->upsertSmart, &q->putIcon, &q->dropIcon, &q->dropItemTags,
-          &q->dropTagItems, &q->putTag, &q->dropItem, &q->dropFolder, &q->dropTag, &q->dropSmart}) {
+          &q->dropTagItems, &q->putTag, &q->dropItem, &q->dropFolder, &q->dropTag, &q->dropSmart,
+          &q->dropItemRuns}) {
         if (!st->isValid()) {
             if (error)
                 *error = m_db.lastError();
@@ -522,10 +528,11 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
             i->m_hasIcon = st.int64(20) != 0;
             i->m_iconLoaded = !i->m_hasIcon;
             i->m_id = st.int64(21);
-            const bool stamped = st.int64(25) == 0;
-            i->m_libraryOrder = st.int64(22);
-            i->m_lastSeenAt = stamped ? fromSeconds(st.real(23)) : i->m_firstSeenAt;
-            i->m_isMissing = st.int64(24) != 0;
+            i->m_lastRunOutcome = runOutcomeFromStored(st.int64(22));
+            const bool stamped = st.int64(26) == 0;
+            i->m_libraryOrder = st.int64(23);
+            i->m_lastSeenAt = stamped ? fromSeconds(st.real(24)) : i->m_firstSeenAt;
+            i->m_isMissing = st.int64(25) != 0;
             i->m_syncRowMissing = !stamped;
             items.insert(i->m_id, i);
             ctx.adopt(i, true);
@@ -568,7 +575,8 @@ QByteArray LibraryStore::iconData(qint64 itemId)
 }
 
 bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> &updated,
-                         const QList<Record *> &deleted, QString *error)
+                         const QList<Record *> &deleted, QString *error,
+                         const RunHistoryChanges *runs)
 {
     if (m_readOnly) {
         if (error)
@@ -603,7 +611,7 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
                     &upsertSmart = q.upsertSmart, &putIcon = q.putIcon, &dropIcon = q.dropIcon,
                     &dropItemTags = q.dropItemTags, &dropTagItems = q.dropTagItems,
                     &putTag = q.putTag, &dropItem = q.dropItem, &dropFolder = q.dropFolder,
-                    &dropTag = q.dropTag, &dropSmart = q.dropSmart;
+                    &dropTag = q.dropTag, &dropSmart = q.dropSmart, &dropItemRuns = q.dropItemRuns;
 
     auto run = [&](SqliteStatement &st) {
         const bool ok = st.step() == SqliteStatement::Step::done;
@@ -647,6 +655,7 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
         bindParent(st, 20, i->m_folder);
         st.bind(21, i->m_hasIcon);
         st.bind(22, i->persistentId());
+        st.bind(23, qint64(i->m_lastRunOutcome));
         return run(st);
     };
 
@@ -740,7 +749,9 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
             dropSyncState.bind(1, id);
             dropIcon.bind(1, id);
             dropItemTags.bind(1, id);
-            ok = run(dropItem) && run(dropSyncState) && run(dropIcon) && run(dropItemTags);
+            dropItemRuns.bind(1, id);
+            ok = run(dropItem) && run(dropSyncState) && run(dropIcon) && run(dropItemTags) &&
+                 run(dropItemRuns);
             break;
         case Record::Kind::libraryFolder:
             dropFolder.bind(1, id);
@@ -783,6 +794,9 @@ bool LibraryStore::write(const QList<Record *> &inserted, const QList<Record *> 
             return fail();
         k = end;
     }
+    // In the same transaction as the run count it goes with.
+    if (runs && !runs->isEmpty() && !writeRunHistory(*runs, &stepError))
+        return fail();
     if (!tx.commit())
         return fail();
     return true;

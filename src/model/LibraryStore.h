@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/RunEntry.h"
 #include "model/SqliteDatabase.h"
 
 #include <QString>
@@ -15,8 +16,8 @@ class ShortcutItem;
 // on an item (library order, last seen, missing).
 class LibraryStore {
 public:
-    static constexpr int schemaVersion = 2;
-    static constexpr const char *schemaVersionText = "2.0.0";
+    static constexpr int schemaVersion = 3;
+    static constexpr const char *schemaVersionText = "3.0.0";
 
     // The SQL that takes a file from schema version - 1 to version (from 1); empty for other
     // numbers. Tests build the files older releases wrote with it.
@@ -35,7 +36,12 @@ public:
     // Creates the records of the file in the context (which must be empty).
     bool load(ModelContext &context, QString *error);
     bool write(const QList<Record *> &inserted, const QList<Record *> &updated,
-               const QList<Record *> &deleted, QString *error);
+               const QList<Record *> &deleted, QString *error,
+               const RunHistoryChanges *runs = nullptr);
+    // Run history entries, newest first; nothing (and error set) when the file cannot be read.
+    QList<RunEntry> runHistory(const RunHistoryFilter &filter, QString *error = nullptr);
+    // The highest entry id in use (0 when there is none).
+    qint64 lastRunEntryId();
     QByteArray iconData(qint64 itemId);
     // A consistent copy of the whole library at destination (replaced if it exists), as one
     // file without a write-ahead log.
@@ -54,6 +60,7 @@ private:
     // The schema version of a file that is a usable library of a known version (0: empty).
     std::optional<int> checkedSchemaVersion(QString *error);
     bool prepareStatements(QString *error);
+    bool writeRunHistory(const RunHistoryChanges &runs, QString *error);
 
     QString m_path;
     SqliteDatabase m_db;

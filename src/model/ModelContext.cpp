@@ -108,6 +108,9 @@ void ModelContext::deleteRecord(Record *record)
         i->setFolder(nullptr);
         i->setTags({});
         m_shortcuts.removeOne(i);
+        // Its saved history goes with its row; unsaved entries must not outlive it.
+        m_runChanges.added.removeIf(
+            [id = i->persistentId()](const RunEntry &e) { return e.itemId == id; });
         break;
     }
     case Record::Kind::libraryFolder: {
@@ -188,7 +191,8 @@ void ModelContext::uuidChanged(Record *record, const QString &oldUuid)
 
 bool ModelContext::hasChanges() const
 {
-    return !m_insertedSinceSave.isEmpty() || !m_dirty.isEmpty() || !m_deletedSinceSave.isEmpty();
+    return !m_insertedSinceSave.isEmpty() || !m_dirty.isEmpty() || !m_deletedSinceSave.isEmpty() ||
+           !m_runChanges.isEmpty();
 }
 
 bool ModelContext::save(QString *error)
@@ -214,7 +218,7 @@ bool ModelContext::save(QString *error)
     const QList<Record *> updated = live(m_dirty);
     if (m_store) {
         QString message;
-        if (!m_store->write(inserted, updated, m_deletedSinceSave, &message)) {
+        if (!m_store->write(inserted, updated, m_deletedSinceSave, &message, &m_runChanges)) {
             m_lastSaveError = message;
             if (error)
                 *error = message;
@@ -240,7 +244,75 @@ bool ModelContext::save(QString *error)
     m_dirty.clear();
     m_deletedSinceSave.clear();
     m_lastSaveError.clear();
+    if (!m_runChanges.isEmpty()) {
+        m_runChanges = {};
+        emit runHistoryChanged();
+    }
     return true;
+}
+
+qint64 ModelContext::beginRunEntry(const ShortcutItem *item, const std::optional<QString> &input,
+                                   RunSource source, const QDateTime &startedAt)
+{
+    if (!m_store || !item)
+        return 0;
+    RunEntry entry;
+    entry.itemId = item->persistentId();
+    entry.startedAt = startedAt;
+    entry.input = input;
+    entry.source = source;
+    addRunEntry(entry);
+    return m_runChanges.added.constLast().id;
+}
+
+void ModelContext::addRunEntry(RunEntry entry)
+{
+    if (!m_store)
+        return;
+    if (m_nextRunId == 0)
+        m_nextRunId = m_store->lastRunEntryId() + 1;
+    entry.id = m_nextRunId++;
+    m_runChanges.added.append(entry);
+}
+
+void ModelContext::finishRunEntry(qint64 id, RunOutcome outcome, const QString &text,
+                                  qint64 durationMs)
+{
+    if (!m_store || id <= 0)
+        return;
+    auto finish = [&](RunEntry &e) {
+        e.outcome = outcome;
+        e.text = text;
+        e.durationMs = durationMs;
+    };
+    for (RunEntry &e : m_runChanges.added)
+        if (e.id == id) {
+            finish(e); // not saved yet
+            return;
+        }
+    RunEntry e;
+    e.id = id;
+    finish(e);
+    m_runChanges.finished.append(e);
+}
+
+void ModelContext::clearRunHistory(const ShortcutItem *item)
+{
+    if (!m_store)
+        return;
+    if (!item) {
+        m_runChanges = {};
+        m_runChanges.clearedAll = true;
+        return;
+    }
+    const qint64 itemId = item->persistentId();
+    m_runChanges.added.removeIf([itemId](const RunEntry &e) { return e.itemId == itemId; });
+    m_runChanges.clearedItems.append(itemId);
+}
+
+QList<RunEntry> ModelContext::runHistory(const RunHistoryFilter &filter) const
+{
+    return m_store ? m_store->runHistory(filter) : QList<RunEntry>();
 }
 
 QByteArray ModelContext::loadIconData(const ShortcutItem *item) const

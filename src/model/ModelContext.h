@@ -55,6 +55,17 @@ public:
     QString lastSaveError() const { return m_lastSaveError; }
 
     LibraryStore *store() const { return m_store.get(); }
+
+    // Run history, written by the next save() in its transaction. Without a store there is
+    // none: begin answers 0 and reading answers nothing.
+    qint64 beginRunEntry(const ShortcutItem *item, const std::optional<QString> &input,
+                         RunSource source, const QDateTime &startedAt);
+    void finishRunEntry(qint64 id, RunOutcome outcome, const QString &text, qint64 durationMs);
+    // A run learnt about once it had ended (a callback).
+    void addRunEntry(RunEntry entry);
+    // One shortcut's entries, or every entry.
+    void clearRunHistory(const ShortcutItem *item = nullptr);
+    QList<RunEntry> runHistory(const RunHistoryFilter &filter) const;
     QByteArray loadIconData(const ShortcutItem *item) const;
 
     // Called by records; public for the record classes only.
@@ -64,6 +75,8 @@ public:
 signals:
     // Coalesced: at most one per turn of the event loop.
     void changed(const ModelChanges &changes);
+    // After a save that wrote to the run history.
+    void runHistoryChanged();
 
 private:
     friend class LibraryStore;
@@ -90,4 +103,6 @@ private:
     ModelChanges m_pending;
     bool m_announcementScheduled = false;
     QString m_lastSaveError;
+    RunHistoryChanges m_runChanges;
+    qint64 m_nextRunId = 0; // read from the store at the first run
 };

@@ -50,6 +50,7 @@ int cost(SmartRule::Field field)
     switch (SmartRule::kind(field)) {
     case SmartRule::Kind::flag:
     case SmartRule::Kind::number:
+    case SmartRule::Kind::outcome:
         return 0;
     case SmartRule::Kind::date:
         return 1;
@@ -67,7 +68,7 @@ int cost(SmartRule::Field field)
 RuleMatcher::RuleMatcher(const SmartRule &rule, const QDateTime &now)
     : m_field(rule.field), m_textOp(rule.textOp), m_numberOp(rule.numberOp), m_dateOp(rule.dateOp),
       m_boolValue(rule.boolValue), m_number(rule.number), m_text(rule.text),
-      m_reference(rule.referenceUUID)
+      m_reference(rule.referenceUUID), m_runResult(rule.runResult)
 {
     switch (SmartRule::kind(rule.field)) {
     case SmartRule::Kind::text:
@@ -188,6 +189,16 @@ bool RuleMatcher::matches(const ShortcutItem &item) const
         const RGBComponents c = rgbComponents(item.colorHex());
         return (colorFamilyName(c.red, c.green, c.blue) == m_text) == m_boolValue;
     }
+    case Field::lastRunOutcome:
+        switch (m_runResult) {
+        case SmartRule::RunResult::succeeded:
+            return item.lastRunOutcome() == RunOutcome::succeeded;
+        case SmartRule::RunResult::failed:
+            return item.lastRunOutcome() == RunOutcome::failed;
+        case SmartRule::RunResult::never:
+            return !item.lastRunAt() && item.lastRunOutcome() == RunOutcome::none;
+        }
+        return false;
     }
     return false;
 }

@@ -34,6 +34,7 @@ private:
     QString m_needle; // trimmed and lower-cased
     QString m_text;   // as written (the colour family name)
     QString m_reference;
+    SmartRule::RunResult m_runResult;
     mutable QHash<const void *, bool> m_underReference;
 };
 

@@ -60,6 +60,7 @@ SEEN_SETTER(IsMissing, m_isMissing, bool, m_seenDirty)
 SETTER(IsFavorite, m_isFavorite, bool)
 SETTER(LastRunAt, m_lastRunAt, const std::optional<QDateTime> &)
 SETTER(RunCount, m_runCount, qint64)
+SETTER(LastRunOutcome, m_lastRunOutcome, RunOutcome)
 SETTER(Notes, m_notes, const QString &)
 #undef SETTER
 #undef SEEN_SETTER

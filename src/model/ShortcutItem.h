@@ -2,6 +2,7 @@
 
 #include "model/ProcessedIcon.h"
 #include "model/Record.h"
+#include "model/RunOutcome.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -66,6 +67,9 @@ public:
     void setLastRunAt(const std::optional<QDateTime> &v);
     qint64 runCount() const { return m_runCount; }
     void setRunCount(qint64 v);
+    // How the last run that finished ended.
+    RunOutcome lastRunOutcome() const { return m_lastRunOutcome; }
+    void setLastRunOutcome(RunOutcome v);
     const QString &notes() const { return m_notes; }
     void setNotes(const QString &v);
 
@@ -112,6 +116,7 @@ private:
     bool m_isFavorite = false;
     std::optional<QDateTime> m_lastRunAt;
     qint64 m_runCount = 0;
+    RunOutcome m_lastRunOutcome = RunOutcome::none;
     QString m_notes;
     LibraryFolder *m_folder = nullptr;
     QList<Tag *> m_tags;

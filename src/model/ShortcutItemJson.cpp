@@ -1,6 +1,7 @@
 #include "model/ShortcutItemJson.h"
 
 #include "model/LibraryFolder.h"
+#include "model/RunEntry.h"
 #include "model/ShortcutItem.h"
 #include "model/Tag.h"
 
@@ -43,6 +44,9 @@ QJsonObject shortcutItemJson(const ShortcutItem &item)
         {QStringLiteral("isMissing"), item.isMissing()},
         {QStringLiteral("isFavorite"), item.isFavorite()},
         {QStringLiteral("lastRunAt"), isoDate(item.lastRunAt())},
+        {QStringLiteral("lastRunOutcome"), item.lastRunOutcome() == RunOutcome::none
+                                               ? QStringLiteral("none")
+                                               : storedName(item.lastRunOutcome())},
         {QStringLiteral("runCount"), item.runCount()},
         {QStringLiteral("notes"), item.notes()},
         {QStringLiteral("folder"),

@@ -136,6 +136,8 @@ qsizetype SidebarCounts::count(const LibrarySection &section) const
             if (name == section.value)
                 return n;
         return 0;
+    case Case::health: // counted by LibraryHealth
+        return 0;
     }
     return 0;
 }

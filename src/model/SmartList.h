@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
+#include <optional>
 
 struct SmartRuleSet;
 
@@ -32,6 +33,9 @@ public:
     // The decoded rule set (the default set when rulesData does not decode); writing encodes.
     SmartRuleSet ruleSet() const;
     void setRuleSet(const SmartRuleSet &rules);
+    // The decoded rule set, or nothing when rulesData does not decode (the list then shows
+    // what ruleSet() answers: the default set).
+    std::optional<SmartRuleSet> ruleSetIfReadable() const;
 
 private:
     friend class LibraryStore;

@@ -20,3 +20,8 @@ void SmartList::setRuleSet(const SmartRuleSet &rules)
 {
     setRulesData(rules.encoded());
 }
+
+std::optional<SmartRuleSet> SmartList::ruleSetIfReadable() const
+{
+    return SmartRuleSet::decodedIfValid(m_rulesData);
+}

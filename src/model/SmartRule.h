@@ -27,12 +27,15 @@ struct SmartRule {
         lastRun,
         color,
         missing,
+        lastRunOutcome,
     };
     enum class TextOp { contains, notContains, equals, beginsWith, endsWith };
     enum class NumberOp { equals, greaterThan, lessThan };
     enum class DateOp { withinDays, notWithinDays, never };
+    // How the last run ended, or that there never was one.
+    enum class RunResult { succeeded, failed, never };
     // How a field is tested, and so which operands it reads.
-    enum class Kind { text, reference, flag, number, date, color };
+    enum class Kind { text, reference, flag, number, date, color, outcome };
 
     QUuid id = QUuid::createUuid();
     Field field = Field::name;
@@ -44,6 +47,7 @@ struct SmartRule {
     qint64 number = 0;
     qint64 days = 7;
     QString referenceUUID;
+    RunResult runResult = RunResult::failed;
 
     bool operator==(const SmartRule &) const = default;
 
@@ -70,10 +74,12 @@ QString storedName(SmartRule::Field value);
 QString storedName(SmartRule::TextOp value);
 QString storedName(SmartRule::NumberOp value);
 QString storedName(SmartRule::DateOp value);
+QString storedName(SmartRule::RunResult value);
 QString title(SmartRule::Field value);
 QString label(SmartRule::TextOp value);
 QString label(SmartRule::NumberOp value);
 QString label(SmartRule::DateOp value);
+QString label(SmartRule::RunResult value);
 
 template<typename E> QList<E> allCases();
 template<typename E> std::optional<E> fromStoredName(const QString &name);

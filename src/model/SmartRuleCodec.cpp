@@ -10,7 +10,7 @@
 namespace {
 QJsonObject ruleJson(const SmartRule &rule)
 {
-    return QJsonObject{
+    QJsonObject o{
         {QStringLiteral("id"), rule.id.toString(QUuid::WithoutBraces).toUpper()},
         {QStringLiteral("field"), storedName(rule.field)},
         {QStringLiteral("textOp"), storedName(rule.textOp)},
@@ -22,6 +22,10 @@ QJsonObject ruleJson(const SmartRule &rule)
         {QStringLiteral("days"), rule.days},
         {QStringLiteral("referenceUUID"), rule.referenceUUID},
     };
+    // Only where it is read: rule sets without this field stay as they were written before.
+    if (rule.field == SmartRule::Field::lastRunOutcome)
+        o.insert(QStringLiteral("runResult"), storedName(rule.runResult));
+    return o;
 }
 
 // Each reader answers false when the key is absent or holds the wrong type.
@@ -96,6 +100,11 @@ std::optional<SmartRule> decodeRule(const QJsonValue &value)
                     readString(o, QLatin1String("referenceUUID"), r.referenceUUID);
     if (!ok)
         return std::nullopt;
+    // Written only by rules of the last run's outcome, which cannot do without it.
+    if (o.contains(QLatin1String("runResult")) || r.field == SmartRule::Field::lastRunOutcome) {
+        if (!readEnum(o, QLatin1String("runResult"), r.runResult))
+            return std::nullopt;
+    }
     return r;
 }
 } // namespace

@@ -16,8 +16,9 @@ using Field = SmartRule::Field;
 using TextOp = SmartRule::TextOp;
 using NumberOp = SmartRule::NumberOp;
 using DateOp = SmartRule::DateOp;
+using RunResult = SmartRule::RunResult;
 
-constexpr std::array<Entry<Field>, 15> fieldEntries{{
+constexpr std::array<Entry<Field>, 16> fieldEntries{{
     {Field::name, "name", "Name"},
     {Field::subtitle, "subtitle", "Subtitle"},
     {Field::notes, "notes", "Notes"},
@@ -33,6 +34,7 @@ constexpr std::array<Entry<Field>, 15> fieldEntries{{
     {Field::lastRun, "lastRun", "Last Run"},
     {Field::color, "color", "Color"},
     {Field::missing, "missing", "Missing from Shortcuts"},
+    {Field::lastRunOutcome, "lastRunOutcome", "Last Run Outcome"},
 }};
 
 constexpr std::array<Entry<TextOp>, 5> textOpEntries{{
@@ -53,6 +55,12 @@ constexpr std::array<Entry<DateOp>, 3> dateOpEntries{{
     {DateOp::withinDays, "withinDays", "in the last"},
     {DateOp::notWithinDays, "notWithinDays", "not in the last"},
     {DateOp::never, "never", "never"},
+}};
+
+constexpr std::array<Entry<RunResult>, 3> runResultEntries{{
+    {RunResult::succeeded, "succeeded", "succeeded"},
+    {RunResult::failed, "failed", "failed"},
+    {RunResult::never, "never", "never"},
 }};
 
 constexpr std::array<Entry<ShortcutSort>, 7> sortEntries{{
@@ -81,6 +89,10 @@ template<> constexpr const auto &entries<NumberOp>()
 template<> constexpr const auto &entries<DateOp>()
 {
     return dateOpEntries;
+}
+template<> constexpr const auto &entries<RunResult>()
+{
+    return runResultEntries;
 }
 template<> constexpr const auto &entries<ShortcutSort>()
 {
@@ -112,7 +124,7 @@ constexpr bool tablesInOrder()
         return true;
     };
     return check(fieldEntries) && check(textOpEntries) && check(numberOpEntries) &&
-           check(dateOpEntries) && check(sortEntries);
+           check(dateOpEntries) && check(runResultEntries) && check(sortEntries);
 }
 static_assert(tablesInOrder());
 } // namespace
@@ -130,6 +142,10 @@ QString storedName(SmartRule::NumberOp value)
     return stored(value);
 }
 QString storedName(SmartRule::DateOp value)
+{
+    return stored(value);
+}
+QString storedName(SmartRule::RunResult value)
 {
     return stored(value);
 }
@@ -169,6 +185,10 @@ QString label(SmartRule::DateOp value)
 {
     return titled(value);
 }
+QString label(SmartRule::RunResult value)
+{
+    return titled(value);
+}
 
 template<typename E> QList<E> allCases()
 {
@@ -190,11 +210,13 @@ template QList<Field> allCases<Field>();
 template QList<TextOp> allCases<TextOp>();
 template QList<NumberOp> allCases<NumberOp>();
 template QList<DateOp> allCases<DateOp>();
+template QList<RunResult> allCases<RunResult>();
 template QList<ShortcutSort> allCases<ShortcutSort>();
 template std::optional<Field> fromStoredName<Field>(const QString &);
 template std::optional<TextOp> fromStoredName<TextOp>(const QString &);
 template std::optional<NumberOp> fromStoredName<NumberOp>(const QString &);
 template std::optional<DateOp> fromStoredName<DateOp>(const QString &);
+template std::optional<RunResult> fromStoredName<RunResult>(const QString &);
 template std::optional<ShortcutSort> fromStoredName<ShortcutSort>(const QString &);
 
 SmartRule::Kind SmartRule::kind(Field field)
@@ -221,6 +243,8 @@ SmartRule::Kind SmartRule::kind(Field field)
         return Kind::date;
     case Field::color:
         return Kind::color;
+    case Field::lastRunOutcome:
+        return Kind::outcome;
     }
     return Kind::text;
 }
@@ -255,5 +279,5 @@ size_t qHash(const SmartRule &rule, size_t seed)
 {
     return qHashMulti(seed, rule.id, int(rule.field), int(rule.textOp), int(rule.numberOp),
                       int(rule.dateOp), rule.boolValue, rule.text, rule.number, rule.days,
-                      rule.referenceUUID);
+                      rule.referenceUUID, int(rule.runResult));
 }

@@ -1,12 +1,15 @@
 #include "shortcuts/ShortcutRunner.h"
 
 #include "model/Clock.h"
+#include "model/LibraryLookup.h"
+#include "model/LibrarySettings.h"
 #include "model/ModelContext.h"
 #include "model/ShortcutItem.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
 #include "shortcuts/Workspace.h"
 
 #include <QCoro/QCoroTask>
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QStringDecoder>
 #include <cctype>
@@ -129,13 +132,13 @@ void ShortcutRunner::finishRun(const QString &identifier)
         emit runningIdentifiersChanged();
 }
 
-void ShortcutRunner::run(ShortcutItem *item, const std::optional<QString> &input)
+void ShortcutRunner::run(ShortcutItem *item, const std::optional<QString> &input, RunSource source)
 {
-    runForOutcome(item, input); // runs on by itself
+    runForOutcome(item, input, source); // runs on by itself
 }
 
 QCoro::Task<std::optional<ShortcutRunner::Outcome>>
-ShortcutRunner::runForOutcome(ShortcutItem *item, std::optional<QString> input)
+ShortcutRunner::runForOutcome(ShortcutItem *item, std::optional<QString> input, RunSource source)
 {
     if (!item)
         co_return std::nullopt;
@@ -145,23 +148,69 @@ ShortcutRunner::runForOutcome(ShortcutItem *item, std::optional<QString> input)
         m_runningIdentifiers.insert(identifier);
         emit runningIdentifiersChanged();
     }
-    item->setLastRunAt(Clock::now());
+    const QDateTime startedAt = Clock::now();
+    QElapsedTimer duration;
+    duration.start();
+    item->setLastRunAt(startedAt);
     item->setRunCount(item->runCount() + 1);
-    if (ModelContext *context = item->context())
+    // A deleted record stays valid while its context lives.
+    QPointer<ModelContext> context(item->context());
+    qint64 entry = 0;
+    if (context) {
+        if (LibrarySettings::keepRunHistory())
+            entry = context->beginRunEntry(item, input, source, startedAt);
         context->save(); // a failed save must not stop the run
+    }
 
     QPointer<ShortcutRunner> self(this);
     auto pending = bridge().run(identifier, name, input); // named: see the bridge's execute()
     const auto result = co_await pending;
+    const RunOutcome ended = result ? RunOutcome::succeeded : RunOutcome::failed;
+    const QString text =
+        result ? result.value().value_or(QString()) : result.error().localizedDescription();
+    if (context) {
+        item->setLastRunOutcome(ended);
+        context->finishRunEntry(entry, ended, text, duration.elapsed());
+        context->save();
+    }
     if (!self)
         co_return std::nullopt;
     if (result)
         self->setLatestOutcome(name, result.value(), std::nullopt);
     else
-        self->setLatestOutcome(name, std::nullopt, result.error().localizedDescription());
+        self->setLatestOutcome(name, std::nullopt, text);
     const std::optional<Outcome> outcome = self->m_latestOutcome;
     self->finishRun(identifier);
     co_return outcome;
+}
+
+void ShortcutRunner::setCallbackContext(ModelContext *context)
+{
+    m_callbackContext = context;
+}
+
+void ShortcutRunner::recordCallback(const QString &name, const std::optional<QString> &output,
+                                    const std::optional<QString> &error)
+{
+    if (!m_callbackContext)
+        return;
+    // A name several shortcuts share cannot say which one ran.
+    const QList<ShortcutItem *> named = LibraryLookup::shortcutsNamed(*m_callbackContext, name);
+    if (named.size() != 1)
+        return;
+    ShortcutItem *item = named.first();
+    const RunOutcome ended = error ? RunOutcome::failed : RunOutcome::succeeded;
+    item->setLastRunOutcome(ended);
+    if (LibrarySettings::keepRunHistory()) {
+        RunEntry entry;
+        entry.itemId = item->persistentId();
+        entry.startedAt = Clock::now();
+        entry.outcome = ended;
+        entry.text = error.value_or(output.value_or(QString()));
+        entry.source = RunSource::callback;
+        m_callbackContext->addRunEntry(entry);
+    }
+    m_callbackContext->save();
 }
 
 QUrl ShortcutRunner::openShortcutURL(const QString &name)
@@ -205,10 +254,13 @@ void ShortcutRunner::handleCallbackURL(const QString &urlText)
     if (host.isEmpty())
         return;
     if (host == QLatin1String("run-success")) {
-        setLatestOutcome(name, firstValue(items, QLatin1String("result")), std::nullopt);
+        const auto output = firstValue(items, QLatin1String("result"));
+        setLatestOutcome(name, output, std::nullopt);
+        recordCallback(name, output.value_or(QString()), std::nullopt);
     } else if (host == QLatin1String("run-error")) {
-        setLatestOutcome(name, std::nullopt,
-                         firstValue(items, QLatin1String("errorMessage"))
-                             .value_or(QStringLiteral("The shortcut reported an error.")));
+        const QString error = firstValue(items, QLatin1String("errorMessage"))
+                                  .value_or(QStringLiteral("The shortcut reported an error."));
+        setLatestOutcome(name, std::nullopt, error);
+        recordCallback(name, std::nullopt, error);
     }
 }

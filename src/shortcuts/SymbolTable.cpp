@@ -116,6 +116,9 @@ constexpr Entry kEntries[] = {
     {u"ruler.fill", 0xF46D},                    // ruler
     {u"magnifyingglass", 0xF349},               // magnify
     {u"plus.magnifyingglass", 0xF34B},          // magnify-plus
+    {u"stethoscope", 0xF4D9},                   // stethoscope
+    {u"textformat", 0xF284},                    // format-text
+    {u"moon.zzz", 0xF4B2},                      // sleep
 };
 
 constexpr char16_t kFallback = 0xF2D7; // help-circle

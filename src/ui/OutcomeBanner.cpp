@@ -2,6 +2,7 @@
 
 #include "shortcuts/ShortcutRunner.h"
 #include "ui/FloatingCard.h"
+#include "ui/RunOutcomeMark.h"
 #include "ui/SymbolIcon.h"
 #include "ui/TextBlock.h"
 
@@ -110,10 +111,10 @@ void OutcomeBanner::outcomeChanged()
     if (!outcome || outcome->id == m_visibleID)
         return;
     const bool failed = outcome->error.has_value();
-    m_icon->setPixmap(SymbolIcon::pixmap(
-        failed ? QStringLiteral("exclamationmark.triangle.fill")
-               : QStringLiteral("checkmark.circle.fill"),
-        failed ? QColor(0xFF, 0x95, 0x00) : QColor(0x34, 0xC7, 0x59), 22, devicePixelRatioF()));
+    const RunOutcome ended = failed ? RunOutcome::failed : RunOutcome::succeeded;
+    m_icon->setPixmap(SymbolIcon::pixmap(RunOutcomeMark::symbol(ended),
+                                         RunOutcomeMark::color(ended, QColor()), 22,
+                                         devicePixelRatioF()));
     m_title->setText(titleFor(*outcome));
     const QString detail = detailFor(*outcome);
     m_detail->setText(detail);

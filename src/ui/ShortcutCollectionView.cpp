@@ -6,6 +6,8 @@
 #include "shortcuts/SymbolTable.h"
 #include "sync/LibrarySyncController.h"
 #include "ui/EmptyStatePanel.h"
+#include "ui/HealthReportView.h"
+#include "ui/LibraryHealthMonitor.h"
 #include "ui/LibraryNavigation.h"
 #include "ui/ShortcutGridView.h"
 #include "ui/ShortcutListModel.h"
@@ -69,6 +71,7 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
     : QWidget(parent), m_context(context), m_navigation(navigation), m_runner(runner),
       m_syncer(syncer), m_model(new ShortcutListModel(this)), m_view(new ShortcutGridView(this)),
       m_stack(new QStackedWidget(this)), m_empty(new EmptyStatePanel(this)),
+      m_health(new HealthReportView(context, this)),
       m_status(new SyncStatusLine(syncer, context, this)), m_title(new TextBlock(this)),
       m_subtitle(new QLabel(this)), m_toolbar(new QToolBar(this)), m_search(new QLineEdit(this)),
       m_adoption(context)
@@ -126,6 +129,7 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
 
     m_stack->addWidget(m_view);
     m_stack->addWidget(m_empty);
+    m_stack->addWidget(m_health);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
@@ -165,6 +169,7 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
     connect(&syncer, &LibrarySyncController::phaseChanged, this,
             [this] { m_syncAction->setEnabled(!m_syncer.phase().isSyncing()); });
     connect(m_empty, &EmptyStatePanel::buttonClicked, this, [this] { m_syncer.sync(); });
+    connect(m_health, &HealthReportView::recordChosen, this, &ShortcutCollectionView::showRecord);
 
     connect(m_view, &ShortcutGridView::itemClicked, this,
             [this](ShortcutItem *item) { m_navigation.setSelectedShortcut(item); });
@@ -260,9 +265,9 @@ void ShortcutCollectionView::buildToolbar()
     auto *sortMenu = new QMenu(QStringLiteral("Sort"), this);
     sortMenu->setObjectName(QStringLiteral("sortMenu"));
     sortMenu->setIcon(SymbolIcon::icon(QStringLiteral("arrow.up.arrow.down")));
-    QAction *sortAction = sortMenu->menuAction();
-    sortAction->setObjectName(QStringLiteral("sortAction"));
-    sortAction->setToolTip(QStringLiteral("Sort"));
+    m_sortAction = sortMenu->menuAction();
+    m_sortAction->setObjectName(QStringLiteral("sortAction"));
+    m_sortAction->setToolTip(QStringLiteral("Sort"));
     sortMenu->addSection(QStringLiteral("Sort By"));
     m_sortKeys = new QActionGroup(sortMenu);
     for (ShortcutSort key : allSortKeys) {
@@ -288,7 +293,7 @@ void ShortcutCollectionView::buildToolbar()
             [] { WindowSettings::shared().setSortAscending(true); });
     connect(m_descending, &QAction::triggered, this,
             [] { WindowSettings::shared().setSortAscending(false); });
-    m_toolbar->addAction(sortAction);
+    m_toolbar->addAction(m_sortAction);
 
     // Menus open on a click, and every button takes the keyboard focus in turn.
     for (QAction *action : m_toolbar->actions()) {
@@ -451,7 +456,18 @@ void ShortcutCollectionView::updateHeaderAndEmptyState()
     case LibrarySection::Case::nativeFolder:
         title = current.value;
         break;
+    case LibrarySection::Case::health: {
+        m_title->setText(QStringLiteral("Library Health"));
+        const qsizetype problems = LibraryHealthMonitor::of(m_context).health().problemCount();
+        m_subtitle->setText(problems == 1
+                                ? QStringLiteral("1 problem")
+                                : QLocale().toString(problems) + QStringLiteral(" problems"));
+        enableListControls(false);
+        m_stack->setCurrentWidget(m_health);
+        return;
     }
+    }
+    enableListControls(true);
     m_title->setText(title);
     const int count = m_model->rowCount();
     m_subtitle->setText(count == 1 ? QStringLiteral("1 shortcut")
@@ -537,6 +553,40 @@ void ShortcutCollectionView::showContextMenu(ShortcutItem *item, const QPoint &g
     menu->setAttribute(Qt::WA_DeleteOnClose);
     m_contextMenuBuilder(menu, item);
     menu->popup(globalPos);
+}
+
+void ShortcutCollectionView::enableListControls(bool enable)
+{
+    for (QAction *action : {m_gridAction, m_listAction, m_sortAction})
+        action->setEnabled(enable);
+    m_search->setEnabled(enable);
+}
+
+void ShortcutCollectionView::showRecord(Record *record)
+{
+    switch (record->kind()) {
+    case Record::Kind::shortcutItem: {
+        auto *item = static_cast<ShortcutItem *>(record);
+        m_search->clear(); // the search could hide it
+        m_navigation.setSection(item->isMissing() ? LibrarySection::missing()
+                                                  : LibrarySection::all());
+        m_navigation.setSelectedShortcut(item);
+        refreshNow();
+        m_view->scrollTo(m_model->indexOf(item));
+        break;
+    }
+    case Record::Kind::libraryFolder:
+        m_navigation.setSection(
+            LibrarySection::folder(static_cast<LibraryFolder *>(record)->uuid()));
+        break;
+    case Record::Kind::tag:
+        m_navigation.setSection(LibrarySection::tag(static_cast<Tag *>(record)->uuid()));
+        break;
+    case Record::Kind::smartList:
+        m_navigation.setSection(
+            LibrarySection::smartList(static_cast<SmartList *>(record)->uuid()));
+        break;
+    }
 }
 
 void ShortcutCollectionView::itemDoubleClicked(ShortcutItem *item)

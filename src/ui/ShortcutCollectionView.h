@@ -11,6 +11,7 @@
 #include <optional>
 
 class EmptyStatePanel;
+class HealthReportView;
 class LibraryNavigation;
 class LibrarySyncController;
 class ModelContext;
@@ -23,6 +24,7 @@ class QMenu;
 class QStackedWidget;
 class QToolBar;
 class QToolButton;
+class Record;
 class ShortcutGridView;
 class ShortcutItem;
 class ShortcutListModel;
@@ -58,6 +60,8 @@ public:
     ShortcutGridView *view() const { return m_view; }
     QLineEdit *searchField() const { return m_search; }
     EmptyStatePanel *emptyState() const { return m_empty; }
+    // Shown instead of the shortcuts in the health section.
+    HealthReportView *healthReport() const { return m_health; }
     SyncStatusLine *statusLine() const { return m_status; }
     bool isShowingEmptyState() const;
 
@@ -85,6 +89,11 @@ private:
     void applyViewMode();
     void showContextMenu(ShortcutItem *item, const QPoint &globalPos);
     void itemDoubleClicked(ShortcutItem *item);
+    // Goes to a record the health report names: a shortcut selected among all (or the missing)
+    // shortcuts, or the section of a folder, tag or smart list.
+    void showRecord(Record *record);
+    // Sort, view mode and search have nothing to act on in the health report.
+    void enableListControls(bool enable);
     LibrarySection section() const;
 
     ModelContext &m_context;
@@ -95,6 +104,7 @@ private:
     ShortcutGridView *m_view;
     QStackedWidget *m_stack;
     EmptyStatePanel *m_empty;
+    HealthReportView *m_health;
     SyncStatusLine *m_status;
     TextBlock *m_title;
     QLabel *m_subtitle;
@@ -107,6 +117,7 @@ private:
     QAction *m_favoriteAction = nullptr;
     QAction *m_moreAction = nullptr;
     QMenu *m_moreMenu = nullptr;
+    QAction *m_sortAction = nullptr;
     QActionGroup *m_sortKeys = nullptr;
     QAction *m_ascending = nullptr;
     QAction *m_descending = nullptr;

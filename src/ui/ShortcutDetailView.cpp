@@ -5,6 +5,7 @@
 #include "shortcuts/ShortcutRunner.h"
 #include "ui/PlainText.h"
 #include "ui/ProminentButton.h"
+#include "ui/RunHistorySection.h"
 #include "ui/ShortcutContextMenu.h"
 #include "ui/ShortcutIconView.h"
 #include "ui/ShortcutPainter.h"
@@ -337,6 +338,12 @@ ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &ru
         m_detailLabels.append(name);
         m_detailValues.append(value);
     }
+
+    // History.
+    QVBoxLayout *history =
+        addGroup(column, QStringLiteral("History"), QStringLiteral("detailHistory"));
+    m_history = new RunHistorySection(context, content);
+    history->addWidget(m_history);
     column->addStretch(1);
 
     connect(&m_context, &ModelContext::changed, this, &ShortcutDetailView::contextChanged);
@@ -362,6 +369,7 @@ void ShortcutDetailView::setItem(ShortcutItem *item)
     m_input->clear();
     m_icon->setItem(item);
     refresh();
+    m_history->setItem(item);
 }
 
 QString ShortcutDetailView::formatDate(const QDateTime &date)

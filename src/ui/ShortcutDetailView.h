@@ -18,6 +18,7 @@ class QPushButton;
 class QScrollArea;
 class QShortcut;
 class QToolButton;
+class RunHistorySection;
 class ShortcutIconView;
 class ShortcutItem;
 class ShortcutRunner;
@@ -26,7 +27,8 @@ class TextBlock;
 struct ModelChanges;
 
 // The inspector's content for one shortcut: icon, name and status notes; running it (with input
-// when it accepts some); its folder, tags and notes; and the facts the library keeps about it.
+// when it accepts some); its folder, tags and notes; the facts the library keeps about it; and
+// its last runs.
 // Every edit is written to the store at once.
 class ShortcutDetailView : public QWidget {
     Q_OBJECT
@@ -56,6 +58,7 @@ public:
     TagChipFlow *tagFlow() const { return m_tags; }
     QToolButton *addTagButton() const { return m_addTag; }
     QPlainTextEdit *notesEditor() const { return m_notes; }
+    RunHistorySection *historySection() const { return m_history; }
     bool isShowingSpinner() const;
 
     // An abbreviated date and a shortened time ("Mar 5, 2024 at 9:41 AM" in English).
@@ -94,5 +97,6 @@ private:
     QFormLayout *m_details = nullptr;
     QList<QLabel *> m_detailLabels;
     QList<TextBlock *> m_detailValues;
+    RunHistorySection *m_history = nullptr;
     bool m_settingNotes = false;
 };

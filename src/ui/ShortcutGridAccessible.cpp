@@ -26,7 +26,9 @@ public:
         if (!item)
             return {};
         if (t == QAccessible::Name)
-            return item->name();
+            return item->lastRunOutcome() == RunOutcome::failed
+                       ? item->name() + QStringLiteral(", last run failed")
+                       : item->name();
         if (t == QAccessible::Description)
             return item->isMissing() ? QStringLiteral("Missing from Shortcuts") : QString();
         return {};

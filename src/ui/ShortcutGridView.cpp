@@ -511,6 +511,8 @@ QString ShortcutGridView::toolTipAt(const QPoint &point) const
     const bool running = index.data(ShortcutRoles::isRunning).toBool();
     if (index == m_hovered && !running && runButtonRect(index).contains(point))
         return QStringLiteral("Run ") + name;
+    if (index.data(ShortcutRoles::lastRunFailed).toBool())
+        return name + QStringLiteral("\nLast run failed");
     return name;
 }
 

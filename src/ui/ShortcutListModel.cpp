@@ -61,6 +61,8 @@ QVariant ShortcutListModel::data(const QModelIndex &index, int role) const
         return m_running.contains(item->identifier());
     case ShortcutRoles::revision:
         return revision(item);
+    case ShortcutRoles::lastRunFailed:
+        return item->lastRunOutcome() == RunOutcome::failed;
     default:
         return {};
     }
@@ -75,6 +77,7 @@ QHash<int, QByteArray> ShortcutListModel::roleNames() const
     names.insert(ShortcutRoles::isMissing, "isMissing");
     names.insert(ShortcutRoles::isRunning, "isRunning");
     names.insert(ShortcutRoles::revision, "revision");
+    names.insert(ShortcutRoles::lastRunFailed, "lastRunFailed");
     return names;
 }
 

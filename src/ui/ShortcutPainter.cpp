@@ -6,6 +6,7 @@
 #include "model/Tag.h"
 #include "shortcuts/SymbolTable.h"
 #include "ui/RelativeDate.h"
+#include "ui/RunOutcomeMark.h"
 
 #include <QApplication>
 #include <QFontMetricsF>
@@ -203,6 +204,24 @@ QRectF tileRunButtonRect(const QRectF &tileRect)
     return QRectF(tileRect.right() - w * 0.113 - d, tileRect.top() + w * 0.09, d, d);
 }
 
+QList<TileMark> tileMarks(const QRectF &tileRect, const ShortcutItem &item, const ViewState &state)
+{
+    const QRectF control = tileRunButtonRect(tileRect);
+    const qreal size = tileRect.width() * 0.075;
+    // Flush with the corner while the control is hidden, so that nothing moves when it shows.
+    qreal right = state.running || state.hovering ? control.left() - size * 0.6 : control.right();
+    QList<TileMark> marks;
+    const auto add = [&](const QString &symbol) {
+        marks.append({symbol, QRectF(right - size, control.center().y() - size / 2, size, size)});
+        right -= size * 1.5;
+    };
+    if (item.isFavorite())
+        add(QStringLiteral("star.fill"));
+    if (item.lastRunOutcome() == RunOutcome::failed)
+        add(RunOutcomeMark::symbol(RunOutcome::failed));
+    return marks;
+}
+
 void drawTile(QPainter &painter, const QRectF &rect, const ShortcutItem &item, quint64 revision,
               const ViewState &state)
 {
@@ -235,25 +254,14 @@ void drawTile(QPainter &painter, const QRectF &rect, const ShortcutItem &item, q
     const qreal glyphSize = w * 0.2;
     drawGlyph(painter, QRectF(content.topLeft(), QSizeF(glyphSize, glyphSize)), item, revision);
 
-    // Status controls at the top trailing corner: spinner or run button, then the star.
+    // Status controls at the top trailing corner: spinner or run button, then the marks.
     const QRectF control = tileRunButtonRect(rect);
-    qreal trailing = control.left();
-    if (state.running) {
+    if (state.running)
         drawSpinner(painter, control.adjusted(1, 1, -1, -1), Qt::white, state.spinnerAngle);
-    } else if (state.hovering) {
+    else if (state.hovering)
         drawRunButton(painter, control, item, w * 0.075, w * 0.006);
-    } else {
-        trailing = control.right();
-    }
-    if (item.isFavorite()) {
-        const qreal starSize = w * 0.075;
-        QRectF star(0, 0, starSize, starSize);
-        if (trailing == control.right())
-            star.moveCenter(QPointF(control.right() - starSize / 2, control.center().y()));
-        else
-            star.moveCenter(QPointF(trailing - starSize * 1.1, control.center().y()));
-        drawSymbol(painter, star, QStringLiteral("star.fill"), QColor(255, 255, 255, 230), true);
-    }
+    for (const TileMark &mark : tileMarks(rect, item, state))
+        drawSymbol(painter, mark.rect, mark.symbol, QColor(255, 255, 255, 230), true);
 
     // Name at the bottom, up to two lines.
     const QFont nameFont = systemFont(w * 0.097, QFont::DemiBold);
@@ -396,7 +404,10 @@ void drawRow(QPainter &painter, const QRectF &rect, const ShortcutItem &item, qu
     const qreal available = std::max<qreal>(0, right - textLeft);
     painter.setFont(nameFont);
     painter.setPen(palette.color(QPalette::Text));
-    const QString name = nameMetrics.elidedText(item.name(), Qt::ElideRight, available - 36);
+    const bool failed = item.lastRunOutcome() == RunOutcome::failed;
+    const qreal failedMark = basePx * 0.85;
+    const QString name = nameMetrics.elidedText(item.name(), Qt::ElideRight,
+                                                available - 36 - (failed ? failedMark + 4 : 0));
     painter.drawText(QPointF(textLeft, y + nameMetrics.ascent()), name);
     qreal x = textLeft + nameMetrics.horizontalAdvance(name) + 5;
     if (item.isFavorite()) {
@@ -409,7 +420,13 @@ void drawRow(QPainter &painter, const QRectF &rect, const ShortcutItem &item, qu
         const qreal s = basePx * 0.85;
         drawSymbol(painter, QRectF(x, y + (nameMetrics.height() - s) / 2, s, s),
                    QStringLiteral("questionmark.circle"), secondary);
+        x += s + 4;
     }
+    if (failed)
+        drawSymbol(painter,
+                   QRectF(x, y + (nameMetrics.height() - failedMark) / 2, failedMark, failedMark),
+                   RunOutcomeMark::symbol(RunOutcome::failed),
+                   RunOutcomeMark::color(RunOutcome::failed, secondary));
     y += nameMetrics.height() + 2;
     QString caption = item.subtitle().isEmpty()
                           ? QStringLiteral("%1 actions").arg(item.actionCount())

@@ -3,8 +3,10 @@
 #include <QColor>
 #include <QFont>
 #include <QIcon>
+#include <QList>
 #include <QPixmap>
 #include <QRectF>
+#include <QString>
 
 class QPainter;
 class ShortcutItem;
@@ -57,6 +59,13 @@ void drawTile(QPainter &painter, const QRectF &rect, const ShortcutItem &item, q
               const ViewState &state);
 // Where the tile's run button sits (shown while hovering and not running).
 QRectF tileRunButtonRect(const QRectF &tileRect);
+// The marks at the tile's top trailing corner, beside its status control: the favourite star
+// at the outside, then the mark of a failed last run.
+struct TileMark {
+    QString symbol;
+    QRectF rect;
+};
+QList<TileMark> tileMarks(const QRectF &tileRect, const ShortcutItem &item, const ViewState &state);
 
 inline constexpr int rowHeight = 52;
 void drawRow(QPainter &painter, const QRectF &rect, const ShortcutItem &item, quint64 revision,

@@ -84,6 +84,18 @@ void SidebarDelegate::drawMonospacedDigits(QPainter *painter, const QRect &rect,
     }
 }
 
+void SidebarDelegate::drawItemBackground(QPainter *painter, const QStyleOptionViewItem &option,
+                                         const QRect &rect)
+{
+    QStyleOptionViewItem background = option;
+    background.rect = rect;
+    background.text.clear();
+    background.icon = {};
+    const QWidget *widget = option.widget;
+    QStyle *style = widget ? widget->style() : QApplication::style();
+    style->drawPrimitive(QStyle::PE_PanelItemViewItem, &background, painter, widget);
+}
+
 void SidebarDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
                             const QModelIndex &index) const
 {
@@ -115,13 +127,7 @@ void SidebarDelegate::paint(QPainter *painter, const QStyleOptionViewItem &optio
         break;
     }
     case SidebarModel::RowKind::entry: {
-        // The style's own item background gives selection and hover their native look.
-        QStyleOptionViewItem background = opt;
-        background.text.clear();
-        background.icon = {};
-        const QWidget *widget = opt.widget;
-        QStyle *style = widget ? widget->style() : QApplication::style();
-        style->drawPrimitive(QStyle::PE_PanelItemViewItem, &background, painter, widget);
+        drawItemBackground(painter, opt, opt.rect);
 
         const bool selected = opt.state & QStyle::State_Selected;
         const QColor textColor =

@@ -18,4 +18,7 @@ public:
     static QRect chevronRect(const QRect &rowRect);
     // Draws digits in cells of one width, right-aligned in rect, so counts line up.
     static void drawMonospacedDigits(QPainter *painter, const QRect &rect, const QString &text);
+    // The style's own item background in rect, so that selection and hover look native.
+    static void drawItemBackground(QPainter *painter, const QStyleOptionViewItem &option,
+                                   const QRect &rect);
 };

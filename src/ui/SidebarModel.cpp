@@ -3,6 +3,7 @@
 #include "model/ColorHex.h"
 #include "model/ModelContext.h"
 #include "model/SidebarCounts.h"
+#include "ui/LibraryHealthMonitor.h"
 #include "ui/PlainText.h"
 #include "ui/ShortcutDrag.h"
 #include "ui/ShortcutRoles.h"
@@ -64,12 +65,20 @@ template<typename T> void sortTopLevel(QList<T *> &records)
 } // namespace
 
 SidebarModel::SidebarModel(ModelContext &context, QObject *parent)
-    : QAbstractItemModel(parent), m_context(context), m_root(std::make_unique<Node>())
+    : QAbstractItemModel(parent), m_context(context), m_health(LibraryHealthMonitor::of(context)),
+      m_root(std::make_unique<Node>())
 {
     const QList<Blueprint> tree = desiredTree();
     for (const Blueprint &blueprint : tree)
         m_root->children.push_back(makeNode(blueprint, m_root.get()));
     connect(&m_context, &ModelContext::changed, this, &SidebarModel::contextChanged);
+    // A change of the records has been checked before it reaches this model; only the clock
+    // alone can change the number of problems.
+    connect(&m_health, &LibraryHealthMonitor::checked, this, [this] {
+        const Node *row = nodeAt(indexOf(LibrarySection::health()));
+        if ((row ? row->data.count : 0) != m_health.health().problemCount())
+            refresh();
+    });
 }
 
 SidebarModel::~SidebarModel() = default;
@@ -122,6 +131,10 @@ QList<SidebarModel::Blueprint> SidebarModel::desiredTree() const
         library.children.append(fixed(QStringLiteral("Missing from Shortcuts"),
                                       QStringLiteral("questionmark.folder"),
                                       LibrarySection::missing(), int(counts.missing)));
+    if (const qsizetype problems = m_health.health().problemCount(); problems > 0)
+        library.children.append(fixed(QStringLiteral("Library Health"),
+                                      QStringLiteral("stethoscope"), LibrarySection::health(),
+                                      int(problems)));
     tree.append(library);
 
     if (!m_context.smartLists().isEmpty()) {

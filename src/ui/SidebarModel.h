@@ -10,6 +10,7 @@
 #include <vector>
 
 class LibraryFolder;
+class LibraryHealthMonitor;
 class ModelContext;
 class Record;
 class SmartList;
@@ -78,5 +79,6 @@ private:
     void contextChanged(const ModelChanges &changes);
 
     ModelContext &m_context;
+    LibraryHealthMonitor &m_health;
     std::unique_ptr<Node> m_root;
 };

@@ -239,6 +239,18 @@ void SmartRuleRow::buildOperands()
         });
         break;
     }
+    case SmartRule::Kind::outcome: {
+        QComboBox *result = addCombo(QStringLiteral("ruleRunResult"), QStringLiteral("Outcome"));
+        for (auto value : allCases<SmartRule::RunResult>())
+            result->addItem(QStringLiteral("is ") + label(value), int(value));
+        result->setCurrentIndex(result->findData(int(m_rule.runResult)));
+        m_operandLayout->addStretch(1);
+        connect(result, &QComboBox::currentIndexChanged, this, [this, result] {
+            m_rule.runResult = SmartRule::RunResult(result->currentData().toInt());
+            changed();
+        });
+        break;
+    }
     case SmartRule::Kind::color: {
         addBoolPicker();
         if (m_rule.text.isEmpty())

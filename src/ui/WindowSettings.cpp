@@ -83,6 +83,16 @@ void WindowSettings::setIncludeSubfolders(bool on)
     write("includeSubfolders", on);
 }
 
+bool WindowSettings::keepRunHistory() const
+{
+    return LibrarySettings::keepRunHistory();
+}
+
+void WindowSettings::setKeepRunHistory(bool on)
+{
+    write("keepRunHistory", on);
+}
+
 ShortcutSort WindowSettings::sortKey() const
 {
     return LibrarySettings::sortKey();

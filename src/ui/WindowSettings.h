@@ -30,6 +30,9 @@ public:
     // "showInTray": true when absent; it takes effect only where the desktop has a tray.
     bool showInTray() const;
     void setShowInTray(bool on);
+    // "keepRunHistory": runs are recorded in the run history; true when absent.
+    bool keepRunHistory() const;
+    void setKeepRunHistory(bool on);
     // "sortKey", "sortAscending".
     ShortcutSort sortKey() const;
     void setSortKey(ShortcutSort key);

@@ -146,6 +146,40 @@ private slots:
         QCOMPARE(thimblecraft({QStringLiteral("show"), QStringLiteral("Nobody")}).exitCode, 1);
     }
 
+    // The health check reports the shared name and exits 1 for scripts; a healthy library 0.
+    void health()
+    {
+        const Run found = thimblecraft({QStringLiteral("health"), QStringLiteral("--json")});
+        QCOMPARE(found.exitCode, 1);
+        const QJsonObject report = QJsonDocument::fromJson(found.out).object();
+        QCOMPARE(report["problemCount"].toInt(), 2);
+        const QJsonArray groups = report["groups"].toArray();
+        QCOMPARE(groups.size(), 1);
+        QCOMPARE(groups[0]["kind"].toString(), QStringLiteral("duplicateNames"));
+        QVERIFY(!groups[0]["fix"].toString().isEmpty());
+        const QJsonArray findings = groups[0]["findings"].toArray();
+        QCOMPARE(findings[1]["record"].toString(), QStringLiteral("shortcut"));
+        QCOMPARE(findings[1]["name"].toString(), QStringLiteral("Twin"));
+        QCOMPARE(findings[1]["identifier"].toString(), QStringLiteral("T2"));
+        const Run text = thimblecraft({QStringLiteral("health")});
+        QVERIFY2(text.out.startsWith("Library health: 2 problems\n\nNames shared by several "
+                                     "shortcuts (2)\n"),
+                 text.out.constData());
+
+        const QString healthy = shortcuts.dir.filePath(QStringLiteral("healthy"));
+        {
+            QString error;
+            auto context = LibraryStoreContainer::open(healthy, &error);
+            QVERIFY2(context, qPrintable(error));
+            context->insert(new ShortcutItem(QStringLiteral("ONE"), QStringLiteral("One")));
+            QVERIFY(context->save(&error));
+        }
+        const Run none =
+            runThimblecraft({QStringLiteral("health"), QStringLiteral("--data-dir"), healthy});
+        QCOMPARE(none.exitCode, 0);
+        QCOMPARE(none.out, QByteArray("No problems found.\n"));
+    }
+
     // A run happens in the owner, counts like a run from the window and reports its outcome.
     void runsThroughTheOwner()
     {
@@ -269,8 +303,8 @@ private slots:
         QVERIFY(help.out.startsWith("Usage: thimblecraft run SHORTCUT"));
         QVERIFY(help.out.contains("66  there is no library"));
         const Run overview = runThimblecraft({QStringLiteral("--help")});
-        for (const char *command : {"list", "folders", "tags", "smart-lists", "show", "run", "open",
-                                    "quick-run", "sync", "backup", "intent"})
+        for (const char *command : {"list", "folders", "tags", "smart-lists", "show", "health",
+                                    "run", "open", "quick-run", "sync", "backup", "intent"})
             QVERIFY2(overview.out.contains(QByteArray("  thimblecraft ") + command), command);
     }
 };

@@ -262,7 +262,7 @@ void TestHostileStore::readsOddButReadableStores_data()
                "color_hex, icon_top_hex, icon_bottom_hex, app_bundle_id, "
                "icon_app_bundle_id, accepts_input, action_count, native_created_at, "
                "native_modified_at, first_seen_at, last_changed_at, is_favorite, "
-               "last_run_at, run_count, notes, folder_id, has_icon);"
+               "last_run_at, run_count, notes, folder_id, has_icon, last_run_outcome);"
                "INSERT INTO shortcut_items (id) VALUES (1), (1), (NULL), ('x'), (2.5);")
         << 5;
 }

@@ -2,6 +2,7 @@
 
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
+#include "model/ShortcutItem.h"
 #include "model/ShortcutSort.h"
 #include "model/SmartList.h"
 #include "model/SmartRuleSet.h"
@@ -52,7 +53,7 @@ private:
 private slots:
     void enumerationsListNamesAndTitles()
     {
-        QCOMPARE(allCases<SmartRule::Field>().size(), 15);
+        QCOMPARE(allCases<SmartRule::Field>().size(), 16);
         QCOMPARE(allCases<ShortcutSort>().first(), ShortcutSort::libraryOrder);
         QCOMPARE(allCases<ShortcutSort>().last(), ShortcutSort::runCount);
         QCOMPARE(storedName(SmartRule::Field::nativeFolder), QStringLiteral("nativeFolder"));
@@ -148,6 +149,22 @@ private slots:
         QTest::newRow("days as text") << ruleEdited(QStringLiteral("days"), QStringLiteral("7"));
         QTest::newRow("number fractional") << ruleEdited(QStringLiteral("number"), 2.5);
         QTest::newRow("boolValue as number") << ruleEdited(QStringLiteral("boolValue"), 1);
+        auto outcomeRule = [](const QJsonValue &result) {
+            SmartRuleSet set;
+            set.rules.first().field = SmartRule::Field::lastRunOutcome;
+            QJsonObject o = QJsonDocument::fromJson(set.encoded()).object();
+            QJsonArray rules = o[QLatin1String("rules")].toArray();
+            QJsonObject r = rules.first().toObject();
+            if (result.isUndefined())
+                r.remove(QLatin1String("runResult"));
+            else
+                r[QLatin1String("runResult")] = result;
+            rules[0] = r;
+            o[QLatin1String("rules")] = rules;
+            return QJsonDocument(o).toJson();
+        };
+        QTest::newRow("outcome rule without runResult") << outcomeRule(QJsonValue::Undefined);
+        QTest::newRow("unknown runResult") << outcomeRule(QStringLiteral("crashed"));
         QJsonObject badSort = sampleJson();
         badSort[QLatin1String("sort")] = QStringLiteral("size");
         QTest::newRow("unknown sort") << QJsonDocument(badSort).toJson();
@@ -169,6 +186,47 @@ private slots:
         QCOMPARE(decoded.rules.size(), 1);
         QCOMPARE(decoded.rules.first().field, SmartRule::Field::name);
         QCOMPARE(decoded.rules.first().text, QString());
+    }
+
+    // The last run's outcome: a field older releases do not know, so a rule set using it is one
+    // they refuse whole (as any unknown field, above); sets without it read and write as before.
+    void lastRunOutcomeRule()
+    {
+        const QByteArray before =
+            R"({"ascending":true,"includeMissing":false,"matchAll":true,"rules":[{"boolValue":true,)"
+            R"("dateOp":"never","days":7,"field":"lastRun","id":"0A1B2C3D-0000-4000-8000-000000000001",)"
+            R"("number":0,"numberOp":"greaterThan","referenceUUID":"","text":"","textOp":"contains"}],)"
+            R"("sort":"lastRun"})";
+        const auto old = SmartRuleSet::decodedIfValid(before);
+        QVERIFY(old);
+        QCOMPARE(old->encoded(), before);
+
+        ShortcutItem never(QStringLiteral("A"), QStringLiteral("A"));
+        ShortcutItem ok(QStringLiteral("B"), QStringLiteral("B"));
+        ok.setLastRunAt(QDateTime::currentDateTimeUtc());
+        ok.setLastRunOutcome(RunOutcome::succeeded);
+        ShortcutItem failed(QStringLiteral("C"), QStringLiteral("C"));
+        failed.setLastRunAt(QDateTime::currentDateTimeUtc());
+        failed.setLastRunOutcome(RunOutcome::failed);
+        ShortcutItem unknown(QStringLiteral("D"), QStringLiteral("D")); // ran, outcome not kept
+        unknown.setLastRunAt(QDateTime::currentDateTimeUtc());
+        const QList<std::pair<SmartRule::RunResult, QString>> cases{
+            {SmartRule::RunResult::succeeded, QStringLiteral("B")},
+            {SmartRule::RunResult::failed, QStringLiteral("C")},
+            {SmartRule::RunResult::never, QStringLiteral("A")}};
+        for (const auto &[result, selected] : cases) {
+            SmartRuleSet set;
+            set.rules.first().field = SmartRule::Field::lastRunOutcome;
+            set.rules.first().runResult = result;
+            const auto decoded = SmartRuleSet::decodedIfValid(set.encoded());
+            QVERIFY(decoded);
+            QCOMPARE(*decoded, set);
+            QStringList names;
+            for (const ShortcutItem *item : {&never, &ok, &failed, &unknown})
+                if (decoded->selects(*item))
+                    names << item->name();
+            QCOMPARE(names, QStringList{selected});
+        }
     }
 
     void integralNumbersWrittenAsDoublesDecode()

@@ -59,7 +59,7 @@ private slots:
         QTest::addColumn<bool>("valid");
         for (const char *t :
              {"all", "favorites", "recent", "unfiled", "untagged", "missing", "folder:ABC",
-              "tag:ABC", "smart:ABC", "native:Work Stuff", "native:", "native:a:b"})
+              "tag:ABC", "smart:ABC", "native:Work Stuff", "native:", "native:a:b", "health"})
             QTest::addRow("%s", t) << QString::fromLatin1(t) << true;
         for (const char *t :
              {"", "All", "folder", "folder:", "smart", "smartList:ABC", "all:x", " all", "native"})

@@ -285,7 +285,8 @@ void StoreTest::newerSchemaIsRefusedUntouched()
         auto ctx = open(dir);
         ctx->insert(new ShortcutItem("ID", "Item"));
         QVERIFY(ctx->save());
-        QVERIFY(ctx->store()->database().exec("PRAGMA user_version=3"));
+        QVERIFY(ctx->store()->database().exec(
+            QStringLiteral("PRAGMA user_version=%1").arg(LibraryStore::schemaVersion + 1)));
     }
     QFile file(LibraryStoreContainer::storePath(dir.path()));
     QVERIFY(file.open(QIODevice::ReadOnly));

@@ -3,6 +3,7 @@
 #include "../common/AwaitTask.h"
 #include "common/SimulatedLibraryFile.h"
 #include "model/AppSettings.h"
+#include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
@@ -28,12 +29,15 @@ struct WindowFixture : SimulatedLibraryFile {
     std::unique_ptr<LibrarySyncController> syncer;
     std::unique_ptr<LibraryWindow> window;
 
-    explicit WindowFixture(bool syncOnLaunch = false)
+    // With a store, the library is kept in the temporary directory and has a run history.
+    explicit WindowFixture(bool syncOnLaunch = false, bool withStore = false)
     {
         QStandardPaths::setTestModeEnabled(true);
         AppSettings::useDataDirectory(dir.path());
         WindowSettings::shared().setSyncOnLaunch(syncOnLaunch);
-        context = std::make_unique<ModelContext>();
+        QString error;
+        context = withStore ? LibraryStoreContainer::open(dir.path(), &error)
+                            : std::make_unique<ModelContext>();
         host = std::make_shared<SimulatedShortcutsEvents>(libraryPath);
         bridge = std::make_unique<ShortcutsEventsBridge>(host);
         navigation = std::make_unique<LibraryNavigation>();

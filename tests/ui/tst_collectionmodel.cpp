@@ -23,6 +23,8 @@ private slots:
     void flowLayoutWraps();
     void relativeDates_data();
     void relativeDates();
+    void tileMarksKeepClear_data();
+    void tileMarksKeepClear();
 };
 
 void CollectionModelTest::updateReachesTargetKeepingIdentity()
@@ -150,6 +152,48 @@ void CollectionModelTest::relativeDates()
              QStringLiteral("2 months ago"));
     QCOMPARE(RelativeDate::named(QDate(2023, 2, 10).startOfDay(), now),
              QStringLiteral("last year"));
+}
+
+void CollectionModelTest::tileMarksKeepClear_data()
+{
+    QTest::addColumn<qreal>("width");
+    for (const qreal width : {56.0, 90.0, 142.0, 320.0})
+        QTest::addRow("%d wide", int(width)) << width;
+}
+
+// The star and the failed-run mark sit inside the tile's content, clear of each other, the
+// glyph and the run button or spinner, and the star stays put when the other mark comes.
+void CollectionModelTest::tileMarksKeepClear()
+{
+    QFETCH(qreal, width);
+    ModelContext context;
+    ShortcutItem *item = context.insert(new ShortcutItem(QStringLiteral("I"), QStringLiteral("N")));
+    const QRectF tile(10, 20, width, width / ShortcutPainter::tileAspectRatio);
+    const QRectF content = tile.adjusted(width * 0.113, width * 0.09, -width * 0.113, -width * 0.1);
+    const QRectF glyph(content.topLeft(), QSizeF(width * 0.2, width * 0.2));
+    for (const auto &[hovering, running] :
+         {std::pair{false, false}, {true, false}, {false, true}}) {
+        ShortcutPainter::ViewState state;
+        state.hovering = hovering;
+        state.running = running;
+        item->setIsFavorite(true);
+        item->setLastRunOutcome(RunOutcome::none);
+        const QRectF star = ShortcutPainter::tileMarks(tile, *item, state).value(0).rect;
+        item->setLastRunOutcome(RunOutcome::failed);
+        const auto marks = ShortcutPainter::tileMarks(tile, *item, state);
+        QCOMPARE(marks.size(), 2);
+        QCOMPARE(marks[0].rect, star);
+        QCOMPARE(marks[1].symbol, QStringLiteral("exclamationmark.triangle.fill"));
+        QVERIFY(!marks[0].rect.intersects(marks[1].rect));
+        for (const auto &mark : marks) {
+            QVERIFY(content.contains(mark.rect));
+            QVERIFY(!mark.rect.intersects(glyph));
+            if (hovering || running)
+                QVERIFY(!mark.rect.intersects(ShortcutPainter::tileRunButtonRect(tile)));
+        }
+        item->setIsFavorite(false); // alone, it takes the corner
+        QCOMPARE(ShortcutPainter::tileMarks(tile, *item, state).value(0).rect, star);
+    }
 }
 
 QTEST_MAIN(CollectionModelTest)

@@ -5,17 +5,24 @@
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
 #include "ui/LibraryNavigation.h"
+#include "ui/RunEntryView.h"
+#include "ui/RunHistoryModel.h"
+#include "ui/RunHistorySection.h"
+#include "ui/RunRow.h"
 #include "ui/ShortcutContextMenu.h"
 #include "ui/ShortcutDetailView.h"
 #include "ui/TagChipFlow.h"
 #include "ui/TagEditor.h"
 #include "ui/TextBlock.h"
+#include "ui/WindowSettings.h"
 
+#include <QAbstractItemModelTester>
 #include <QClipboard>
 #include <QFormLayout>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListView>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QToolButton>
@@ -34,9 +41,13 @@ private slots:
     void contextMenuEntries();
     void contextMenuWrites();
     void look();
+    void historyRowsOpenTheirRuns();
+    void showAllFollowsTheHistory();
 
 private:
     ShortcutItem *addShortcut(const QString &name);
+    // Runs of the item, oldest first, saved; the history follows from the save.
+    void addRuns(ShortcutItem *item, const QList<RunEntry> &runs);
     QString label(const QString &objectName) const
     {
         return m_detail->findChild<TextBlock *>(objectName)->text();
@@ -88,6 +99,33 @@ ShortcutItem *TestDetail::addShortcut(const QString &name)
     m_context->save();
     return item;
 }
+
+void TestDetail::addRuns(ShortcutItem *item, const QList<RunEntry> &runs)
+{
+    for (RunEntry run : runs) {
+        run.itemId = item->persistentId();
+        m_context->addRunEntry(run);
+    }
+    QVERIFY(m_context->save());
+}
+
+namespace {
+RunEntry run(RunOutcome outcome, const QString &text, int minutesAgo)
+{
+    RunEntry e;
+    e.outcome = outcome;
+    e.text = text;
+    e.startedAt = QDateTime::currentDateTime().addSecs(-60 * minutesAgo);
+    e.durationMs = 1200;
+    return e;
+}
+
+// What a run can hold that breaks naive display: markup, a word longer than any pane, a
+// direction override, escape sequences and many lines.
+const QString hostileError = QStringLiteral("<b>Boom</b> ") + QString(3000, u'X') +
+                             QStringLiteral("\n\u202Eevil\t\x1b[31m\n") +
+                             QStringLiteral("line\n").repeated(500);
+} // namespace
 
 void TestDetail::headerNotes()
 {
@@ -396,6 +434,103 @@ void TestDetail::look()
     m_detail->resize(380, 900);
     PaneTest::settle();
     QVERIFY(PaneTest::saveLook(m_detail.get(), QStringLiteral("detail.png")));
+}
+
+void TestDetail::historyRowsOpenTheirRuns()
+{
+    ShortcutItem *quiet = addShortcut(QStringLiteral("Quiet"));
+    ShortcutItem *item = addShortcut(QStringLiteral("Backup"));
+    RunEntry withInput = run(RunOutcome::succeeded, QStringLiteral(" \nSaved 3 files\nmore"), 9);
+    withInput.input = QStringLiteral("~/Documents");
+    QList<RunEntry> runs{withInput};
+    for (int i = 0; i < 5; ++i)
+        runs.append(run(RunOutcome::succeeded, QString(), 8 - i));
+    runs.append(run(RunOutcome::failed, hostileError, 1));
+    addRuns(item, runs);
+    RunHistorySection *history = m_detail->historySection();
+
+    m_detail->setItem(quiet);
+    QVERIFY(history->rows().isEmpty());
+    QCOMPARE(history->emptyLine()->text(), QStringLiteral("No runs yet."));
+    QVERIFY(history->showAllButton()->isHidden());
+    WindowSettings::shared().setKeepRunHistory(false);
+    QVERIFY(history->emptyLine()->text().contains(QStringLiteral("off in Settings")));
+    WindowSettings::shared().setKeepRunHistory(true);
+
+    // The newest five, newest first, each saying how it ended and what it gave.
+    m_detail->setItem(item);
+    const QList<RunRowButton *> rows = history->rows();
+    QCOMPARE(rows.size(), RunHistorySection::shownRuns);
+    QVERIFY(history->emptyLine()->isHidden());
+    QCOMPARE(rows.first()->entry().outcome, RunOutcome::failed);
+    QVERIFY(rows.first()->accessibleName().startsWith(QStringLiteral("Failed, 1 minute ago · ")));
+    QVERIFY(
+        RunRow::summaryLine(rows.first()->entry()).startsWith(QStringLiteral("<b>Boom</b> XX")));
+    QCOMPARE(RunRow::summaryLine(rows.at(1)->entry()), QStringLiteral("No output"));
+    // A row's line cannot turn the text around or hide characters.
+    QCOMPARE(RunRow::summaryLine(run(RunOutcome::failed, QStringLiteral("\u202Eevil\x1b[0m"), 0)),
+             QStringLiteral("\\u{202E}evil\\u{1B}[0m"));
+
+    // A click opens the whole run; Return on a focused row does too, and runs nothing.
+    QTest::mouseClick(rows.first(), Qt::LeftButton);
+    RunHistorySheet *sheet = history->sheet();
+    QVERIFY(sheet && !sheet->list());
+    RunEntryView *view = sheet->entryView();
+    QCOMPARE(view->outputText()->toPlainText(), hostileError);
+    QCOMPARE(view->facts().at(2), (QPair<QString, QString>{"Source", "Window"}));
+    QVERIFY(view->inputText()->isHidden());
+    QVERIFY(PaneTest::saveLook(sheet, QStringLiteral("history-entry.png")));
+    view->copyButton()->click();
+    QCOMPARE(QGuiApplication::clipboard()->text(), hostileError);
+    sheet->close();
+
+    addRuns(item, {withInput}); // the oldest, now the newest
+    m_detail->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_detail.get()));
+    history->rows().first()->setFocus();
+    QTest::keyClick(history->rows().first(), Qt::Key_Return);
+    QTRY_VERIFY(history->sheet());
+    QCOMPARE(history->sheet()->entryView()->inputText()->toPlainText(),
+             QStringLiteral("~/Documents"));
+    QCOMPARE(history->sheet()->entryView()->outputText()->toPlainText(),
+             QStringLiteral(" \nSaved 3 files\nmore"));
+    QCOMPARE(RunRow::summaryLine(history->rows().first()->entry()),
+             QStringLiteral("Saved 3 files"));
+    QVERIFY(m_host->scripts().isEmpty());
+    QCOMPARE(item->runCount(), qint64(0));
+}
+
+void TestDetail::showAllFollowsTheHistory()
+{
+    ShortcutItem *item = addShortcut(QStringLiteral("Backup"));
+    QList<RunEntry> runs;
+    for (int i = 0; i < 8; ++i)
+        runs.append(run(i % 2 ? RunOutcome::failed : RunOutcome::succeeded,
+                        QStringLiteral("run %1").arg(i), 10 - i));
+    addRuns(item, runs);
+    m_detail->setItem(item);
+    RunHistorySection *history = m_detail->historySection();
+    history->showAllButton()->click();
+    RunHistorySheet *sheet = history->sheet();
+    QVERIFY(sheet && sheet->list());
+    QAbstractItemModelTester tester(sheet->model(),
+                                    QAbstractItemModelTester::FailureReportingMode::QtTest);
+    QCOMPARE(sheet->model()->rowCount(), 8);
+    QCOMPARE(sheet->entryView()->outputText()->toPlainText(), QStringLiteral("run 7"));
+
+    // Choosing a run shows it; a new run keeps it chosen; clearing leaves nothing to show.
+    sheet->list()->setCurrentIndex(sheet->model()->index(3, 0));
+    QCOMPARE(sheet->entryView()->outputText()->toPlainText(), QStringLiteral("run 4"));
+    addRuns(item, {run(RunOutcome::succeeded, QStringLiteral("run 8"), 0)});
+    QCOMPARE(sheet->model()->rowCount(), 9);
+    QCOMPARE(sheet->entryView()->outputText()->toPlainText(), QStringLiteral("run 4"));
+    QCOMPARE(history->rows().first()->entry().text, QStringLiteral("run 8"));
+    m_context->clearRunHistory(item);
+    QVERIFY(m_context->save());
+    QCOMPARE(sheet->model()->rowCount(), 0);
+    QVERIFY(!sheet->entryView()->entry());
+    QVERIFY(history->rows().isEmpty());
+    QVERIFY(!history->emptyLine()->isHidden());
 }
 
 QTEST_MAIN(TestDetail)

@@ -291,7 +291,7 @@ void TestEditors::ruleRowControls()
     m_context->insert(new LibraryFolder(QStringLiteral("Inner"), top));
 
     SmartRuleRow row(SmartRule(), *m_context);
-    QCOMPARE(row.fieldPicker()->count(), 15);
+    QCOMPARE(row.fieldPicker()->count(), 16);
     row.fieldPicker()->setCurrentIndex(row.fieldPicker()->findText(field));
     QStringList present;
     for (QWidget *child : row.findChildren<QWidget *>())

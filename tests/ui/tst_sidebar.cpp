@@ -1,7 +1,9 @@
 #include "PaneTestSupport.h"
+#include "model/Clock.h"
 #include "model/SmartRuleSet.h"
 #include "ui/ColorSwatchPicker.h"
 #include "ui/FolderEditor.h"
+#include "ui/LibraryHealthMonitor.h"
 #include "ui/LibraryNavigation.h"
 #include "ui/ShortcutDrag.h"
 #include "ui/ShortcutRoles.h"
@@ -30,6 +32,7 @@ private slots:
     void cleanup();
     void sectionsRowsAndCounts();
     void missingRowFollowsSync();
+    void healthRowAppearsCountsAndDisappears();
     void foldersThroughMenusAndSheets();
     void moveToGuardsAndMoveOut();
     void deleteFolderMovesContentsUp();
@@ -203,6 +206,40 @@ void TestSidebar::missingRowFollowsSync()
     PaneTest::settle();
     QCOMPARE(m_sidebar->model()->rowCount(library), 5);
     QCOMPARE(count(row(Header::library, "All Shortcuts")), 1);
+}
+
+void TestSidebar::healthRowAppearsCountsAndDisappears()
+{
+    const QModelIndex library = m_sidebar->model()->headerIndex(Header::library);
+    const auto health = [&] { return row(Header::library, QStringLiteral("Library Health")); };
+    ShortcutItem *item = addShortcut(QStringLiteral("Lamp"));
+    PaneTest::settle();
+    QVERIFY(!health().isValid());
+
+    // Last in the Library section, after the missing row, counting every problem.
+    auto *tag = m_context->insert(new Tag(QStringLiteral("Spare"), QString()));
+    addShortcut(QStringLiteral(" Lamp"));
+    addShortcut(QStringLiteral("Gone"))->setIsMissing(true);
+    PaneTest::settle();
+    QCOMPARE(rowTitles(library).mid(5), (QStringList{"Missing from Shortcuts", "Library Health"}));
+    QCOMPARE(count(health()), 2);
+    QCOMPARE(m_sidebar->model()->section(health()), LibrarySection::health());
+    m_sidebar->treeView()->setCurrentIndex(health());
+    QCOMPARE(m_navigation->section(), LibrarySection::health());
+
+    item->addTag(tag);
+    PaneTest::settle();
+    QCOMPARE(count(health()), 1);
+    m_context->shortcuts()[1]->setName(QStringLiteral("Lamp 2"));
+    PaneTest::settle();
+    QVERIFY(!health().isValid());
+
+    // Time alone makes shortcuts quiet; the hourly check notices.
+    const QDateTime later = QDateTime::currentDateTimeUtc().addDays(LibraryHealth::quietDays + 1);
+    Clock::setOverride([later] { return later; });
+    LibraryHealthMonitor::of(*m_context).recheck();
+    Clock::setOverride({});
+    QCOMPARE(count(health()), 2);
 }
 
 void TestSidebar::foldersThroughMenusAndSheets()
@@ -607,6 +644,7 @@ void TestSidebar::selectionNeverMovesByItself()
 void TestSidebar::rightClickAndArrowKeys()
 {
     auto *folder = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
+    addShortcut(QStringLiteral("Filed"))->setFolder(folder); // no Library Health row
     m_context->save();
     PaneTest::settle();
     QTreeView *tree = m_sidebar->treeView();

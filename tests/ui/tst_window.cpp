@@ -5,6 +5,7 @@
 #include "app/SettingsDialog.h"
 #include "common/ItemNames.h"
 #include "model/LibraryFolder.h"
+#include "model/LibrarySettings.h"
 #include "model/SmartList.h"
 #include "model/SmartRuleSet.h"
 #include "shortcuts/FolderChooser.h"
@@ -12,10 +13,13 @@
 #include "ui/DetailColumn.h"
 #include "ui/EmptyStatePanel.h"
 #include "ui/FileDialogFolderChooser.h"
+#include "ui/HealthReportModel.h"
+#include "ui/HealthReportView.h"
 #include "ui/OutcomeBanner.h"
 #include "ui/ShortcutCollectionView.h"
 #include "ui/ShortcutGridView.h"
 #include "ui/ShortcutListModel.h"
+#include "ui/ShortcutRoles.h"
 #include "ui/SyncStatusLine.h"
 #include "ui/TextBlock.h"
 
@@ -23,6 +27,7 @@
 #include <QAccessible>
 #include <QCheckBox>
 #include <QLineEdit>
+#include <QListView>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
@@ -61,6 +66,8 @@ private slots:
     void windowIdentityAndPlainOutputs();
     void inspectorAndFavoriteButton();
     void callbackUrlReachesRunner();
+    void healthReportSelectsWhatItNames();
+    void failedRunsAreMarkedAndHistoryClears();
 };
 
 void WindowTest::sectionsFillTheCollection()
@@ -305,6 +312,10 @@ void WindowTest::settingsTogglesPersist()
         dialog.includeSubfolders()->click();
         dialog.syncOnLaunch()->click();
         dialog.automaticUpdates()->setChecked(false);
+        QCOMPARE(dialog.keepRunHistory()->text(), QStringLiteral("Keep run history"));
+        QVERIFY(dialog.keepRunHistory()->isChecked());
+        dialog.keepRunHistory()->click();
+        QVERIFY(!LibrarySettings::keepRunHistory());
     }
     QSettings reread(f.dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
     QCOMPARE(reread.value("doubleClickRuns").toBool(), false);
@@ -316,6 +327,9 @@ void WindowTest::settingsTogglesPersist()
     QVERIFY(!again.includeSubfolders()->isChecked());
     QVERIFY(again.syncOnLaunch()->isChecked());
     QVERIFY(!again.automaticUpdates()->isChecked());
+    QVERIFY(!again.keepRunHistory()->isChecked());
+    WindowSettings::shared().setKeepRunHistory(true);
+    QVERIFY(again.keepRunHistory()->isChecked());
 }
 
 void WindowTest::menuCommandsEnableAsWritten()
@@ -334,7 +348,7 @@ void WindowTest::menuCommandsEnableAsWritten()
                           "Install Helper Shortcut…", "Run Helper Shortcut (Icons & Dates)",
                           "Retry Icons from Shortcuts Events", "-",
                           "Link Shortcuts Database for App Icons…", "-", "Export Organisation…",
-                          "Import Organisation…"}));
+                          "Import Organisation…", "-", "Clear Run History"}));
     QCOMPARE(commands.sync()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_R));
     QCOMPARE(commands.runSelected()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Return));
     QCOMPARE(commands.quickRun()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_K));
@@ -386,9 +400,10 @@ void WindowTest::shortcutsFolderIsCheckedAndCanChange()
     FolderChooser::answerNextWith(shortcuts.path());
     TRIGGER_ACTION(commands.database());
     QVERIFY(ShortcutsDatabase::hasFolderAccess());
-    QCOMPARE(displayedTexts(commands.fileMenu()).mid(8),
-             (QStringList{"Refresh App Icons from Shortcuts Database", "Choose Shortcuts Folder…",
-                          "-", "Export Organisation…", "Import Organisation…"}));
+    QCOMPARE(
+        displayedTexts(commands.fileMenu()).mid(8),
+        (QStringList{"Refresh App Icons from Shortcuts Database", "Choose Shortcuts Folder…", "-",
+                     "Export Organisation…", "Import Organisation…", "-", "Clear Run History"}));
     FolderChooser::answerNextWith(std::nullopt);
     TRIGGER_ACTION(commands.chooseFolder()); // cancelled: the link stays
     QVERIFY(ShortcutsDatabase::hasFolderAccess());
@@ -542,6 +557,133 @@ void WindowTest::callbackUrlReachesRunner()
     QVERIFY(f.runner->latestOutcome().has_value());
     QCOMPARE(f.runner->latestOutcome()->shortcutName, QStringLiteral("Morning Routine"));
     QCOMPARE(f.runner->latestOutcome()->output, std::optional<QString>(QStringLiteral("ok")));
+}
+
+void WindowTest::healthReportSelectsWhatItNames()
+{
+    WindowFixture f;
+    f.insert(QStringLiteral("Twin"), 1);
+    ShortcutItem *twin =
+        f.context->insert(new ShortcutItem(QStringLiteral("T2"), QStringLiteral("Twin")));
+    for (int i = 0; i < 60; ++i)
+        f.insert(QStringLiteral("Filler %1").arg(i), 10 + i);
+    auto *spare = f.context->insert(new LibraryFolder(QStringLiteral("Spare")));
+    LibraryWindow &window = f.open();
+    settle();
+    ShortcutCollectionView *collection = window.collection();
+    HealthReportView *report = collection->healthReport();
+    QAbstractItemModelTester tester(report->model(),
+                                    QAbstractItemModelTester::FailureReportingMode::QtTest);
+
+    f.navigation->setSection(LibrarySection::health());
+    settle();
+    QVERIFY(report->isVisible());
+    QCOMPARE(collection->title(), QStringLiteral("Library Health"));
+    QCOMPARE(collection->subtitle(), QStringLiteral("3 problems"));
+    QVERIFY(!collection->searchField()->isEnabled());
+    const auto click = [&](const QString &subject, const QString &detailPart) {
+        HealthReportModel *model = report->model();
+        for (int r = 0; r < model->rowCount(); ++r) {
+            const QModelIndex index = model->index(r, 0);
+            if (model->rowKind(index) == HealthReportModel::RowKind::entry &&
+                index.data().toString() == subject &&
+                index.data(HealthReportRoles::secondaryText).toString().contains(detailPart)) {
+                report->list()->scrollTo(index);
+                QTest::mouseClick(report->list()->viewport(), Qt::LeftButton, {},
+                                  report->list()->visualRect(index).center());
+                return true;
+            }
+        }
+        return false;
+    };
+
+    QVERIFY(click(QStringLiteral("Spare"), QStringLiteral("no shortcuts")));
+    QCOMPARE(f.navigation->section(), LibrarySection::folder(spare->uuid()));
+    QVERIFY(!report->isVisible());
+
+    // A shortcut is selected among all of them, scrolled into view, whatever was searched.
+    collection->searchField()->setText(QStringLiteral("Filler"));
+    f.navigation->setSection(LibrarySection::health());
+    settle();
+    QVERIFY(click(QStringLiteral("Twin"), QStringLiteral("T2")));
+    QCOMPARE(f.navigation->section(), LibrarySection::all());
+    QCOMPARE(f.navigation->selectedShortcut(), twin);
+    QCOMPARE(collection->searchField()->text(), QString());
+    ShortcutGridView *view = collection->view();
+    QVERIFY(
+        view->viewport()->rect().intersects(view->visualRect(view->listModel()->indexOf(twin))));
+
+    // Fixed, the report says so.
+    twin->setName(QStringLiteral("Twin 2"));
+    f.context->deleteRecord(spare);
+    f.navigation->setSection(LibrarySection::health());
+    settle();
+    QCOMPARE(collection->subtitle(), QStringLiteral("0 problems"));
+    QCOMPARE(report->emptyState()->title(), QStringLiteral("No Problems Found"));
+}
+
+void WindowTest::failedRunsAreMarkedAndHistoryClears()
+{
+    WindowFixture f(false, true);
+    SimulatedShortcut &broken = f.add(QStringLiteral("B1"), QStringLiteral("Backup"));
+    broken.run.errorNumber = -1;
+    broken.run.errorMessage = QStringLiteral("The disk is full.");
+    f.publish();
+    f.sync();
+    ShortcutItem *item = f.item(QStringLiteral("Backup"));
+    LibraryWindow &window = f.open();
+    AppUpdater updater;
+    LibraryCommands commands(window, updater);
+    ShortcutGridView *view = window.collection()->view();
+    const auto marked = [&] {
+        const QModelIndex index = view->listModel()->indexOf(item);
+        QAccessibleInterface *tile =
+            QAccessible::queryAccessibleInterface(view)->child(index.row());
+        const QString name = tile->text(QAccessible::Name);
+        const QString tip = view->toolTipAt(view->visualRect(index).bottomLeft() + QPoint(4, -4));
+        return name == QStringLiteral("Backup, last run failed") &&
+               tip == QStringLiteral("Backup\nLast run failed");
+    };
+    settle();
+    QVERIFY(!marked());
+    emit commands.fileMenu()->aboutToShow();
+    QVERIFY(!commands.clearRunHistory()->isEnabled());
+
+    // The mark comes with a failed run and goes with the next one that succeeds, in both views.
+    f.runner->run(item);
+    QTRY_COMPARE(item->lastRunOutcome(), RunOutcome::failed);
+    for (const auto mode : {WindowSettings::ViewMode::grid, WindowSettings::ViewMode::list}) {
+        WindowSettings::shared().setViewMode(mode);
+        settle();
+        QVERIFY(marked());
+    }
+    f.library.shortcuts.first().run = {};
+    f.publish();
+    f.runner->run(item);
+    QTRY_COMPARE(item->lastRunOutcome(), RunOutcome::succeeded);
+    settle();
+    QVERIFY(!marked());
+
+    // Clear Run History asks first; only its own button clears, and the counts stay.
+    RunHistoryFilter all;
+    QCOMPARE(f.context->runHistory(all).size(), 2);
+    for (const QMessageBox::ButtonRole answer :
+         {QMessageBox::RejectRole, QMessageBox::DestructiveRole}) {
+        emit commands.fileMenu()->aboutToShow();
+        TRIGGER_ACTION(commands.clearRunHistory());
+        QMessageBox *question =
+            window.findChild<QMessageBox *>(QStringLiteral("clearRunHistoryQuestion"));
+        QVERIFY(question);
+        QCOMPARE(question->defaultButton(), question->button(QMessageBox::Cancel));
+        for (QAbstractButton *button : question->buttons())
+            if (question->buttonRole(button) == answer)
+                button->click();
+        QTRY_VERIFY(!window.findChild<QMessageBox *>(QStringLiteral("clearRunHistoryQuestion")));
+        QCOMPARE(f.context->runHistory(all).isEmpty(), answer == QMessageBox::DestructiveRole);
+    }
+    QCOMPARE(item->runCount(), qint64(2));
+    emit commands.fileMenu()->aboutToShow();
+    QVERIFY(!commands.clearRunHistory()->isEnabled());
 }
 
 QTEST_MAIN(WindowTest)
