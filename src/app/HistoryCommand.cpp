@@ -109,16 +109,12 @@ int runClearHistoryCommand(const CommandLine &commandLine)
     options.backgroundArguments = backgroundArguments(commandLine);
     const QJsonObject request{{QStringLiteral("kind"), QStringLiteral("clear-history")},
                               {QStringLiteral("shortcut"), commandLine.shortcut}};
-    const auto sent = OwnerClient::send(AppSettings::dataDirectory(), request, options);
-    if (sent.status != OwnerClient::Outcome::Status::answered)
-        return OwnerClient::reportUnanswered(sent);
-    const QJsonObject reply = QJsonDocument::fromJson(sent.reply.text.toUtf8()).object();
-    if (!sent.reply.ok) {
-        printTo(stderr, QStringLiteral("thimblecraft: %1\n")
-                            .arg(reply.value(QLatin1String("error")).toString()));
-        return reply.value(QLatin1String("exitCode")).toInt(1);
-    }
-    printTo(stdout, reply.value(QLatin1String("text")).toString() + QLatin1Char('\n'));
+    int exitCode = 0;
+    const auto reply =
+        OwnerClient::sendForObject(AppSettings::dataDirectory(), request, options, &exitCode);
+    if (!reply)
+        return exitCode;
+    printTo(stdout, reply->value(QLatin1String("text")).toString() + QLatin1Char('\n'));
     return 0;
 }
 
@@ -128,10 +124,7 @@ void installClearHistoryEndpoint(InstanceChannel &channel, ModelContext &context
     channel.setRequestHandler(
         QStringLiteral("clear-history"),
         [target](QJsonObject request) -> QCoro::Task<InstanceChannel::Reply> {
-            auto reply = [](const QJsonObject &object, bool ok) {
-                return InstanceChannel::Reply{
-                    ok, QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))};
-            };
+            const auto reply = &InstanceChannel::jsonReply;
             if (!target)
                 co_return reply(
                     {{QStringLiteral("error"), QStringLiteral("Thimblecraft is quitting.")}},

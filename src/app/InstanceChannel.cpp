@@ -404,3 +404,8 @@ QJsonObject InstanceChannel::quitRequest()
 {
     return {{QStringLiteral("kind"), QStringLiteral("quit")}};
 }
+
+InstanceChannel::Reply InstanceChannel::jsonReply(const QJsonObject &object, bool ok)
+{
+    return {ok, QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))};
+}

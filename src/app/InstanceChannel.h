@@ -32,6 +32,8 @@ public:
         bool ok = false;
         QString text;
     };
+    // A reply whose text is a JSON object (the requests that answer more than a line).
+    static Reply jsonReply(const QJsonObject &object, bool ok);
     struct SendResult {
         // unanswered: the owner closed the connection without a word (it was leaving or died);
         // the request may or may not have been carried out.

@@ -35,10 +35,6 @@ std::optional<QByteArray> readDocument(const QString &path, QString *error)
     return bytes;
 }
 
-InstanceChannel::Reply replyWith(const QJsonObject &object, bool ok)
-{
-    return {ok, QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))};
-}
 } // namespace
 
 int runExportCommand(const ModelContext &context, const CommandLine &commandLine)
@@ -66,24 +62,25 @@ void installImportEndpoint(InstanceChannel &channel)
             const QString path = request.value(QLatin1String("path")).toString();
             const bool dryRun = request.value(QLatin1String("dryRun")).toBool();
             if (path.isEmpty())
-                co_return replyWith(
+                co_return InstanceChannel::jsonReply(
                     {{QStringLiteral("error"), QStringLiteral("malformed import request")}}, false);
             QString error;
             const auto document = readDocument(path, &error);
             if (!document)
-                co_return replyWith({{QStringLiteral("error"), error}}, false);
+                co_return InstanceChannel::jsonReply({{QStringLiteral("error"), error}}, false);
             ModelContext &context = LibraryStoreContainer::shared();
             const auto summary = importDocument(
                 context, *document, dryRun ? ImportMode::dryRun : ImportMode::apply, &error);
             if (!summary)
-                co_return replyWith({{QStringLiteral("error"), error}}, false);
+                co_return InstanceChannel::jsonReply({{QStringLiteral("error"), error}}, false);
             if (!dryRun && !context.save(&error))
-                co_return replyWith({{QStringLiteral("error"),
-                                      QStringLiteral("the library could not be saved: ") + error}},
-                                    false);
-            co_return replyWith({{QStringLiteral("summary"), summary->json()},
-                                 {QStringLiteral("text"), summary->text()}},
-                                true);
+                co_return InstanceChannel::jsonReply(
+                    {{QStringLiteral("error"),
+                      QStringLiteral("the library could not be saved: ") + error}},
+                    false);
+            co_return InstanceChannel::jsonReply({{QStringLiteral("summary"), summary->json()},
+                                                  {QStringLiteral("text"), summary->text()}},
+                                                 true);
         });
 }
 
@@ -102,20 +99,16 @@ int runImportCommand(const CommandLine &commandLine)
     const QJsonObject request{{QStringLiteral("kind"), QStringLiteral("import")},
                               {QStringLiteral("path"), file.absoluteFilePath()},
                               {QStringLiteral("dryRun"), commandLine.dryRun}};
-    const auto sent = OwnerClient::send(AppSettings::dataDirectory(), request, options);
-    if (sent.status != OwnerClient::Outcome::Status::answered)
-        return OwnerClient::reportUnanswered(sent);
-    const QJsonObject reply = QJsonDocument::fromJson(sent.reply.text.toUtf8()).object();
-    if (!sent.reply.ok) {
-        printTo(stderr, QStringLiteral("thimblecraft: %1\n")
-                            .arg(reply.value(QLatin1String("error")).toString()));
-        return 1;
-    }
+    int exitCode = 0;
+    const auto reply =
+        OwnerClient::sendForObject(AppSettings::dataDirectory(), request, options, &exitCode);
+    if (!reply)
+        return exitCode;
     if (commandLine.json)
         printTo(stdout,
-                QString::fromUtf8(QJsonDocument(reply.value(QLatin1String("summary")).toObject())
+                QString::fromUtf8(QJsonDocument(reply->value(QLatin1String("summary")).toObject())
                                       .toJson(QJsonDocument::Indented)));
     else
-        printTo(stdout, reply.value(QLatin1String("text")).toString() + QLatin1Char('\n'));
+        printTo(stdout, reply->value(QLatin1String("text")).toString() + QLatin1Char('\n'));
     return 0;
 }

@@ -5,6 +5,7 @@
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
+#include <QJsonDocument>
 #include <QThread>
 
 OwnerClient::Outcome OwnerClient::send(const QString &dataDirectory, const QJsonObject &request,
@@ -60,4 +61,23 @@ int OwnerClient::reportUnanswered(const Outcome &outcome)
                         ? outcome.error + QLatin1Char('\n')
                         : QStringLiteral("thimblecraft: %1\n").arg(outcome.error));
     return outcome.exitCode;
+}
+
+std::optional<QJsonObject> OwnerClient::sendForObject(const QString &dataDirectory,
+                                                      const QJsonObject &request,
+                                                      const Options &options, int *exitCode)
+{
+    const Outcome sent = send(dataDirectory, request, options);
+    if (sent.status != Outcome::Status::answered) {
+        *exitCode = reportUnanswered(sent);
+        return std::nullopt;
+    }
+    const QJsonObject reply = QJsonDocument::fromJson(sent.reply.text.toUtf8()).object();
+    if (!sent.reply.ok) {
+        printTo(stderr, QStringLiteral("thimblecraft: %1\n")
+                            .arg(reply.value(QLatin1String("error")).toString()));
+        *exitCode = reply.value(QLatin1String("exitCode")).toInt(1);
+        return std::nullopt;
+    }
+    return reply;
 }

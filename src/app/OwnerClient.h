@@ -31,4 +31,8 @@ struct Options {
 Outcome send(const QString &dataDirectory, const QJsonObject &request, const Options &options);
 // Prints why an outcome that was not answered failed and returns its exit code.
 int reportUnanswered(const Outcome &outcome);
+// Sends a request answered with a JSON object and hands back the object; when the owner did not
+// answer or answered with {"error", "exitCode" (default 1)}, prints why and sets *exitCode.
+std::optional<QJsonObject> sendForObject(const QString &dataDirectory, const QJsonObject &request,
+                                         const Options &options, int *exitCode);
 } // namespace OwnerClient

@@ -31,11 +31,6 @@ QJsonObject outcomeJson(const QString &identifier, const ShortcutRunner::Outcome
     return o;
 }
 
-InstanceChannel::Reply replyWith(const QJsonObject &object, bool ok)
-{
-    return {ok, QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact))};
-}
-
 std::optional<QString> readInput(const CommandLine &commandLine, QString *error)
 {
     if (commandLine.input)
@@ -70,7 +65,7 @@ void installRunEndpoint(InstanceChannel &channel, ShortcutRunner &runner)
             const QJsonValue inputValue = request.value(QLatin1String("input"));
             if (!target || reference.isEmpty() ||
                 !(inputValue.isString() || inputValue.isUndefined()))
-                co_return replyWith(
+                co_return InstanceChannel::jsonReply(
                     {{QStringLiteral("error"), QStringLiteral("malformed run request")},
                      {QStringLiteral("exitCode"), 2}},
                     false);
@@ -79,7 +74,7 @@ void installRunEndpoint(InstanceChannel &channel, ShortcutRunner &runner)
             ShortcutItem *item =
                 uniqueShortcut(LibraryStoreContainer::shared(), reference, &exitCode, &message);
             if (!item)
-                co_return replyWith(
+                co_return InstanceChannel::jsonReply(
                     {{QStringLiteral("error"), message}, {QStringLiteral("exitCode"), exitCode}},
                     false);
             const QString identifier = item->identifier(); // the item may go while it runs
@@ -89,10 +84,11 @@ void installRunEndpoint(InstanceChannel &channel, ShortcutRunner &runner)
             auto running = target->runForOutcome(item, input, RunSource::commandLine);
             const auto outcome = co_await running;
             if (!outcome)
-                co_return replyWith(
+                co_return InstanceChannel::jsonReply(
                     {{QStringLiteral("error"), QStringLiteral("Thimblecraft is quitting.")}},
                     false);
-            co_return replyWith(outcomeJson(identifier, *outcome), !outcome->error);
+            co_return InstanceChannel::jsonReply(outcomeJson(identifier, *outcome),
+                                                 !outcome->error);
         });
 }
 
