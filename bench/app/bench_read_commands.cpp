@@ -13,19 +13,18 @@
 #include <unistd.h>
 
 namespace {
-constexpr int itemCount = 10000;
-constexpr int folderCount = 200;
-constexpr int tagCount = 200;
-constexpr int smartListCount = 20;
+using SampleLibrary::folderCount;
+using SampleLibrary::itemCount;
+using SampleLibrary::smartListCount;
+using SampleLibrary::tagCount;
 constexpr int runs = 5;
 
 void populate(ModelContext &ctx)
 {
     QRandomGenerator rng(11);
-    const SampleLibrary::Trees trees = SampleLibrary::addTrees(ctx, rng, folderCount, tagCount);
+    const SampleLibrary::Trees trees = SampleLibrary::addOrganisation(ctx, rng);
     for (int i = 0; i < itemCount; ++i)
         SampleLibrary::fileShortcut(SampleLibrary::addShortcut(ctx, i), i, trees, rng);
-    SampleLibrary::addSmartLists(ctx, trees, smartListCount);
 }
 
 // The command's output goes nowhere; the time is what it takes to work it out and write it.

@@ -11,18 +11,17 @@
 #include <cstdio>
 
 namespace {
+using SampleLibrary::folderCount;
+using SampleLibrary::itemCount;
 using SampleLibrary::ms;
-constexpr int itemCount = 10000;
-constexpr int folderCount = 200;
-constexpr int tagCount = 200;
-constexpr int smartListCount = 20;
+using SampleLibrary::smartListCount;
+using SampleLibrary::tagCount;
 constexpr int runs = 15;
 
 void populate(ModelContext &ctx)
 {
     QRandomGenerator rng(17);
-    const auto trees = SampleLibrary::addTrees(ctx, rng, folderCount, tagCount);
-    SampleLibrary::addSmartLists(ctx, trees, smartListCount);
+    const auto trees = SampleLibrary::addOrganisation(ctx, rng);
     const QDateTime now = QDateTime::currentDateTimeUtc();
     for (int i = 0; i < itemCount; ++i) {
         auto *item = SampleLibrary::addShortcut(ctx, i);

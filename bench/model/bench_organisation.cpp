@@ -16,17 +16,16 @@
 #include <sqlite3.h>
 
 namespace {
+using SampleLibrary::folderCount;
+using SampleLibrary::itemCount;
 using SampleLibrary::ms;
-constexpr int itemCount = 10000;
-constexpr int folderCount = 200;
-constexpr int tagCount = 200;
-constexpr int smartListCount = 20;
+using SampleLibrary::smartListCount;
+using SampleLibrary::tagCount;
 
 void populate(ModelContext &ctx)
 {
     QRandomGenerator rng(7);
-    const auto trees = SampleLibrary::addTrees(ctx, rng, folderCount, tagCount);
-    SampleLibrary::addSmartLists(ctx, trees, smartListCount);
+    const auto trees = SampleLibrary::addOrganisation(ctx, rng);
     for (int i = 0; i < itemCount; ++i) {
         auto *item = SampleLibrary::addShortcut(ctx, i);
         item->setIsFavorite(i % 7 == 0);
