@@ -3,6 +3,7 @@
 // for reading in the same run (what every read command does first).
 #include "app/CommandLine.h"
 #include "app/ReadCommands.h"
+#include "common/BenchOptions.h"
 #include "common/SampleLibrary.h"
 #include "model/LibraryStoreContainer.h"
 
@@ -17,7 +18,6 @@ using SampleLibrary::folderCount;
 using SampleLibrary::itemCount;
 using SampleLibrary::smartListCount;
 using SampleLibrary::tagCount;
-constexpr int runs = 5;
 
 void populate(ModelContext &ctx)
 {
@@ -49,6 +49,7 @@ template<typename F> double timedQuietly(F f)
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
+    const int runs = BenchOptions::count(BenchOptions::quick(argc, argv), 5, 1);
     QTemporaryDir dir;
     {
         QString error;

@@ -1,5 +1,6 @@
 // Library health check on 10,000 shortcuts, 200 nested folders, 200 nested tags and 20 smart
 // lists, with a few of every problem, beside the sidebar counts of the same library.
+#include "common/BenchOptions.h"
 #include "common/SampleLibrary.h"
 #include "model/LibraryHealth.h"
 #include "model/ModelContext.h"
@@ -16,7 +17,6 @@ using SampleLibrary::itemCount;
 using SampleLibrary::ms;
 using SampleLibrary::smartListCount;
 using SampleLibrary::tagCount;
-constexpr int runs = 15;
 
 void populate(ModelContext &ctx)
 {
@@ -54,6 +54,7 @@ void populate(ModelContext &ctx)
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
+    const int runs = BenchOptions::count(BenchOptions::quick(argc, argv), 15, 1);
     ModelContext ctx;
     populate(ctx);
 

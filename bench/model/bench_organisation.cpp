@@ -1,6 +1,7 @@
 // Organisation benchmark: 10,000 shortcuts (each organised), 200 nested folders, 200 nested
 // tags, 20 smart lists. Prints the export of a loaded library and the import into an empty one
 // (decode, match, apply and the one save) beside raw SQLite inserting the same rows.
+#include "common/BenchOptions.h"
 #include "common/RawSqliteBaseline.h"
 #include "common/SampleLibrary.h"
 #include "model/LibraryStoreContainer.h"
@@ -71,7 +72,7 @@ double rawInsert(const QString &path)
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    const int runs = 3;
+    const int runs = BenchOptions::count(BenchOptions::quick(argc, argv), 3, 1);
     QTemporaryDir scratch;
     QString error;
 

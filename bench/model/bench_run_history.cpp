@@ -3,6 +3,7 @@
 // The save that counts a run (run count and date) and the save that ends it (its outcome) are
 // each timed without and with the history entry, interleaved, and printed as medians and 99th
 // percentiles with the difference and the ratio.
+#include "common/BenchOptions.h"
 #include "common/SampleLibrary.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
@@ -18,7 +19,6 @@ namespace {
 using SampleLibrary::ms;
 constexpr int itemCount = 10000;
 constexpr int historyBefore = RunEntry::maxEntries - 10;
-constexpr int samples = 300;
 constexpr int warmUp = 20;
 
 struct Timing {
@@ -69,6 +69,7 @@ void print(const char *what, const QList<double> &without, const QList<double> &
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
+    const int samples = BenchOptions::count(BenchOptions::quick(argc, argv), 300, 20);
     QTemporaryDir scratch;
     QString error;
     auto ctx = LibraryStoreContainer::open(scratch.path(), &error);

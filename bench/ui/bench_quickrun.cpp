@@ -2,6 +2,8 @@
 // results updated and painted, and from opening it to its first painted frame (the first
 // opening folds the library for the search), beside the plain lower-case scan of the names
 // measured in the same run.
+#include "common/BenchOptions.h"
+#include "common/PaintCounter.h"
 #include "common/SampleLibrary.h"
 #include "common/WindowBench.h"
 #include "ui/QuickRunPalette.h"
@@ -14,7 +16,6 @@
 
 namespace {
 constexpr int shortcutCount = 10'000;
-constexpr int rounds = 12;
 
 const char *const words[] = {"Morning", "Mail",  "Backup", "Photo", "Timer",  "Note",
                              "Music",   "Home",  "Work",   "Share", "Clip",   "Focus",
@@ -27,27 +28,12 @@ double percentile(QList<double> values, double fraction)
     return values.at(std::min<qsizetype>(values.size() - 1, qsizetype(values.size() * fraction)));
 }
 
-// Counts the paints of a widget, to wait for the frame that shows a change.
-struct PaintCounter : QObject {
-    int paints = 0;
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::Paint)
-            ++paints;
-        return false;
-    }
-    // Lets posted updates run until the widget has painted once more.
-    void waitForPaint(int before)
-    {
-        for (int i = 0; i < 100 && paints == before; ++i)
-            QCoreApplication::processEvents();
-    }
-};
 } // namespace
 
 int main(int argc, char *argv[])
 {
     BenchApplication bench(argc, argv);
+    const int rounds = BenchOptions::count(BenchOptions::quick(argc, argv), 12, 1);
     ModelContext context;
     QRandomGenerator rng(18);
     const SampleLibrary::Trees trees = SampleLibrary::addTrees(context, rng, 200, 100);
@@ -88,8 +74,7 @@ int main(int argc, char *argv[])
     QList<double> coldOpens, opens;
     for (int r = 0; r < rounds; ++r) {
         auto *palette = new QuickRunPalette(context, runner, central);
-        PaintCounter counter;
-        palette->resultsView()->viewport()->installEventFilter(&counter);
+        PaintCounter counter(palette->resultsView()->viewport());
         for (int again = 0; again < 4; ++again) {
             QElapsedTimer timer;
             timer.start();
@@ -104,8 +89,7 @@ int main(int argc, char *argv[])
 
     // A keystroke until the results are updated and painted.
     QuickRunPalette *palette = window.quickRun();
-    PaintCounter counter;
-    palette->resultsView()->viewport()->installEventFilter(&counter);
+    PaintCounter counter(palette->resultsView()->viewport());
     QLineEdit *search = palette->searchField();
     QList<double> keystrokes;
     int unpainted = 0;

@@ -358,7 +358,7 @@ void ShortcutGridView::beginAnchoring()
     QTimer::singleShot(0, this, [this] { m_anchor.reset(); });
 }
 
-void ShortcutGridView::paintEvent(QPaintEvent *)
+void ShortcutGridView::paintEvent(QPaintEvent *event)
 {
     QPainter painter(viewport());
     if (!m_model)
@@ -373,15 +373,27 @@ void ShortcutGridView::paintEvent(QPaintEvent *)
     const int first = std::min(count, firstLine * columns);
     const int last = std::min(count - 1, (lastLine + 1) * columns - 1);
 
+    // Only what was exposed is drawn: a scroll blits the rest, a hover or a toggle repaints one
+    // tile. Every tile in view still counts as shown.
+    const QRegion exposed = event->region();
     QSet<const ShortcutItem *> shown;
+    QList<QStyleOptionViewItem> options;
+    QModelIndexList indexes;
     const QModelIndex current = currentIndex();
     for (int row = first; row <= last; ++row) {
         const QModelIndex index = m_model->index(row);
+        const QRect rect = visualRect(index);
+        if (!rect.intersects(viewport()->rect()))
+            continue;
+        ShortcutItem *item = m_model->itemAt(row);
+        shown.insert(item);
+        if (m_onScreen && !m_shownItems.contains(item))
+            m_onScreen(item);
+        if (!exposed.intersects(rect))
+            continue;
         QStyleOptionViewItem option;
         initViewItemOption(&option);
-        option.rect = visualRect(index);
-        if (!option.rect.intersects(viewport()->rect()))
-            continue;
+        option.rect = rect;
         option.state |= QStyle::State_Enabled;
         if (selectionModel() && selectionModel()->isSelected(index))
             option.state |= QStyle::State_Selected;
@@ -389,12 +401,12 @@ void ShortcutGridView::paintEvent(QPaintEvent *)
             option.state |= QStyle::State_MouseOver;
         if (index == current && hasFocus())
             option.state |= QStyle::State_HasFocus;
-        m_delegate->paint(&painter, option, index);
-        ShortcutItem *item = m_model->itemAt(row);
-        shown.insert(item);
-        if (m_onScreen && !m_shownItems.contains(item))
-            m_onScreen(item);
+        options.append(option);
+        indexes.append(index);
     }
+    m_delegate->prepare(options, indexes, viewport()->devicePixelRatioF());
+    for (qsizetype i = 0; i < indexes.size(); ++i)
+        m_delegate->paint(&painter, options.at(i), indexes.at(i));
     m_shownItems = std::move(shown);
 }
 

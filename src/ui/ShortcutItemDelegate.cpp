@@ -18,20 +18,41 @@ QRectF ShortcutItemDelegate::runButtonRect(const QRectF &rect) const
                                 : ShortcutPainter::rowRunButtonRect(rect);
 }
 
+ShortcutPainter::ViewState ShortcutItemDelegate::viewState(const QStyleOptionViewItem &option,
+                                                           const QModelIndex &index) const
+{
+    ShortcutPainter::ViewState state;
+    state.selected = option.state.testFlag(QStyle::State_Selected);
+    state.hovering = option.state.testFlag(QStyle::State_MouseOver);
+    state.running = index.data(ShortcutRoles::isRunning).toBool();
+    state.spinnerAngle = m_spinnerAngle;
+    return state;
+}
+
+void ShortcutItemDelegate::prepare(const QList<QStyleOptionViewItem> &options,
+                                   const QModelIndexList &indexes, qreal dpr) const
+{
+    if (m_mode != Mode::grid)
+        return;
+    QList<ShortcutPainter::TileRequest> tiles;
+    for (qsizetype i = 0; i < indexes.size(); ++i) {
+        if (const ShortcutItem *shortcut = item(indexes.at(i)))
+            tiles.append({shortcut, indexes.at(i).data(ShortcutRoles::revision).toULongLong(),
+                          options.at(i).rect, viewState(options.at(i), indexes.at(i))});
+    }
+    ShortcutPainter::prepareTiles(tiles, dpr);
+}
+
 void ShortcutItemDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
                                  const QModelIndex &index) const
 {
     const ShortcutItem *shortcut = item(index);
     if (!shortcut)
         return;
-    ShortcutPainter::ViewState state;
-    state.selected = option.state.testFlag(QStyle::State_Selected);
-    state.hovering = option.state.testFlag(QStyle::State_MouseOver);
-    state.running = index.data(ShortcutRoles::isRunning).toBool();
-    state.spinnerAngle = m_spinnerAngle;
+    const ShortcutPainter::ViewState state = viewState(option, index);
     const quint64 revision = index.data(ShortcutRoles::revision).toULongLong();
     if (m_mode == Mode::grid)
-        ShortcutPainter::drawTile(*painter, option.rect, *shortcut, revision, state);
+        ShortcutPainter::drawTileCached(*painter, option.rect, *shortcut, revision, state);
     else
         ShortcutPainter::drawRow(*painter, option.rect, *shortcut, revision, state, option.palette);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/ShortcutPainter.h"
+
 #include <QStyledItemDelegate>
 
 class ShortcutItem;
@@ -23,8 +25,14 @@ public:
     void paint(QPainter *painter, const QStyleOptionViewItem &option,
                const QModelIndex &index) const override;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+    // Readies what painting these items will need, all at once (the icons of new tiles).
+    void prepare(const QList<QStyleOptionViewItem> &options, const QModelIndexList &indexes,
+                 qreal dpr) const;
 
 private:
+    ShortcutPainter::ViewState viewState(const QStyleOptionViewItem &option,
+                                         const QModelIndex &index) const;
+
     Mode m_mode = Mode::grid;
     qreal m_spinnerAngle = 0;
 };

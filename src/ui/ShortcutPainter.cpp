@@ -15,6 +15,7 @@
 #include <QPalette>
 #include <QPixmapCache>
 #include <QTextLayout>
+#include <QtConcurrent>
 
 namespace ShortcutPainter {
 namespace {
@@ -43,6 +44,44 @@ void strokeInset(QPainter &painter, const QRectF &rect, qreal radius, const QCol
     painter.setPen(QPen(color, width));
     painter.setBrush(Qt::NoBrush);
     painter.drawPath(roundedRect(rect.adjusted(half, half, -half, -half), radius - half));
+}
+
+// The tile's gradient, hairline and selection ring. Tiles of one colour share the image, and a
+// stroked curve is the costliest thing a tile draws.
+QPixmap tileBackground(const Gradient &colours, const QSizeF &size, qreal radius, bool selected,
+                       qreal dpr)
+{
+    const QSize pixels = (size * dpr).toSize();
+    const QString key = QStringLiteral("tc-tile-bg:%1:%2:%3:%4:%5:%6")
+                            .arg(colours.top.rgba())
+                            .arg(colours.bottom.rgba())
+                            .arg(pixels.width())
+                            .arg(pixels.height())
+                            .arg(qRound(dpr * 100))
+                            .arg(selected ? accentColor().rgba() : 0u);
+    QPixmap pixmap;
+    if (QPixmapCache::find(key, &pixmap))
+        return pixmap;
+    pixmap = QPixmap(pixels);
+    pixmap.setDevicePixelRatio(dpr);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF rect(QPointF(0, 0), size);
+    QLinearGradient fill(rect.topLeft(), rect.bottomLeft());
+    fill.setColorAt(0, colours.top);
+    fill.setColorAt(1, colours.bottom);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(fill);
+    painter.drawPath(roundedRect(rect, radius));
+    strokeInset(painter, rect, radius, QColor(255, 255, 255, qRound(255 * 0.08)), 0.5);
+    if (selected) {
+        strokeInset(painter, rect, radius, accentColor(), 2.5);
+        strokeInset(painter, rect, radius, QColor(255, 255, 255, qRound(255 * 0.35)), 1);
+    }
+    painter.end();
+    QPixmapCache::insert(key, pixmap);
+    return pixmap;
 }
 
 QFont systemFont(qreal pixelSize, QFont::Weight weight)
@@ -106,29 +145,48 @@ QString fallbackSymbol(const ShortcutItem &item)
                             : QStringLiteral("square.2.layers.3d.fill");
 }
 
+namespace {
+QString iconKey(const ShortcutItem &item, quint64 revision, const QSize &pixels)
+{
+    return QStringLiteral("tc-icon:%1:%2:%3:%4:%5")
+        .arg(quintptr(&item))
+        .arg(item.persistentId())
+        .arg(revision)
+        .arg(pixels.width())
+        .arg(pixels.height());
+}
+
+QImage decodedIcon(const QByteArray &bytes, const QSize &pixels)
+{
+    QImage image;
+    if (!image.loadFromData(bytes))
+        return {};
+    return image.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+QPixmap cachedIcon(const QString &key, const QImage &image, qreal dpr)
+{
+    QPixmap pixmap = QPixmap::fromImage(image);
+    pixmap.setDevicePixelRatio(dpr);
+    QPixmapCache::insert(key, pixmap);
+    return pixmap;
+}
+} // namespace
+
 QPixmap iconPixmap(const ShortcutItem &item, quint64 revision, const QSize &size, qreal dpr)
 {
     if (!item.hasIconData() || size.isEmpty())
         return {};
     const QSize pixels = (QSizeF(size) * dpr).toSize();
-    const QString key = QStringLiteral("tc-icon:%1:%2:%3:%4:%5")
-                            .arg(quintptr(&item))
-                            .arg(item.persistentId())
-                            .arg(revision)
-                            .arg(pixels.width())
-                            .arg(pixels.height());
+    const QString key = iconKey(item, revision, pixels);
     QPixmap pixmap;
     if (QPixmapCache::find(key, &pixmap))
         return pixmap;
     const auto bytes = item.iconData();
-    QImage image;
-    if (!bytes || !image.loadFromData(*bytes))
+    const QImage image = bytes ? decodedIcon(*bytes, pixels) : QImage();
+    if (image.isNull())
         return {};
-    pixmap =
-        QPixmap::fromImage(image.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    pixmap.setDevicePixelRatio(dpr);
-    QPixmapCache::insert(key, pixmap);
-    return pixmap;
+    return cachedIcon(key, image, dpr);
 }
 
 void drawGlyph(QPainter &painter, const QRectF &rect, const ShortcutItem &item, quint64 revision)
@@ -222,6 +280,28 @@ QList<TileMark> tileMarks(const QRectF &tileRect, const ShortcutItem &item, cons
     return marks;
 }
 
+namespace {
+QRectF tileGlyphRect(const QRectF &tile)
+{
+    const qreal w = tile.width();
+    const qreal glyphSize = w * 0.2;
+    return QRectF(tile.topLeft() + QPointF(w * 0.113, w * 0.09), QSizeF(glyphSize, glyphSize));
+}
+
+QString tileKey(const ShortcutItem &item, quint64 revision, const QSize &pixels,
+                const ViewState &state)
+{
+    return QStringLiteral("tc-tile:%1:%2:%3:%4:%5:%6:%7")
+        .arg(quintptr(&item))
+        .arg(item.persistentId())
+        .arg(revision)
+        .arg(pixels.width())
+        .arg(pixels.height())
+        .arg(int(state.selected) | int(state.hovering) << 1)
+        .arg(accentColor().rgba());
+}
+} // namespace
+
 void drawTile(QPainter &painter, const QRectF &rect, const ShortcutItem &item, quint64 revision,
               const ViewState &state)
 {
@@ -234,25 +314,14 @@ void drawTile(QPainter &painter, const QRectF &rect, const ShortcutItem &item, q
     if (item.isMissing())
         painter.setOpacity(painter.opacity() * 0.55);
 
-    // Background and hairline.
-    const Gradient colours = gradient(item);
-    QLinearGradient fill(rect.topLeft(), rect.bottomLeft());
-    fill.setColorAt(0, colours.top);
-    fill.setColorAt(1, colours.bottom);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(fill);
-    painter.drawPath(roundedRect(rect, radius));
-    strokeInset(painter, rect, radius, QColor(255, 255, 255, qRound(255 * 0.08)), 0.5);
-    if (state.selected) {
-        strokeInset(painter, rect, radius, accentColor(), 2.5);
-        strokeInset(painter, rect, radius, QColor(255, 255, 255, qRound(255 * 0.35)), 1);
-    }
+    painter.drawPixmap(rect.topLeft(),
+                       tileBackground(gradient(item), rect.size(), radius, state.selected,
+                                      painter.device()->devicePixelRatioF()));
 
     const QRectF content = rect.adjusted(w * 0.113, w * 0.09, -w * 0.113, -w * 0.1);
 
     // Glyph at the top leading corner.
-    const qreal glyphSize = w * 0.2;
-    drawGlyph(painter, QRectF(content.topLeft(), QSizeF(glyphSize, glyphSize)), item, revision);
+    drawGlyph(painter, tileGlyphRect(rect), item, revision);
 
     // Status controls at the top trailing corner: spinner or run button, then the marks.
     const QRectF control = tileRunButtonRect(rect);
@@ -311,6 +380,70 @@ void drawTile(QPainter &painter, const QRectF &rect, const ShortcutItem &item, q
         }
     }
     painter.restore();
+}
+
+void drawTileCached(QPainter &painter, const QRect &rect, const ShortcutItem &item,
+                    quint64 revision, const ViewState &state)
+{
+    if (state.running || rect.isEmpty()) {
+        drawTile(painter, rect, item, revision, state);
+        return;
+    }
+    // A few screens of tiles beside the decoded icons: scrolling back and forth and retyping a
+    // search find their tiles drawn.
+    static const bool sized = [] {
+        QPixmapCache::setCacheLimit(std::max(QPixmapCache::cacheLimit(), 32 * 1024));
+        return true;
+    }();
+    Q_UNUSED(sized);
+    const qreal dpr = painter.device()->devicePixelRatioF();
+    const QSize pixels = (QSizeF(rect.size()) * dpr).toSize();
+    const QString key = tileKey(item, revision, pixels, state);
+    QPixmap pixmap;
+    if (!QPixmapCache::find(key, &pixmap)) {
+        pixmap = QPixmap(pixels);
+        pixmap.setDevicePixelRatio(dpr);
+        pixmap.fill(Qt::transparent);
+        QPainter tile(&pixmap);
+        drawTile(tile, QRectF(QPointF(0, 0), QSizeF(rect.size())), item, revision, state);
+        tile.end();
+        QPixmapCache::insert(key, pixmap);
+    }
+    painter.drawPixmap(rect.topLeft(), pixmap);
+}
+
+void prepareTiles(const QList<TileRequest> &tiles, qreal dpr)
+{
+    struct Decode {
+        QString key;
+        QByteArray bytes;
+        QSize pixels;
+        QImage image;
+    };
+    QList<Decode> decodes;
+    QPixmap found;
+    for (const TileRequest &tile : tiles) {
+        if (tile.state.running || !tile.item->hasIconData())
+            continue;
+        const QSize tilePixels = (QSizeF(tile.rect.size()) * dpr).toSize();
+        if (QPixmapCache::find(tileKey(*tile.item, tile.revision, tilePixels, tile.state), &found))
+            continue;
+        // Rounded as drawGlyph rounds it, or the key would miss.
+        const QSize pixels =
+            (QSizeF(tileGlyphRect(QRectF(tile.rect)).size().toSize()) * dpr).toSize();
+        const QString key = iconKey(*tile.item, tile.revision, pixels);
+        if (pixels.isEmpty() || QPixmapCache::find(key, &found))
+            continue;
+        // Read here: the record loads its bytes from the store, which is the main thread's.
+        decodes.append({key, tile.item->iconData().value_or(QByteArray()), pixels, {}});
+    }
+    if (decodes.size() < 2)
+        return;
+    QtConcurrent::blockingMap(decodes, [](Decode &d) { d.image = decodedIcon(d.bytes, d.pixels); });
+    for (const Decode &d : decodes) {
+        if (!d.image.isNull())
+            cachedIcon(d.key, d.image, dpr);
+    }
 }
 
 QRectF rowRunButtonRect(const QRectF &rowRect)

@@ -57,6 +57,20 @@ struct ViewState {
 inline constexpr qreal tileAspectRatio = 1.46;
 void drawTile(QPainter &painter, const QRectF &rect, const ShortcutItem &item, quint64 revision,
               const ViewState &state);
+// The tile drawn once into a pixmap kept by record, revision, size and state, then blitted: a
+// repaint of an unchanged tile costs a copy. A running tile (its spinner turns) is drawn directly.
+void drawTileCached(QPainter &painter, const QRect &rect, const ShortcutItem &item,
+                    quint64 revision, const ViewState &state);
+// A tile about to be drawn.
+struct TileRequest {
+    const ShortcutItem *item;
+    quint64 revision;
+    QRect rect;
+    ViewState state;
+};
+// Decodes, several at once, the icon images of the tiles that are not drawn and kept yet, so a
+// screen of new tiles waits for the slowest decode rather than for all of them in a row.
+void prepareTiles(const QList<TileRequest> &tiles, qreal dpr);
 // Where the tile's run button sits (shown while hovering and not running).
 QRectF tileRunButtonRect(const QRectF &tileRect);
 // The marks at the tile's top trailing corner, beside its status control: the favourite star
