@@ -29,10 +29,18 @@ TrayMenu::TrayMenu(ModelContext &context, ShortcutRunner &runner, QObject *paren
     m_quit->setObjectName(QStringLiteral("trayQuit"));
     m_quit->setMenuRole(QAction::NoRole); // stays in this menu on a Mac
     connect(&context, &ModelContext::changed, this, &TrayMenu::contextChanged);
-    rebuild();
 }
 
 TrayMenu::~TrayMenu() = default;
+
+QMenu *TrayMenu::menu()
+{
+    if (!m_built) {
+        m_built = true;
+        rebuild();
+    }
+    return m_menu.get();
+}
 
 QList<ShortcutItem *> TrayMenu::favorites(const ModelContext &context)
 {
@@ -50,6 +58,8 @@ QList<ShortcutItem *> TrayMenu::recentlyRun(const ModelContext &context)
 
 void TrayMenu::contextChanged(const ModelChanges &changes)
 {
+    if (!m_built)
+        return; // built from the records as they are when first asked for
     // Only a shown shortcut, a favourite or one that has run can change the menu (an icon
     // fetched for anything else cannot).
     bool shownChanged = false, mayEnter = false;

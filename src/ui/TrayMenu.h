@@ -24,7 +24,8 @@ public:
     TrayMenu(ModelContext &context, ShortcutRunner &runner, QObject *parent = nullptr);
     ~TrayMenu() override;
 
-    QMenu *menu() const { return m_menu.get(); }
+    // Built when first asked for: without a tray nobody asks, and a launch need not draw icons.
+    QMenu *menu();
     QAction *quickRunAction() const { return m_quickRun; }
     QAction *syncAction() const { return m_sync; }
     QAction *openAction() const { return m_open; }
@@ -49,4 +50,5 @@ private:
     QList<ShortcutItem *> m_shown;
     // Keys the drawn icons, so that a changed icon is drawn again.
     quint64 m_revision = 0;
+    bool m_built = false;
 };

@@ -7,6 +7,8 @@
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
+#include <QBuffer>
+#include <QPainter>
 #include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTest>
@@ -25,6 +27,7 @@ private slots:
     void relativeDates();
     void tileMarksKeepClear_data();
     void tileMarksKeepClear();
+    void keptTilesMatchDrawnTiles();
 };
 
 void CollectionModelTest::updateReachesTargetKeepingIdentity()
@@ -194,6 +197,68 @@ void CollectionModelTest::tileMarksKeepClear()
         item->setIsFavorite(false); // alone, it takes the corner
         QCOMPARE(ShortcutPainter::tileMarks(tile, *item, state).value(0).rect, star);
     }
+}
+
+namespace {
+QImage drawn(const std::function<void(QPainter &)> &paint)
+{
+    QImage image(160, 120, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    paint(painter);
+    return image;
+}
+} // namespace
+
+// A kept tile looks exactly like one drawn afresh, in every state, including after its icons
+// were decoded ahead; a new revision of the record is drawn anew, never taken from the cache.
+void CollectionModelTest::keptTilesMatchDrawnTiles()
+{
+    ModelContext context;
+    ShortcutItem *item =
+        context.insert(new ShortcutItem(QStringLiteral("I"), QStringLiteral("Morning Routine")));
+    QImage glyph(96, 96, QImage::Format_ARGB32_Premultiplied);
+    glyph.fill(Qt::white);
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    glyph.save(&buffer, "PNG");
+    item->setIconData(png);
+    item->setColorHex(QStringLiteral("#FF9500"));
+    const QRect rect(6, 4, 142, 97);
+    quint64 revision = 1;
+    for (const auto &[selected, hovering] :
+         {std::pair{false, false}, {true, false}, {false, true}}) {
+        ShortcutPainter::ViewState state;
+        state.selected = selected;
+        state.hovering = hovering;
+        for (const bool decodedAhead : {false, true}) {
+            ++revision;
+            if (decodedAhead)
+                ShortcutPainter::prepareTiles({{item, revision, rect, state},
+                                               {item, revision, rect.translated(0, 100), state}},
+                                              1);
+            const QImage fresh = drawn(
+                [&](QPainter &p) { ShortcutPainter::drawTile(p, rect, *item, revision, state); });
+            QCOMPARE(drawn([&](QPainter &p) {
+                         ShortcutPainter::drawTileCached(p, rect, *item, revision, state);
+                     }),
+                     fresh);
+            QCOMPARE(drawn([&](QPainter &p) {
+                         ShortcutPainter::drawTileCached(p, rect, *item, revision, state);
+                     }),
+                     fresh);
+        }
+    }
+    const QImage before =
+        drawn([&](QPainter &p) { ShortcutPainter::drawTileCached(p, rect, *item, revision, {}); });
+    item->setName(QStringLiteral("Evening Routine"));
+    const QImage renamed = drawn(
+        [&](QPainter &p) { ShortcutPainter::drawTileCached(p, rect, *item, revision + 1, {}); });
+    QVERIFY(renamed != before);
+    QCOMPARE(renamed, drawn([&](QPainter &p) {
+                 ShortcutPainter::drawTile(p, rect, *item, revision + 1, {});
+             }));
 }
 
 QTEST_MAIN(CollectionModelTest)
