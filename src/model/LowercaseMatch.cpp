@@ -1,12 +1,27 @@
 #include "model/LowercaseMatch.h"
 
 namespace {
-bool isAscii(QStringView text)
+// How a value can be lowered on the fly, without a copy.
+enum class Lowering {
+    ascii,
+    // One UTF-16 unit to one: every character of the Basic Multilingual Plane lowers to one
+    // character, except U+0130 (İ, which becomes i and a combining dot).
+    unitByUnit,
+    whole,
+};
+
+Lowering loweringOf(QStringView text)
 {
     char16_t any = 0;
     for (const QChar c : text)
         any |= c.unicode();
-    return any < 0x80;
+    if (any < 0x80)
+        return Lowering::ascii;
+    for (const QChar c : text) {
+        if (c.isSurrogate() || c.unicode() == 0x130)
+            return Lowering::whole;
+    }
+    return Lowering::unitByUnit;
 }
 
 inline char16_t asciiLower(char16_t c)
@@ -14,13 +29,41 @@ inline char16_t asciiLower(char16_t c)
     return (c >= u'A' && c <= u'Z') ? char16_t(c | 0x20) : c;
 }
 
-// The ASCII value matches the lower-cased needle at pos.
-inline bool asciiMatchAt(const char16_t *value, const char16_t *needle, qsizetype length)
+inline char16_t unitLower(char16_t c)
+{
+    return c < 0x80 ? asciiLower(c) : char16_t(QChar::toLower(char32_t(c)));
+}
+
+// The value, lowered by `lower`, matches the lower-cased needle at pos.
+template<char16_t (*lower)(char16_t)>
+inline bool matchAt(const char16_t *value, const char16_t *needle, qsizetype length)
 {
     for (qsizetype i = 0; i < length; ++i)
-        if (asciiLower(value[i]) != needle[i])
+        if (lower(value[i]) != needle[i])
             return false;
     return true;
+}
+
+template<char16_t (*lower)(char16_t)> bool containsLowered(QStringView value, QStringView needle)
+{
+    const qsizetype n = value.size(), m = needle.size();
+    if (m > n)
+        return false;
+    const char16_t *v = value.utf16();
+    const char16_t *p = needle.utf16();
+    const char16_t first = p[0];
+    for (qsizetype i = 0; i + m <= n; ++i)
+        if (lower(v[i]) == first && matchAt<lower>(v + i + 1, p + 1, m - 1))
+            return true;
+    return false;
+}
+
+// Compares `length` units of the value from `at` with the whole needle.
+bool matchesAt(QStringView value, qsizetype at, QStringView needle, Lowering lowering)
+{
+    return lowering == Lowering::ascii
+               ? matchAt<asciiLower>(value.utf16() + at, needle.utf16(), needle.size())
+               : matchAt<unitLower>(value.utf16() + at, needle.utf16(), needle.size());
 }
 } // namespace
 
@@ -44,41 +87,38 @@ bool LowercaseMatch::contains(QStringView value, QStringView needle)
 {
     if (needle.isEmpty())
         return true;
-    if (!isAscii(value))
-        return lowered(value).contains(needle);
-    const qsizetype n = value.size(), m = needle.size();
-    if (m > n)
-        return false;
-    const char16_t *v = value.utf16();
-    const char16_t *p = needle.utf16();
-    const char16_t first = p[0];
-    for (qsizetype i = 0; i + m <= n; ++i)
-        if (asciiLower(v[i]) == first && asciiMatchAt(v + i + 1, p + 1, m - 1))
-            return true;
-    return false;
+    switch (loweringOf(value)) {
+    case Lowering::ascii:
+        return containsLowered<asciiLower>(value, needle);
+    case Lowering::unitByUnit:
+        return containsLowered<unitLower>(value, needle);
+    case Lowering::whole:
+        break;
+    }
+    return lowered(value).contains(needle);
 }
 
 bool LowercaseMatch::equals(QStringView value, QStringView needle)
 {
-    if (!isAscii(value))
+    const Lowering lowering = loweringOf(value);
+    if (lowering == Lowering::whole)
         return lowered(value) == needle;
-    return value.size() == needle.size() &&
-           asciiMatchAt(value.utf16(), needle.utf16(), value.size());
+    return value.size() == needle.size() && matchesAt(value, 0, needle, lowering);
 }
 
 bool LowercaseMatch::beginsWith(QStringView value, QStringView needle)
 {
-    if (!isAscii(value))
+    const Lowering lowering = loweringOf(value);
+    if (lowering == Lowering::whole)
         return lowered(value).startsWith(needle);
-    return value.size() >= needle.size() &&
-           asciiMatchAt(value.utf16(), needle.utf16(), needle.size());
+    return value.size() >= needle.size() && matchesAt(value, 0, needle, lowering);
 }
 
 bool LowercaseMatch::endsWith(QStringView value, QStringView needle)
 {
-    if (!isAscii(value))
+    const Lowering lowering = loweringOf(value);
+    if (lowering == Lowering::whole)
         return lowered(value).endsWith(needle);
     return value.size() >= needle.size() &&
-           asciiMatchAt(value.utf16() + value.size() - needle.size(), needle.utf16(),
-                        needle.size());
+           matchesAt(value, value.size() - needle.size(), needle, lowering);
 }

@@ -1,6 +1,7 @@
 #include "ui/ShortcutCollectionView.h"
 
 #include "model/LibraryQuery.h"
+#include "model/LowercaseMatch.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/SymbolTable.h"
@@ -154,7 +155,7 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
     m_refreshTimer.setInterval(0);
     connect(&m_refreshTimer, &QTimer::timeout, this, [this] { refresh(false); });
 
-    connect(m_search, &QLineEdit::textChanged, this, [this] { refresh(false); });
+    connect(m_search, &QLineEdit::textChanged, this, &ShortcutCollectionView::searchEdited);
     connect(&navigation, &LibraryNavigation::sectionChanged, this,
             &ShortcutCollectionView::sectionChanged);
     connect(&navigation, &LibraryNavigation::selectedShortcutChanged, this, [this] {
@@ -358,6 +359,7 @@ void ShortcutCollectionView::sectionChanged()
 
 void ShortcutCollectionView::contextChanged(const ModelChanges &changes)
 {
+    m_narrowing.valid = false;
     QSet<ShortcutItem *> touched;
     for (const QSet<Record *> *set : {&changes.updated, &changes.inserted}) {
         for (Record *record : *set) {
@@ -377,6 +379,7 @@ void ShortcutCollectionView::contextChanged(const ModelChanges &changes)
 
 void ShortcutCollectionView::settingChanged(const QString &key)
 {
+    m_narrowing.valid = false;
     if (key.isEmpty() || key == QLatin1String("viewMode"))
         applyViewMode();
     if (key.isEmpty() || key == QLatin1String("sortKey") || key == QLatin1String("sortAscending"))
@@ -385,6 +388,13 @@ void ShortcutCollectionView::settingChanged(const QString &key)
         key == QLatin1String("includeSubfolders"))
         refresh(false);
 }
+
+namespace {
+QString foldedSearch(const QString &text)
+{
+    return LowercaseMatch::lowered(LowercaseMatch::trimSpacesAndTabs(text));
+}
+} // namespace
 
 void ShortcutCollectionView::scheduleRefresh()
 {
@@ -406,6 +416,27 @@ void ShortcutCollectionView::refresh(bool newSection)
     settings.includeSubfolders = WindowSettings::shared().includeSubfolders();
     const QList<ShortcutItem *> items =
         LibraryQuery::visibleItems(m_context, section(), m_search->text(), settings);
+    m_narrowing = {foldedSearch(m_search->text()), items, true};
+    present(items, newSection);
+}
+
+void ShortcutCollectionView::searchEdited()
+{
+    const QString query = foldedSearch(m_search->text());
+    // Whatever matches the longer text also matches any part of it, and filtering keeps the
+    // order, so the last results hold every new one in place.
+    if (!m_narrowing.valid || m_refreshTimer.isActive() || !query.contains(m_narrowing.query)) {
+        refresh(false);
+        return;
+    }
+    const QList<ShortcutItem *> items =
+        LibraryQuery::searchFiltered(m_narrowing.items, m_search->text());
+    m_narrowing = {query, items, true};
+    present(items, false);
+}
+
+void ShortcutCollectionView::present(const QList<ShortcutItem *> &items, bool newSection)
+{
     if (newSection)
         m_model->reset(items);
     else

@@ -83,6 +83,9 @@ private:
     void settingChanged(const QString &key);
     void scheduleRefresh();
     void refresh(bool newSection);
+    // A search that narrows the last one filters the last results instead of the section.
+    void searchEdited();
+    void present(const QList<ShortcutItem *> &items, bool newSection);
     void updateHeaderAndEmptyState();
     void updateSelectionActions();
     void updateSortMenu();
@@ -126,5 +129,12 @@ private:
     SmartListSortAdoption m_adoption;
     std::optional<LibrarySection> m_shownSection;
     QTimer m_refreshTimer;
+    // What the last refresh showed and for which search; emptied by any change of the records
+    // or the settings, which only a full refresh may follow.
+    struct Narrowing {
+        QString query;
+        QList<ShortcutItem *> items;
+        bool valid = false;
+    } m_narrowing;
     QTimer m_clock;
 };

@@ -29,6 +29,13 @@ ShortcutItem *ShortcutListModel::itemAt(int row) const
 
 int ShortcutListModel::rowOf(const ShortcutItem *item) const
 {
+    if (m_rowOfStale) {
+        m_rowOf.clear();
+        m_rowOf.reserve(m_items.size());
+        for (int row = 0; row < m_items.size(); ++row)
+            m_rowOf.insert(m_items.at(row), row);
+        m_rowOfStale = false;
+    }
     return m_rowOf.value(item, -1);
 }
 
@@ -106,10 +113,8 @@ QMimeData *ShortcutListModel::mimeData(const QModelIndexList &indexes) const
 
 void ShortcutListModel::rebuildRowIndex()
 {
-    m_rowOf.clear();
-    m_rowOf.reserve(m_items.size());
-    for (int row = 0; row < m_items.size(); ++row)
-        m_rowOf.insert(m_items.at(row), row);
+    // Built when next asked for: a search's keystroke may never need it.
+    m_rowOfStale = true;
 }
 
 void ShortcutListModel::reset(const QList<ShortcutItem *> &items)
@@ -125,6 +130,18 @@ void ShortcutListModel::update(const QList<ShortcutItem *> &items)
     if (sameItems(items, m_items))
         return;
     const QSet<const ShortcutItem *> wanted(items.cbegin(), items.cend());
+
+    // A change in many places (the first letters of a search in a large library) is one new
+    // layout: row by row, each removal would move the rows after it.
+    qsizetype removalRuns = 0;
+    for (qsizetype row = 0; row < m_items.size(); ++row) {
+        if (!wanted.contains(m_items.at(row)) && (row == 0 || wanted.contains(m_items.at(row - 1))))
+            ++removalRuns;
+    }
+    if (removalRuns > maximumRowRuns) {
+        relayout(items, QAbstractItemModel::NoLayoutChangeHint);
+        return;
+    }
 
     // Removals, last run first so earlier rows keep their numbers.
     for (qsizetype last = m_items.size() - 1; last >= 0;) {
@@ -149,24 +166,8 @@ void ShortcutListModel::update(const QList<ShortcutItem *> &items)
         if (kept.contains(item))
             keptInNewOrder.append(item);
     }
-    if (!sameItems(keptInNewOrder, m_items)) {
-        emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
-        const QModelIndexList before = persistentIndexList();
-        QList<const ShortcutItem *> itemsBefore;
-        itemsBefore.reserve(before.size());
-        for (const QModelIndex &index : before)
-            itemsBefore.append(m_items.value(index.row()));
-        m_items = keptInNewOrder;
-        rebuildRowIndex();
-        QModelIndexList after;
-        after.reserve(before.size());
-        for (const ShortcutItem *item : std::as_const(itemsBefore)) {
-            const int row = rowOf(item);
-            after.append(row < 0 ? QModelIndex() : index(row));
-        }
-        changePersistentIndexList(before, after);
-        emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
-    }
+    if (!sameItems(keptInNewOrder, m_items))
+        relayout(keptInNewOrder, QAbstractItemModel::VerticalSortHint);
 
     // Insertions: m_items is now the new list without the new items, in the new order.
     for (qsizetype first = 0; first < items.size();) {
@@ -184,6 +185,29 @@ void ShortcutListModel::update(const QList<ShortcutItem *> &items)
         first = last + 1;
     }
     rebuildRowIndex();
+}
+
+void ShortcutListModel::relayout(const QList<ShortcutItem *> &items,
+                                 QAbstractItemModel::LayoutChangeHint hint)
+{
+    emit layoutAboutToBeChanged({}, hint);
+    const QModelIndexList before = persistentIndexList();
+    QList<const ShortcutItem *> itemsBefore;
+    itemsBefore.reserve(before.size());
+    for (const QModelIndex &index : before)
+        itemsBefore.append(m_items.value(index.row()));
+    m_items = items;
+    rebuildRowIndex();
+    QModelIndexList after;
+    after.reserve(before.size());
+    // A few held rows (the selection, the hovered tile) are looked up without the index.
+    const bool few = itemsBefore.size() <= 8;
+    for (const ShortcutItem *item : std::as_const(itemsBefore)) {
+        const int row = few ? int(m_items.indexOf(item)) : rowOf(item);
+        after.append(row < 0 ? QModelIndex() : index(row));
+    }
+    changePersistentIndexList(before, after);
+    emit layoutChanged({}, hint);
 }
 
 void ShortcutListModel::recordsChanged(const QSet<ShortcutItem *> &changed)

@@ -42,11 +42,17 @@ public:
     quint64 revision(const ShortcutItem *item) const { return m_revision.value(item, 0); }
 
 private:
+    // Beyond this many runs of removed rows, an update is one new layout.
+    static constexpr qsizetype maximumRowRuns = 32;
+
     void rebuildRowIndex();
+    // The rows become items at once; persistent indexes follow their item or become invalid.
+    void relayout(const QList<ShortcutItem *> &items, QAbstractItemModel::LayoutChangeHint hint);
     void emitRowsChanged(QList<int> rows);
 
     QList<ShortcutItem *> m_items;
-    QHash<const ShortcutItem *, int> m_rowOf;
+    mutable QHash<const ShortcutItem *, int> m_rowOf;
+    mutable bool m_rowOfStale = false;
     QHash<const ShortcutItem *, quint64> m_revision;
     QSet<QString> m_running;
     quint64 m_nextRevision = 1;

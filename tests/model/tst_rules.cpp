@@ -1,6 +1,7 @@
 // Rule sets: names and titles, the rulesData codec and its fallback, SmartList's rule set.
 
 #include "model/LibraryStoreContainer.h"
+#include "model/LowercaseMatch.h"
 #include "model/ModelContext.h"
 #include "model/ShortcutItem.h"
 #include "model/ShortcutSort.h"
@@ -278,6 +279,36 @@ private slots:
         QCOMPARE(loaded->uuid(), uuid);
         QCOMPARE(loaded->rulesData(), written);
         QCOMPARE(loaded->ruleSet(), rules);
+    }
+
+    // Lowering on the fly gives the answers of lowering the whole value first, for every
+    // character of the Basic Multilingual Plane and for text whose lowering changes its length.
+    void lowercaseMatchingAgreesWithLoweringFirst()
+    {
+        for (char32_t c = 0x80; c <= 0xFFFF; ++c) {
+            const QChar unit{char16_t(c)};
+            if (unit.isSurrogate() || c == 0x130)
+                continue;
+            const QString value = QStringLiteral("x") + unit + QStringLiteral("Y");
+            const QString lower = LowercaseMatch::lowered(value);
+            if (!LowercaseMatch::equals(value, lower) || !LowercaseMatch::contains(value, lower))
+                QFAIL(qPrintable(QStringLiteral("U+%1").arg(quint32(c), 4, 16, QLatin1Char('0'))));
+        }
+        const QStringList values{QStringLiteral("İstanbul Trip"),  QStringLiteral("CAFÉ ΣΟΦΙΑ"),
+                                 QStringLiteral("Straße 🎵 MUSIC"), QStringLiteral("Ǆungla"),
+                                 QStringLiteral("plain ascii"),    QString()};
+        const QStringList needles{QStringLiteral("i̇stanbul"), QStringLiteral("é σ"),
+                                  QStringLiteral("🎵 music"),  QStringLiteral("ǆ"),
+                                  QStringLiteral("ascii"),    QStringLiteral("trip")};
+        for (const QString &value : values) {
+            const QString lower = LowercaseMatch::lowered(value);
+            for (const QString &needle : needles + QStringList{lower}) {
+                QCOMPARE(LowercaseMatch::contains(value, needle), lower.contains(needle));
+                QCOMPARE(LowercaseMatch::equals(value, needle), lower == needle);
+                QCOMPARE(LowercaseMatch::beginsWith(value, needle), lower.startsWith(needle));
+                QCOMPARE(LowercaseMatch::endsWith(value, needle), lower.endsWith(needle));
+            }
+        }
     }
 };
 

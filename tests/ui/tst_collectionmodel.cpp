@@ -19,6 +19,7 @@
 class CollectionModelTest : public QObject {
     Q_OBJECT
 private slots:
+    void updateReachesTargetKeepingIdentity_data();
     void updateReachesTargetKeepingIdentity();
     void recordChangesAreTargeted();
     void gradientRules();
@@ -30,15 +31,23 @@ private slots:
     void keptTilesMatchDrawnTiles();
 };
 
+void CollectionModelTest::updateReachesTargetKeepingIdentity_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::newRow("changes row by row") << 40;
+    QTest::newRow("changes in many places, one layout") << 400;
+}
+
 void CollectionModelTest::updateReachesTargetKeepingIdentity()
 {
+    QFETCH(int, count);
     ModelContext context;
     QList<ShortcutItem *> all;
-    for (int i = 0; i < 40; ++i)
+    for (int i = 0; i < count; ++i)
         all.append(context.insert(new ShortcutItem(QString::number(i), QString::number(i))));
     ShortcutListModel model;
     QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-    model.reset(all.mid(0, 20));
+    model.reset(all.mid(0, count / 2));
     auto *random = QRandomGenerator::global();
     for (int round = 0; round < 200; ++round) {
         QList<ShortcutItem *> target;
