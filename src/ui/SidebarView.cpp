@@ -301,10 +301,8 @@ void SidebarView::addFolderMenu(QMenu *menu, LibraryFolder *folder)
     top->setObjectName(QStringLiteral("moveToTopLevel"));
     connect(top, &QAction::triggered, this,
             [this, folder] { SidebarOperations::moveFolder(m_context, folder, nullptr); });
-    for (const auto &entry : flattenedTree(m_context.folders())) {
+    for (const auto &entry : flattenedTree(m_context.folders(), folder)) {
         LibraryFolder *target = entry.record;
-        if (target == folder || target->isDescendant(folder))
-            continue;
         QAction *action = moveTo->addAction(SymbolIcon::icon(target == folder->parent()
                                                                  ? QStringLiteral("checkmark")
                                                                  : target->symbolName()),
@@ -354,10 +352,8 @@ void SidebarView::addTagMenu(QMenu *menu, Tag *tag)
     top->setObjectName(QStringLiteral("moveToTopLevel"));
     connect(top, &QAction::triggered, this,
             [this, tag] { SidebarOperations::moveTag(m_context, tag, nullptr); });
-    for (const auto &entry : flattenedTree(m_context.tags())) {
+    for (const auto &entry : flattenedTree(m_context.tags(), tag)) {
         Tag *target = entry.record;
-        if (target == tag || target->isDescendant(tag))
-            continue;
         QAction *action =
             moveTo->addAction(SymbolIcon::icon(target == tag->parent() ? QStringLiteral("checkmark")
                                                                        : QStringLiteral("tag")),
