@@ -1,42 +1,42 @@
 #include "model/FlattenedTree.h"
 
-namespace {
-constexpr int maxDepth = 64;
+#include <algorithm>
 
-template<typename T> void walk(T *node, int depth, QList<TreeEntry<T>> &out)
+template<typename T> void sortTopLevel(QList<T *> &records)
 {
-    out.append({node, depth});
-    if (depth >= maxDepth)
-        return;
-    for (T *child : node->sortedChildren())
-        walk(child, depth + 1, out);
+    std::stable_sort(records.begin(), records.end(), [](const T *a, const T *b) {
+        if (a->sortOrder() != b->sortOrder())
+            return a->sortOrder() < b->sortOrder();
+        return a->name().toLower() < b->name().toLower();
+    });
 }
 
-template<typename T> QList<TreeEntry<T>> flatten(const QList<T *> &all)
+template<typename T>
+QList<TreeEntry<T>> flattenedTree(const QList<T *> &all, const std::type_identity_t<T> *moving)
 {
     QList<T *> roots;
     for (T *r : all)
         if (!r->parent())
             roots.append(r);
-    // Top level: sortOrder, then the lower-cased name as plain text.
-    std::stable_sort(roots.begin(), roots.end(), [](const T *a, const T *b) {
-        if (a->sortOrder() != b->sortOrder())
-            return a->sortOrder() < b->sortOrder();
-        return a->name().toLower() < b->name().toLower();
-    });
+    sortTopLevel(roots);
     QList<TreeEntry<T>> out;
-    for (T *r : roots)
-        walk(r, 0, out);
+    for (T *root : roots)
+        root->walk([&](T *record, int depth) {
+            if (!moving || moving->canMoveUnder(record))
+                out.append({record, depth});
+        });
     return out;
 }
-} // namespace
 
-QList<TreeEntry<LibraryFolder>> flattenedTree(const QList<LibraryFolder *> &allFolders)
+template<typename T> QList<TreeEntry<T>> flattenedTree(const QList<T *> &all)
 {
-    return flatten(allFolders);
+    return flattenedTree(all, nullptr);
 }
 
-QList<TreeEntry<Tag>> flattenedTree(const QList<Tag *> &allTags)
-{
-    return flatten(allTags);
-}
+template void sortTopLevel(QList<LibraryFolder *> &);
+template void sortTopLevel(QList<Tag *> &);
+template QList<TreeEntry<LibraryFolder>> flattenedTree(const QList<LibraryFolder *> &);
+template QList<TreeEntry<Tag>> flattenedTree(const QList<Tag *> &);
+template QList<TreeEntry<LibraryFolder>> flattenedTree(const QList<LibraryFolder *> &,
+                                                       const LibraryFolder *);
+template QList<TreeEntry<Tag>> flattenedTree(const QList<Tag *> &, const Tag *);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/Record.h"
+#include "model/RecordTree.h"
 
 #include <QDateTime>
 #include <QString>
@@ -8,7 +8,7 @@
 class ShortcutItem;
 
 // A user folder of the library; folders nest through parent.
-class LibraryFolder final : public Record {
+class LibraryFolder final : public TreeRecord<LibraryFolder> {
 public:
     explicit LibraryFolder(const QString &name, LibraryFolder *parent = nullptr);
     ~LibraryFolder() override;
@@ -26,25 +26,14 @@ public:
     void setSortOrder(qint64 v);
     const QDateTime &createdAt() const { return m_createdAt; }
 
-    LibraryFolder *parent() const { return m_parent; }
-    // Moves the folder under another (or to the top level with nullptr); both sides follow.
-    void setParent(LibraryFolder *parent);
-    const QList<LibraryFolder *> &children() const { return m_children; }
     const QList<ShortcutItem *> &shortcuts() const { return m_shortcuts; }
-
-    QList<LibraryFolder *> sortedChildren() const;
     // Own shortcuts, then each child's, depth-first.
     QList<ShortcutItem *> allShortcuts() const;
-    // [top-level ancestor, ..., parent, self]; climbs at most 64 parents.
-    QList<LibraryFolder *> pathFromRoot() const;
-    // True when `of` is a strict ancestor within 64 steps.
-    bool isDescendant(const LibraryFolder *of) const;
 
 private:
     friend class ShortcutItem;
     friend class ModelContext;
     friend class LibraryStore;
-    void collectAll(QList<ShortcutItem *> &into, int depth) const;
 
     QString m_uuid;
     QString m_name;
@@ -52,7 +41,5 @@ private:
     QString m_colorHex;
     qint64 m_sortOrder = 0;
     QDateTime m_createdAt;
-    LibraryFolder *m_parent = nullptr;
-    QList<LibraryFolder *> m_children;
     QList<ShortcutItem *> m_shortcuts;
 };

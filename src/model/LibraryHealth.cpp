@@ -13,7 +13,6 @@
 namespace {
 using Kind = HealthFinding::Kind;
 constexpr int kindCount = int(Kind::emptyTag) + 1;
-constexpr int maxAncestorSteps = 64; // the bound of pathFromRoot
 constexpr qint64 msPerDay = 86'400'000;
 
 bool isPlaceholder(const ShortcutItem &item)
@@ -39,7 +38,7 @@ void addEmpty(const QList<Node *> &nodes, Kind kind, QList<HealthFinding> &into)
                          [](const ShortcutItem *i) { return !i->isMissing(); }))
             continue;
         const Node *up = node;
-        for (int step = 0; up && step <= maxAncestorSteps && !occupied.contains(up); ++step) {
+        for (int step = 0; up && step <= Node::maxTreeSteps && !occupied.contains(up); ++step) {
             occupied.insert(up);
             up = up->parent();
         }
@@ -53,7 +52,8 @@ void addEmpty(const QList<Node *> &nodes, Kind kind, QList<HealthFinding> &into)
             continue;
         const Node *top = node;
         for (int step = 0;
-             step < maxAncestorSteps && top->parent() && !occupied.contains(top->parent()); ++step)
+             step < Node::maxTreeSteps && top->parent() && !occupied.contains(top->parent());
+             ++step)
             top = top->parent();
         if (top != node)
             ++below[top];

@@ -13,7 +13,6 @@
 #include <limits>
 
 namespace {
-constexpr int maxAncestorSteps = 64;
 constexpr qint64 msecsPerDay = 86'400'000;
 
 // now − days, where a negative count acts as 0 and a huge one reaches back to the beginning
@@ -31,12 +30,12 @@ qint64 cutoffMSecs(const QDateTime &now, qint64 days)
     return cutoff;
 }
 
-// The record or one of its ancestors (at most 64 steps up) carries the uuid. Random uuids
-// nearly always differ in their first character, so that is looked at before the whole text.
+// The record or one of its ancestors (within the bound of pathFromRoot) carries the uuid. Random
+// uuids nearly always differ in their first character, so that is looked at before the whole text.
 template<typename Node> bool inPath(const Node *node, const QString &uuid)
 {
     const QChar first = uuid.front();
-    for (int step = 0; node && step <= maxAncestorSteps; ++step, node = node->parent()) {
+    for (int step = 0; node && step <= Node::maxTreeSteps; ++step, node = node->parent()) {
         const QString &candidate = node->uuid();
         if (!candidate.isEmpty() && candidate.front() == first && candidate == uuid)
             return true;

@@ -9,10 +9,9 @@
 #include <vector>
 
 namespace {
-constexpr int maxAncestorSteps = 64;
 
 // Counts, for folders or tags, how many distinct items reach each record through one of their
-// own records and its ancestors (the same 64-step bound as pathFromRoot).
+// own records and its ancestors (within the bound of pathFromRoot).
 template<typename Node> class TreeTally {
 public:
     explicit TreeTally(const QList<Node *> &nodes)
@@ -26,7 +25,7 @@ public:
 
     void add(const Node *node, int item)
     {
-        for (int step = 0; node && step <= maxAncestorSteps; ++step, node = node->parent()) {
+        for (int step = 0; node && step <= Node::maxTreeSteps; ++step, node = node->parent()) {
             const int i = m_index.value(node, -1);
             if (i < 0 || m_lastItem[size_t(i)] == item)
                 continue;

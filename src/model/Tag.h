@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/Record.h"
+#include "model/RecordTree.h"
 
 #include <QDateTime>
 #include <QSet>
@@ -9,7 +9,7 @@
 class ShortcutItem;
 
 // A user tag; tags nest through parent and are shared by many shortcuts.
-class Tag final : public Record {
+class Tag final : public TreeRecord<Tag> {
 public:
     Tag(const QString &name, const QString &colorHex, Tag *parent = nullptr);
     ~Tag() override;
@@ -25,29 +25,19 @@ public:
     void setSortOrder(qint64 v);
     const QDateTime &createdAt() const { return m_createdAt; }
 
-    Tag *parent() const { return m_parent; }
-    void setParent(Tag *parent);
-    const QList<Tag *> &children() const { return m_children; }
     const QList<ShortcutItem *> &shortcuts() const { return m_shortcuts; }
-
-    QList<Tag *> sortedChildren() const;
     // Appends the tag's shortcuts not yet seen, then recurses into the children.
     void collectShortcuts(QList<ShortcutItem *> &into, QSet<ShortcutItem *> &seen) const;
-    QList<Tag *> pathFromRoot() const;
-    bool isDescendant(const Tag *of) const;
 
 private:
     friend class ShortcutItem;
     friend class ModelContext;
     friend class LibraryStore;
-    void collect(QList<ShortcutItem *> &into, QSet<ShortcutItem *> &seen, int depth) const;
 
     QString m_uuid;
     QString m_name;
     QString m_colorHex = QStringLiteral("#8E8E93");
     qint64 m_sortOrder = 0;
     QDateTime m_createdAt;
-    Tag *m_parent = nullptr;
-    QList<Tag *> m_children;
     QList<ShortcutItem *> m_shortcuts;
 };

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <QColor>
+#include "ui/PickerGrid.h"
+
 #include <QList>
 #include <QString>
-#include <QWidget>
 
 // A palette of named colours as round swatches; the chosen one carries a checkmark. With
 // allowNone a first "Default" swatch stands for no colour (the empty text).
-class ColorSwatchPicker : public QWidget {
+class ColorSwatchPicker : public PickerGrid {
     Q_OBJECT
     Q_PROPERTY(QString hex READ hex WRITE setHex NOTIFY hexChanged)
 public:
@@ -25,32 +25,25 @@ public:
     bool allowNone() const { return m_allowNone; }
 
     // The swatches shown: the none swatch first when allowed, then the palette.
-    int swatchCount() const;
+    int cellCount() const override;
+    int swatchCount() const { return cellCount(); }
     // The hex a swatch stands for ("" for the none swatch) and its name ("Default" for none).
     QString swatchHex(int index) const;
     QString swatchName(int index) const;
-    QRect swatchRect(int index) const;
-    int indexAt(const QPoint &pos) const;
+    QString cellName(int index) const override { return swatchName(index); }
+    QRect swatchRect(int index) const { return cellRect(index); }
     // The swatch showing the checkmark, or -1.
-    int checkedIndex() const;
-
-    bool hasHeightForWidth() const override { return true; }
-    int heightForWidth(int width) const override;
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
+    int chosenIndex() const override;
+    int checkedIndex() const { return chosenIndex(); }
+    void choose(int index) override { setHex(swatchHex(index)); }
 
 signals:
     void hexChanged(const QString &hex);
 
 protected:
-    void paintEvent(QPaintEvent *event) override;
-    void mousePressEvent(QMouseEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
-    bool event(QEvent *event) override;
+    void paintCell(QPainter &painter, int index, const QRectF &cell, bool chosen) override;
 
 private:
-    int columnCount(int width) const;
-
     bool m_allowNone = false;
     QString m_hex;
 };

@@ -68,12 +68,8 @@ void FolderEditor::fillParents()
     QSignalBlocker blocker(m_parent);
     m_parent->clear();
     m_parent->addItem(QStringLiteral("Top Level"), QString());
-    LibraryFolder *edited = m_target.folder;
-    for (const auto &entry : flattenedTree(m_context.folders())) {
-        if (edited && (entry.record == edited || entry.record->isDescendant(edited)))
-            continue;
+    for (const auto &entry : flattenedTree(m_context.folders(), m_target.folder))
         m_parent->addItem(entry.title(), entry.record->uuid());
-    }
     m_parent->setCurrentIndex(std::max(0, m_parent->findData(current)));
 }
 
@@ -103,7 +99,7 @@ void FolderEditor::save()
         folder->setSymbolName(m_symbol->symbol());
         folder->setColorHex(m_color->hex());
         // The picker already leaves these out; the tree may have moved since it was filled.
-        if (parent != folder && !(parent && parent->isDescendant(folder)))
+        if (folder->canMoveUnder(parent))
             folder->setParent(parent);
     } else {
         auto *created = new LibraryFolder(name, parent);

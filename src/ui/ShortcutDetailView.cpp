@@ -3,6 +3,7 @@
 #include "model/FlattenedTree.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
+#include "ui/InspectorWidgets.h"
 #include "ui/PlainText.h"
 #include "ui/ProminentButton.h"
 #include "ui/RunHistorySection.h"
@@ -21,148 +22,14 @@
 #include <QLineEdit>
 #include <QLocale>
 #include <QMenu>
-#include <QPainter>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QShortcut>
-#include <QStyleOptionButton>
-#include <QStylePainter>
-#include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 
-namespace {
-// A small spinning indicator, animated only while shown.
-class BusySpinner : public QWidget {
-public:
-    explicit BusySpinner(QWidget *parent) : QWidget(parent)
-    {
-        setObjectName(QStringLiteral("detailRunSpinner"));
-        setAttribute(Qt::WA_TransparentForMouseEvents);
-        setFixedSize(16, 16);
-        m_timer.setInterval(33);
-        connect(&m_timer, &QTimer::timeout, this, [this] {
-            m_angle = std::fmod(m_angle + 12, 360);
-            update();
-        });
-    }
-
-protected:
-    void paintEvent(QPaintEvent *) override
-    {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        ShortcutPainter::drawSpinner(painter, QRectF(rect()).adjusted(1, 1, -1, -1), Qt::white,
-                                     m_angle);
-    }
-    void showEvent(QShowEvent *) override { m_timer.start(); }
-    void hideEvent(QHideEvent *) override { m_timer.stop(); }
-
-private:
-    QTimer m_timer;
-    qreal m_angle = 0;
-};
-
-QColor secondaryColor(const QPalette &palette)
-{
-    QColor color = palette.color(QPalette::WindowText);
-    color.setAlphaF(0.6f);
-    return color;
-}
-
-template<typename Label> Label *secondary(Label *label)
-{
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, secondaryColor(palette));
-    label->setPalette(palette);
-    return label;
-}
-
-// A push button whose title (a folder path of any length) is cut to the width it gets, with
-// the whole title in its tooltip, so that it never widens the inspector.
-class ElidingButton : public QPushButton {
-public:
-    using QPushButton::QPushButton;
-
-    void setTitle(const QString &title)
-    {
-        m_title = title;
-        setText(PlainText::menuTitle(title));
-        setToolTip(PlainText::markupSafe(title));
-    }
-    QSize minimumSizeHint() const override
-    {
-        QSize size = QPushButton::sizeHint();
-        size.setWidth(std::min(size.width(), fontMetrics().averageCharWidth() * 8 + 40));
-        return size;
-    }
-
-protected:
-    void paintEvent(QPaintEvent *) override
-    {
-        QStylePainter painter(this);
-        QStyleOptionButton option;
-        initStyleOption(&option);
-        // Cut only when the button is narrower than it would like; what is not text in its
-        // wish is the room the style keeps for the bevel, icon and menu arrow.
-        const int wanted = QPushButton::sizeHint().width();
-        if (width() < wanted) {
-            const int chrome = wanted - fontMetrics().horizontalAdvance(m_title);
-            option.text = PlainText::menuTitle(
-                fontMetrics().elidedText(m_title, Qt::ElideMiddle, std::max(0, width() - chrome)));
-        }
-        painter.drawControl(QStyle::CE_PushButton, option);
-    }
-
-private:
-    QString m_title;
-};
-
-// A caption line with a leading symbol.
-QWidget *captionLine(const QString &objectName, const QString &symbol, const QColor &color,
-                     const QString &text, QWidget *parent)
-{
-    auto *line = new QWidget(parent);
-    line->setObjectName(objectName);
-    auto *layout = new QHBoxLayout(line);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(5);
-    auto *icon = new QLabel(line);
-    icon->setPixmap(SymbolIcon::pixmap(symbol, color, 13, line->devicePixelRatioF()));
-    layout->addWidget(icon);
-    auto *label = new QLabel(text, line);
-    QFont font = label->font();
-    font.setPointSizeF(font.pointSizeF() * 0.88);
-    label->setFont(font);
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, color);
-    label->setPalette(palette);
-    label->setWordWrap(true);
-    layout->addWidget(label, 1);
-    return line;
-}
-
-// A titled group box in the grouped style of the inspector.
-QVBoxLayout *addGroup(QVBoxLayout *column, const QString &title, const QString &objectName)
-{
-    auto *header = new QLabel(title);
-    QFont font = header->font();
-    font.setBold(true);
-    header->setFont(font);
-    column->addWidget(header);
-    auto *frame = new QFrame;
-    frame->setObjectName(objectName);
-    frame->setFrameShape(QFrame::StyledPanel);
-    frame->setAutoFillBackground(true);
-    frame->setBackgroundRole(QPalette::Base);
-    auto *layout = new QVBoxLayout(frame);
-    layout->setContentsMargins(12, 10, 12, 10);
-    layout->setSpacing(8);
-    column->addWidget(frame);
-    return layout;
-}
-} // namespace
+using namespace InspectorWidgets;
 
 ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &runner,
                                        QWidget *parent)

@@ -1,6 +1,7 @@
 #include "ui/SidebarModel.h"
 
 #include "model/ColorHex.h"
+#include "model/FlattenedTree.h"
 #include "model/ModelContext.h"
 #include "model/SidebarCounts.h"
 #include "ui/LibraryHealthMonitor.h"
@@ -48,18 +49,6 @@ namespace {
 QString recordKey(const char *prefix, const void *record)
 {
     return QLatin1String(prefix) + QString::number(quintptr(record), 16);
-}
-
-template<typename T> void sortTopLevel(QList<T *> &records)
-{
-    // The live queries sort by name; the rows then by sortOrder and the lower-cased name.
-    std::stable_sort(records.begin(), records.end(),
-                     [](const T *a, const T *b) { return a->name() < b->name(); });
-    std::stable_sort(records.begin(), records.end(), [](const T *a, const T *b) {
-        if (a->sortOrder() != b->sortOrder())
-            return a->sortOrder() < b->sortOrder();
-        return a->name().toLower() < b->name().toLower();
-    });
 }
 
 } // namespace
@@ -155,54 +144,49 @@ QList<SidebarModel::Blueprint> SidebarModel::desiredTree() const
         tree.append(smart);
     }
 
-    const std::function<Blueprint(LibraryFolder *, int)> folderSpec = [&](LibraryFolder *folder,
-                                                                          int depth) {
-        Blueprint blueprint =
-            fixed(folder->name(), folder->symbolName(), LibrarySection::folder(folder->uuid()),
-                  int(counts.folders.value(folder->uuid())));
-        blueprint.key = recordKey("folder:", folder);
-        blueprint.record = folder;
-        blueprint.tintHex = folder->colorHex();
-        // The same bound as the record walks, so a corrupted chain cannot recurse for ever.
-        if (depth < 64)
-            for (LibraryFolder *child : folder->sortedChildren())
-                blueprint.children.append(folderSpec(child, depth + 1));
-        return blueprint;
+    // Folders and tags as rows nested like the records, down to the depth the record walks reach.
+    const auto treeRows = [&]<typename T>(const QList<T *> &all, const char *prefix,
+                                          const auto &row) {
+        const std::function<Blueprint(T *, int)> build = [&](T *record, int depth) {
+            Blueprint blueprint = row(record);
+            blueprint.key = recordKey(prefix, record);
+            blueprint.record = record;
+            blueprint.tintHex = record->colorHex();
+            if (depth < T::maxTreeSteps)
+                for (T *child : record->sortedChildren())
+                    blueprint.children.append(build(child, depth + 1));
+            return blueprint;
+        };
+        QList<T *> roots;
+        for (T *record : all)
+            if (!record->parent())
+                roots.append(record);
+        // The live queries sort by name; the rows then by sortOrder and the lower-cased name.
+        std::stable_sort(roots.begin(), roots.end(),
+                         [](const T *a, const T *b) { return a->name() < b->name(); });
+        sortTopLevel(roots);
+        QList<Blueprint> rows;
+        for (T *root : roots)
+            rows.append(build(root, 0));
+        return rows;
     };
+
     Blueprint folders = header(Header::folders, QStringLiteral("Folders"));
-    QList<LibraryFolder *> topFolders;
-    for (LibraryFolder *folder : m_context.folders())
-        if (!folder->parent())
-            topFolders.append(folder);
-    sortTopLevel(topFolders);
-    for (LibraryFolder *folder : topFolders)
-        folders.children.append(folderSpec(folder, 0));
+    folders.children = treeRows(m_context.folders(), "folder:", [&](const LibraryFolder *folder) {
+        return fixed(folder->name(), folder->symbolName(), LibrarySection::folder(folder->uuid()),
+                     int(counts.folders.value(folder->uuid())));
+    });
     if (m_context.folders().isEmpty())
         folders.children.append(
             hint(QStringLiteral("hint:folders"),
                  QStringLiteral("Use + above to create a folder, then drag shortcuts onto it.")));
     tree.append(folders);
 
-    const std::function<Blueprint(Tag *, int)> tagSpec = [&](Tag *tag, int depth) {
-        Blueprint blueprint =
-            fixed(tag->name(), QStringLiteral("tag.fill"), LibrarySection::tag(tag->uuid()),
-                  int(counts.tags.value(tag->uuid())));
-        blueprint.key = recordKey("tag:", tag);
-        blueprint.record = tag;
-        blueprint.tintHex = tag->colorHex();
-        if (depth < 64)
-            for (Tag *child : tag->sortedChildren())
-                blueprint.children.append(tagSpec(child, depth + 1));
-        return blueprint;
-    };
     Blueprint tags = header(Header::tags, QStringLiteral("Tags"));
-    QList<Tag *> topTags;
-    for (Tag *tag : m_context.tags())
-        if (!tag->parent())
-            topTags.append(tag);
-    sortTopLevel(topTags);
-    for (Tag *tag : topTags)
-        tags.children.append(tagSpec(tag, 0));
+    tags.children = treeRows(m_context.tags(), "tag:", [&](const Tag *tag) {
+        return fixed(tag->name(), QStringLiteral("tag.fill"), LibrarySection::tag(tag->uuid()),
+                     int(counts.tags.value(tag->uuid())));
+    });
     if (m_context.tags().isEmpty())
         tags.children.append(
             hint(QStringLiteral("hint:tags"), QStringLiteral("Use + above to create a tag.")));

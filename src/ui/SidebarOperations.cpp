@@ -5,11 +5,6 @@
 #include "ui/LibraryNavigation.h"
 
 namespace {
-template<typename T> bool canMove(T *record, T *target)
-{
-    return target != record && !(target && target->isDescendant(record));
-}
-
 void clearSelectionOf(LibraryNavigation &navigation, const LibrarySection &section)
 {
     if (navigation.section() == section)
@@ -49,7 +44,7 @@ int SidebarOperations::tagShortcuts(ModelContext &context, const QSet<QString> &
 bool SidebarOperations::moveFolder(ModelContext &context, LibraryFolder *folder,
                                    LibraryFolder *target)
 {
-    if (!canMove(folder, target))
+    if (!folder->canMoveUnder(target))
         return false;
     folder->setParent(target);
     context.save();
@@ -65,7 +60,7 @@ bool SidebarOperations::moveFolderOut(ModelContext &context, LibraryFolder *fold
 
 bool SidebarOperations::moveTag(ModelContext &context, Tag *tag, Tag *target)
 {
-    if (!canMove(tag, target))
+    if (!tag->canMoveUnder(target))
         return false;
     tag->setParent(target);
     context.save();

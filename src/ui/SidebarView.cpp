@@ -94,6 +94,40 @@ QColor destructiveColor()
 {
     return {0xFF, 0x3B, 0x30};
 }
+// "Move To" with the top level and every place the record can go without closing a cycle (its
+// current parent checked), then "Move Out of" its parent when it has one.
+template<typename T, typename SymbolOf, typename Move, typename MoveOut>
+void addMoveActions(QMenu *menu, QObject *receiver, const QList<T *> &all, T *record,
+                    SymbolOf symbolOf, Move move, MoveOut moveOut)
+{
+    QMenu *moveTo = menu->addMenu(SymbolIcon::icon(QStringLiteral("arrow.right.doc.on.clipboard")),
+                                  QStringLiteral("Move To"));
+    moveTo->setObjectName(QStringLiteral("moveToMenu"));
+    QAction *top =
+        moveTo->addAction(SymbolIcon::icon(record->parent() ? QStringLiteral("rectangle.split.3x1")
+                                                            : QStringLiteral("checkmark")),
+                          QStringLiteral("Top Level"));
+    top->setObjectName(QStringLiteral("moveToTopLevel"));
+    QObject::connect(top, &QAction::triggered, receiver, [move, record] { move(record, nullptr); });
+    for (const auto &entry : flattenedTree(all, record)) {
+        T *target = entry.record;
+        QAction *action = moveTo->addAction(SymbolIcon::icon(target == record->parent()
+                                                                 ? QStringLiteral("checkmark")
+                                                                 : symbolOf(target)),
+                                            PlainText::menuTitle(entry.title()));
+        action->setObjectName(QStringLiteral("moveTo:") + target->uuid());
+        QObject::connect(action, &QAction::triggered, receiver,
+                         [move, record, target] { move(record, target); });
+    }
+    if (T *parent = record->parent()) {
+        QAction *out =
+            menu->addAction(SymbolIcon::icon(QStringLiteral("arrow.up.left")),
+                            PlainText::menuTitle(QStringLiteral("Move Out of ") + parent->name()));
+        out->setObjectName(QStringLiteral("moveOut"));
+        QObject::connect(out, &QAction::triggered, receiver,
+                         [moveOut, record] { moveOut(record); });
+    }
+}
 } // namespace
 
 SidebarView::SidebarView(ModelContext &context, LibraryNavigation &navigation, QWidget *parent)
@@ -291,37 +325,13 @@ void SidebarView::addFolderMenu(QMenu *menu, LibraryFolder *folder)
     addCopyLinkAction(menu, LibraryLinks::openSection(LibrarySection::folder(folder->uuid())));
     menu->addSeparator();
 
-    QMenu *moveTo = menu->addMenu(SymbolIcon::icon(QStringLiteral("arrow.right.doc.on.clipboard")),
-                                  QStringLiteral("Move To"));
-    moveTo->setObjectName(QStringLiteral("moveToMenu"));
-    QAction *top =
-        moveTo->addAction(SymbolIcon::icon(folder->parent() ? QStringLiteral("rectangle.split.3x1")
-                                                            : QStringLiteral("checkmark")),
-                          QStringLiteral("Top Level"));
-    top->setObjectName(QStringLiteral("moveToTopLevel"));
-    connect(top, &QAction::triggered, this,
-            [this, folder] { SidebarOperations::moveFolder(m_context, folder, nullptr); });
-    for (const auto &entry : flattenedTree(m_context.folders())) {
-        LibraryFolder *target = entry.record;
-        if (target == folder || target->isDescendant(folder))
-            continue;
-        QAction *action = moveTo->addAction(SymbolIcon::icon(target == folder->parent()
-                                                                 ? QStringLiteral("checkmark")
-                                                                 : target->symbolName()),
-                                            PlainText::menuTitle(entry.title()));
-        action->setObjectName(QStringLiteral("moveTo:") + target->uuid());
-        connect(action, &QAction::triggered, this, [this, folder, target] {
-            SidebarOperations::moveFolder(m_context, folder, target);
-        });
-    }
-    if (LibraryFolder *parent = folder->parent()) {
-        QAction *out =
-            menu->addAction(SymbolIcon::icon(QStringLiteral("arrow.up.left")),
-                            PlainText::menuTitle(QStringLiteral("Move Out of ") + parent->name()));
-        out->setObjectName(QStringLiteral("moveOut"));
-        connect(out, &QAction::triggered, this,
-                [this, folder] { SidebarOperations::moveFolderOut(m_context, folder); });
-    }
+    addMoveActions(
+        menu, this, m_context.folders(), folder,
+        [](const LibraryFolder *target) { return target->symbolName(); },
+        [this](LibraryFolder *moved, LibraryFolder *target) {
+            SidebarOperations::moveFolder(m_context, moved, target);
+        },
+        [this](LibraryFolder *moved) { SidebarOperations::moveFolderOut(m_context, moved); });
     menu->addSeparator();
     QAction *remove = menu->addAction(SymbolIcon::icon(QStringLiteral("trash"), destructiveColor()),
                                       QStringLiteral("Delete Folder"));
@@ -344,36 +354,10 @@ void SidebarView::addTagMenu(QMenu *menu, Tag *tag)
     addCopyLinkAction(menu, LibraryLinks::openSection(LibrarySection::tag(tag->uuid())));
     menu->addSeparator();
 
-    QMenu *moveTo = menu->addMenu(SymbolIcon::icon(QStringLiteral("arrow.right.doc.on.clipboard")),
-                                  QStringLiteral("Move To"));
-    moveTo->setObjectName(QStringLiteral("moveToMenu"));
-    QAction *top =
-        moveTo->addAction(SymbolIcon::icon(tag->parent() ? QStringLiteral("rectangle.split.3x1")
-                                                         : QStringLiteral("checkmark")),
-                          QStringLiteral("Top Level"));
-    top->setObjectName(QStringLiteral("moveToTopLevel"));
-    connect(top, &QAction::triggered, this,
-            [this, tag] { SidebarOperations::moveTag(m_context, tag, nullptr); });
-    for (const auto &entry : flattenedTree(m_context.tags())) {
-        Tag *target = entry.record;
-        if (target == tag || target->isDescendant(tag))
-            continue;
-        QAction *action =
-            moveTo->addAction(SymbolIcon::icon(target == tag->parent() ? QStringLiteral("checkmark")
-                                                                       : QStringLiteral("tag")),
-                              PlainText::menuTitle(entry.title()));
-        action->setObjectName(QStringLiteral("moveTo:") + target->uuid());
-        connect(action, &QAction::triggered, this,
-                [this, tag, target] { SidebarOperations::moveTag(m_context, tag, target); });
-    }
-    if (Tag *parent = tag->parent()) {
-        QAction *out =
-            menu->addAction(SymbolIcon::icon(QStringLiteral("arrow.up.left")),
-                            PlainText::menuTitle(QStringLiteral("Move Out of ") + parent->name()));
-        out->setObjectName(QStringLiteral("moveOut"));
-        connect(out, &QAction::triggered, this,
-                [this, tag] { SidebarOperations::moveTagOut(m_context, tag); });
-    }
+    addMoveActions(
+        menu, this, m_context.tags(), tag, [](const Tag *) { return QStringLiteral("tag"); },
+        [this](Tag *moved, Tag *target) { SidebarOperations::moveTag(m_context, moved, target); },
+        [this](Tag *moved) { SidebarOperations::moveTagOut(m_context, moved); });
     menu->addSeparator();
     QAction *remove = menu->addAction(SymbolIcon::icon(QStringLiteral("trash"), destructiveColor()),
                                       QStringLiteral("Delete Tag"));

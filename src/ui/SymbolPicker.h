@@ -1,12 +1,13 @@
 #pragma once
 
+#include "ui/PickerGrid.h"
+
 #include <QColor>
 #include <QStringList>
-#include <QWidget>
 
 // A grid of the symbols a folder or smart list may show, drawn in a tint. Clicking a cell picks
 // its symbol; a symbol outside the list is kept as it is and marks no cell.
-class SymbolPicker : public QWidget {
+class SymbolPicker : public PickerGrid {
     Q_OBJECT
     Q_PROPERTY(QString symbol READ symbol WRITE setSymbol NOTIFY symbolChanged)
 public:
@@ -20,27 +21,20 @@ public:
     QColor tint() const { return m_tint; }
     void setTint(const QColor &tint);
 
-    // Where cell `index` sits at the current width (for tests and the accessibility layer).
-    QRect cellRect(int index) const;
-    int indexAt(const QPoint &pos) const;
-
-    bool hasHeightForWidth() const override { return true; }
-    int heightForWidth(int width) const override;
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
+    int cellCount() const override { return int(symbols().size()); }
+    int chosenIndex() const override { return int(symbols().indexOf(m_symbol)); }
+    void choose(int index) override { setSymbol(symbols().value(index)); }
+    // "folder fill" for "folder.fill".
+    QString cellName(int index) const override;
 
 signals:
     void symbolChanged(const QString &symbol);
 
 protected:
-    void paintEvent(QPaintEvent *event) override;
-    void mousePressEvent(QMouseEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
-    bool event(QEvent *event) override;
+    QString cellToolTip(int index) const override { return symbols().value(index); }
+    void paintCell(QPainter &painter, int index, const QRectF &cell, bool chosen) override;
 
 private:
-    int columnCount(int width) const;
-
     QString m_symbol;
     QColor m_tint;
 };

@@ -58,12 +58,8 @@ void TagEditor::fillParents()
     QSignalBlocker blocker(m_parent);
     m_parent->clear();
     m_parent->addItem(QStringLiteral("Top Level"), QString());
-    Tag *edited = m_target.tag;
-    for (const auto &entry : flattenedTree(m_context.tags())) {
-        if (edited && (entry.record == edited || entry.record->isDescendant(edited)))
-            continue;
+    for (const auto &entry : flattenedTree(m_context.tags(), m_target.tag))
         m_parent->addItem(entry.title(), entry.record->uuid());
-    }
     m_parent->setCurrentIndex(std::max(0, m_parent->findData(current)));
 }
 
@@ -84,7 +80,7 @@ void TagEditor::save()
     if (Tag *tag = m_target.tag) {
         tag->setName(name);
         tag->setColorHex(m_color->hex());
-        if (parent != tag && !(parent && parent->isDescendant(tag)))
+        if (tag->canMoveUnder(parent))
             tag->setParent(parent);
     } else {
         Tag *created = m_context.insert(new Tag(name, m_color->hex(), parent));

@@ -22,6 +22,7 @@ private slots:
     void sortedTagsAndDerivedDates();
     void applyProcessedIcon();
     void flattenedTreeIndentsByDepth();
+    void movesThatWouldCloseACycleAreLeftOut();
     void changesAreCoalescedPerEventLoopTurn();
 };
 
@@ -298,6 +299,40 @@ void RecordsTest::flattenedTreeIndentsByDepth()
     QCOMPARE(titles,
              (QStringList{"Alpha", "    Child 2", "        Deep", "    Child 10", "beta", "aaa"}));
     QCOMPARE(records, (QList<LibraryFolder *>{a, a2, deep, a10, b, last}));
+}
+
+void RecordsTest::movesThatWouldCloseACycleAreLeftOut()
+{
+    ModelContext ctx;
+    auto *root = ctx.insert(new Tag("root", ""));
+    auto *mid = ctx.insert(new Tag("mid", "", root));
+    auto *leaf = ctx.insert(new Tag("leaf", "", mid));
+    auto *other = ctx.insert(new Tag("other", ""));
+    QVERIFY(mid->canMoveUnder(nullptr));
+    QVERIFY(mid->canMoveUnder(other));
+    QVERIFY(leaf->canMoveUnder(root));
+    QVERIFY(!mid->canMoveUnder(mid));
+    QVERIFY(!mid->canMoveUnder(leaf));
+    QVERIFY(!root->canMoveUnder(leaf));
+
+    const auto titles = [&](const Tag *moving) {
+        QStringList out;
+        for (const auto &e : flattenedTree(ctx.tags(), moving))
+            out << e.title();
+        return out;
+    };
+    QCOMPARE(titles(mid), (QStringList{"other", "root"}));
+    QCOMPARE(titles(leaf), (QStringList{"other", "root", "    mid"}));
+    QCOMPARE(titles(nullptr), (QStringList{"other", "root", "    mid", "        leaf"}));
+
+    // The walk under a top-level record stops at the same depth as the climbs.
+    QList<LibraryFolder *> chain{ctx.insert(new LibraryFolder("0"))};
+    for (int i = 1; i <= 70; ++i)
+        chain.append(ctx.insert(new LibraryFolder(QString::number(i), chain.last())));
+    const auto deep = flattenedTree(ctx.folders());
+    QCOMPARE(deep.size(), 65);
+    QCOMPARE(deep.last().record, chain[64]);
+    QCOMPARE(deep.last().depth, 64);
 }
 
 void RecordsTest::changesAreCoalescedPerEventLoopTurn()

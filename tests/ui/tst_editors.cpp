@@ -23,6 +23,7 @@ private slots:
     void init();
     void cleanup();
     void pickers();
+    void pickerArrowKeys();
     void pickerCellsAreAccessible();
     void folderEditorRules();
     void tagEditorAppliesNewTag();
@@ -92,6 +93,38 @@ void TestEditors::pickers()
     QCOMPARE(palette.swatchName(0), QStringLiteral("Red"));
     palette.setHex(QString());
     QCOMPARE(palette.checkedIndex(), -1);
+}
+
+void TestEditors::pickerArrowKeys()
+{
+    SymbolPicker symbols;
+    symbols.resize(400, symbols.heightForWidth(400)); // 10 columns
+    QTest::keyClick(&symbols, Qt::Key_Down);          // nothing chosen: the first cell
+    QCOMPARE(symbols.symbol(), SymbolPicker::symbols().at(0));
+    QTest::keyClick(&symbols, Qt::Key_Up); // at the top edge it stays
+    QTest::keyClick(&symbols, Qt::Key_Left);
+    QCOMPARE(symbols.symbol(), SymbolPicker::symbols().at(0));
+    QTest::keyClick(&symbols, Qt::Key_Down);
+    QTest::keyClick(&symbols, Qt::Key_Right);
+    QCOMPARE(symbols.symbol(), SymbolPicker::symbols().at(11));
+    symbols.setSymbol(SymbolPicker::symbols().at(45));
+    QTest::keyClick(&symbols, Qt::Key_Down); // no row below
+    QCOMPARE(symbols.symbol(), SymbolPicker::symbols().at(45));
+    symbols.setSymbol(SymbolPicker::symbols().last());
+    QTest::keyClick(&symbols, Qt::Key_Right);
+    QCOMPARE(symbols.symbol(), SymbolPicker::symbols().last());
+
+    // The swatches are one row: Up and Down are the parent's, Left and Right move.
+    ColorSwatchPicker colors(false);
+    colors.resize(120, colors.heightForWidth(120));
+    colors.setHex(QStringLiteral("#24BAF7"));
+    QTest::keyClick(&colors, Qt::Key_Down);
+    QCOMPARE(colors.hex(), QStringLiteral("#24BAF7"));
+    QTest::keyClick(&colors, Qt::Key_Right);
+    QCOMPARE(colors.swatchName(colors.checkedIndex()), QStringLiteral("Navy"));
+    colors.setHex(QStringLiteral("#123456"));
+    QTest::keyClick(&colors, Qt::Key_Left);
+    QCOMPARE(colors.swatchName(colors.checkedIndex()), QStringLiteral("Red"));
 }
 
 void TestEditors::pickerCellsAreAccessible()
