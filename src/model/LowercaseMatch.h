@@ -5,7 +5,7 @@
 
 // Text tests that lower-case both sides (locale-independent full Unicode lower-casing, no other
 // folding) before comparing code points. The needle is given already lower-cased; the value is
-// lower-cased on the fly, without a copy when it is plain ASCII.
+// lower-cased on the fly, without a copy when it is Latin-1.
 namespace LowercaseMatch {
 // Spaces and tabs only: line breaks stay.
 QStringView trimSpacesAndTabs(QStringView text);
