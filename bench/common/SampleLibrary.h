@@ -45,18 +45,46 @@ inline void addSmartLists(ModelContext &ctx, const Trees &trees, int count)
     }
 }
 
+// How big a library is.
+struct Shape {
+    int items;
+    int folders;
+    int tags;
+    int smartLists;
+};
+
 // The library most benchmarks measure: 10,000 shortcuts in 200 folders and with 200 tags, and
 // 20 smart lists.
-constexpr int itemCount = 10000;
-constexpr int folderCount = 200;
-constexpr int tagCount = 200;
-constexpr int smartListCount = 20;
+constexpr Shape standard{10000, 200, 200, 20};
+// The largest libraries, where this program matters most: 100,000 shortcuts in 2,000 folders
+// and with 2,000 tags, and 50 smart lists.
+constexpr Shape large{100000, 2000, 2000, 50};
+// What a `--quick` run measures instead of the two: small enough to finish in seconds.
+constexpr Shape quickStandard{1000, 20, 20, 5};
+constexpr Shape quickLarge{2000, 40, 40, 10};
+
+constexpr int itemCount = standard.items;
+constexpr int folderCount = standard.folders;
+constexpr int tagCount = standard.tags;
+constexpr int smartListCount = standard.smartLists;
+
+// The two sizes a scaling benchmark compares: the standard library and the large one, or their
+// quick stand-ins.
+struct Scale {
+    Shape small;
+    Shape big;
+};
+inline Scale scale(bool quick)
+{
+    return quick ? Scale{quickStandard, quickLarge} : Scale{standard, large};
+}
 
 // Its folder and tag trees and smart lists; the shortcuts are each benchmark's own.
-inline Trees addOrganisation(ModelContext &ctx, QRandomGenerator &rng)
+inline Trees addOrganisation(ModelContext &ctx, QRandomGenerator &rng,
+                             const Shape &shape = standard)
 {
-    const Trees trees = addTrees(ctx, rng, folderCount, tagCount);
-    addSmartLists(ctx, trees, smartListCount);
+    const Trees trees = addTrees(ctx, rng, shape.folders, shape.tags);
+    addSmartLists(ctx, trees, shape.smartLists);
     return trees;
 }
 

@@ -1,13 +1,18 @@
-// Full sync of 10,000 shortcuts through the simulated Shortcuts Events (list script, reply
-// decoding, merge, save) into an empty store, then again unchanged; each beside raw SQLite
-// inserting 10,000 rows of the same width in one transaction, measured in the same run. Each of
-// five rounds starts from nothing in a fresh process; the figures are the medians.
+// Full sync through the simulated Shortcuts Events (list script, reply decoding, merge, save)
+// into an empty store, then again unchanged; each beside raw SQLite inserting as many rows of
+// the same width in one transaction, measured in the same run. At two sizes: the standard
+// library of 10,000 shortcuts and the large one of 100,000 (`--quick`: 1,000 and 2,000), with
+// the growth between them. Each of five rounds starts from nothing in a fresh process; the
+// figures are the medians.
 //
 // The real Shortcuts app has its library loaded before anyone syncs; the simulated one parses
 // its library file and writes its Shortcuts.sqlite when it first sees the file. That start (one
 // icon script) is timed and printed on its own and kept out of the sync figures; the list reply
 // is still built inside the first sync.
+#include "common/BenchOptions.h"
 #include "common/RawSqliteBaseline.h"
+#include "common/SampleLibrary.h"
+#include "common/ScaleTable.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
@@ -26,15 +31,10 @@
 #include <sqlite3.h>
 
 namespace {
-constexpr int shortcutCount = 10000;
 constexpr int roundCount = 5;
+using SampleLibrary::ms;
 
-double ms(const QElapsedTimer &t)
-{
-    return t.nsecsElapsed() / 1e6;
-}
-
-double rawInsert(const QString &path)
+double rawInsert(const QString &path, int shortcutCount)
 {
     sqlite3 *db = nullptr;
     sqlite3_open(path.toUtf8().constData(), &db);
@@ -52,7 +52,7 @@ double rawInsert(const QString &path)
     return elapsed;
 }
 
-SimulatedLibrary makeLibrary()
+SimulatedLibrary makeLibrary(int shortcutCount)
 {
     SimulatedLibrary library;
     for (int f = 0; f < 12; ++f)
@@ -108,6 +108,7 @@ struct Round {
 // raw baseline.
 std::optional<Round> runRound(const QString &dirPath, const SimulatedLibrary &library)
 {
+    const qsizetype shortcutCount = library.shortcuts.size();
     const QDir dir(dirPath);
     const QString libraryPath = dir.filePath(QStringLiteral("library.json"));
     if (!QDir().mkpath(dirPath) || !library.save(libraryPath)) {
@@ -135,9 +136,9 @@ std::optional<Round> runRound(const QString &dirPath, const SimulatedLibrary &li
     ShortcutsEventsBridge bridge(host);
     LibrarySyncController controller(*context, bridge, settings);
     SyncSummary first, second;
-    round.firstRaw = rawInsert(dir.filePath(QStringLiteral("raw1.sqlite")));
+    round.firstRaw = rawInsert(dir.filePath(QStringLiteral("raw1.sqlite")), int(shortcutCount));
     round.first = QCoro::waitFor(timedSync(controller, bridge, &first));
-    round.secondRaw = rawInsert(dir.filePath(QStringLiteral("raw2.sqlite")));
+    round.secondRaw = rawInsert(dir.filePath(QStringLiteral("raw2.sqlite")), int(shortcutCount));
     round.second = QCoro::waitFor(timedSync(controller, bridge, &second));
     if (round.first.total < 0 || round.second.total < 0 || first.added != shortcutCount ||
         second.added != 0 || second.total != shortcutCount) {
@@ -153,13 +154,14 @@ double median(QList<double> values)
     return values[values.size() / 2];
 }
 
-// Each round runs in a process of its own (this program with --round DIR), so that no round
-// inherits the heap another one left behind.
-std::optional<Round> roundInChildProcess(const QString &dirPath)
+// Each round runs in a process of its own (this program with --round DIR COUNT), so that no
+// round inherits the heap another one left behind.
+std::optional<Round> roundInChildProcess(const QString &dirPath, int shortcutCount)
 {
     QProcess child;
     child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--round"), dirPath});
+    child.start(QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--round"), dirPath, QString::number(shortcutCount)});
     if (!child.waitForFinished(120000) || child.exitCode() != 0)
         return std::nullopt;
     const QList<QByteArray> f = child.readAllStandardOutput().trimmed().split(' ');
@@ -173,33 +175,29 @@ std::optional<Round> roundInChildProcess(const QString &dirPath)
     r.secondRaw = f[6].toDouble();
     return r;
 }
-} // namespace
+// The medians of the rounds at one size, and where the listing time goes (not part of the
+// ratios): the simulated app answering the list script, building the reply alone, decoding it.
+struct Figures {
+    double start = 0, firstSync = 0, firstListing = 0, firstRaw = 0, firstRatio = 0;
+    double secondSync = 0, secondListing = 0, secondRaw = 0, secondRatio = 0;
+    double answered = 0, firstAnswer = 0, built = 0, decoded = 0;
+};
 
-int main(int argc, char *argv[])
+std::optional<Figures> measure(int shortcutCount, const QTemporaryDir &dir)
 {
-    QCoreApplication app(argc, argv);
-    const SimulatedLibrary library = makeLibrary();
-    if (argc == 3 && QByteArray(argv[1]) == "--round") {
-        const auto round = runRound(QString::fromLocal8Bit(argv[2]), library);
-        if (!round)
-            return 1;
-        std::printf("%.3f %.3f %.3f %.3f %.3f %.3f %.3f\n", round->start, round->first.total,
-                    round->first.listing, round->firstRaw, round->second.total,
-                    round->second.listing, round->secondRaw);
-        return 0;
-    }
-    QTemporaryDir dir;
+    const SimulatedLibrary library = makeLibrary(shortcutCount);
     QList<Round> rounds;
     for (int r = 0; r < roundCount; ++r) {
-        const auto round = roundInChildProcess(dir.filePath(QStringLiteral("round%1").arg(r)));
+        const auto round = roundInChildProcess(
+            dir.filePath(QStringLiteral("%1-round%2").arg(shortcutCount).arg(r)), shortcutCount);
         if (!round) {
-            std::fprintf(stderr, "round %d failed\n", r + 1);
-            return 1;
+            std::fprintf(stderr, "round %d of %d shortcuts failed\n", r + 1, shortcutCount);
+            return std::nullopt;
         }
         rounds.append(*round);
-        std::printf("round %d: first sync %.1f ms (listing and decoding %.1f) vs raw %.1f (%.2f); "
-                    "re-sync %.1f ms (listing and decoding %.1f) vs raw %.1f (%.2f)\n",
-                    r + 1, round->first.total, round->first.listing, round->firstRaw,
+        std::printf("%d shortcuts, round %d: first sync %.1f ms (listing and decoding %.1f) vs raw "
+                    "%.1f (%.2f); re-sync %.1f ms (listing and decoding %.1f) vs raw %.1f (%.2f)\n",
+                    shortcutCount, r + 1, round->first.total, round->first.listing, round->firstRaw,
                     round->first.total / round->firstRaw, round->second.total,
                     round->second.listing, round->secondRaw,
                     round->second.total / round->secondRaw);
@@ -210,47 +208,81 @@ int main(int argc, char *argv[])
             values.append(field(round));
         return median(values);
     };
-    const double start = med([](const Round &r) { return r.start; });
-    const double firstSync = med([](const Round &r) { return r.first.total; });
-    const double firstRaw = med([](const Round &r) { return r.firstRaw; });
-    const double secondSync = med([](const Round &r) { return r.second.total; });
-    const double secondRaw = med([](const Round &r) { return r.secondRaw; });
-    std::printf("medians of %d rounds, %d shortcuts (ratios: median of the rounds' ratios):\n",
-                roundCount, shortcutCount);
-    std::printf("  simulated Shortcuts start (library parsed, Shortcuts.sqlite written): %.1f ms, "
-                "not part of the figures below\n",
-                start);
+    Figures f;
+    f.start = med([](const Round &r) { return r.start; });
+    f.firstSync = med([](const Round &r) { return r.first.total; });
+    f.firstListing = med([](const Round &r) { return r.first.listing; });
+    f.firstRaw = med([](const Round &r) { return r.firstRaw; });
+    f.secondSync = med([](const Round &r) { return r.second.total; });
+    f.secondListing = med([](const Round &r) { return r.second.listing; });
+    f.secondRaw = med([](const Round &r) { return r.secondRaw; });
     // Each sync beside the raw insert of its own round: the machine's speed drifts between
     // rounds, so the ratio is taken within a round and the median of those is the figure.
-    const double firstRatio = med([](const Round &r) { return r.first.total / r.firstRaw; });
-    const double secondRatio = med([](const Round &r) { return r.second.total / r.secondRaw; });
-    std::printf("  first sync:        %.1f ms; raw SQLite insert: %.1f ms; ratio %.2f (target <= "
-                "3)\n",
-                firstSync, firstRaw, firstRatio);
-    std::printf("  unchanged re-sync: %.1f ms; raw SQLite insert: %.1f ms; ratio %.2f (target <= "
-                "1.5)\n",
-                secondSync, secondRaw, secondRatio);
+    f.firstRatio = med([](const Round &r) { return r.first.total / r.firstRaw; });
+    f.secondRatio = med([](const Round &r) { return r.second.total / r.secondRaw; });
 
-    // Where the listing time goes (not part of the ratios).
     auto host = std::make_shared<SimulatedShortcutsEvents>(
-        dir.filePath(QStringLiteral("round0/library.json")));
+        dir.filePath(QStringLiteral("%1-round0/library.json").arg(shortcutCount)));
     QElapsedTimer step;
     step.start();
     const ScriptHostReply reply = host->execute(ShortcutsEventsBridge::listScript());
-    const double firstAnswer = ms(step);
+    f.firstAnswer = ms(step);
     step.restart();
     host->execute(ShortcutsEventsBridge::listScript());
-    const double answered = ms(step);
+    f.answered = ms(step);
     step.restart();
     const auto decoded = ShortcutsEventsBridge::decodeShortcutList(reply.descriptor);
-    const double decodedIn = ms(step);
+    f.decoded = ms(step);
     step.restart();
     const AppleEventDescriptor built = SimulatedShortcutsEvents::listReply(library);
-    const double builtIn = ms(step);
-    std::printf("steps: the simulated app answers the list script in %.1f ms (first time, "
-                "starting: %.1f ms; building the reply alone: %.1f ms); decoding the reply "
-                "%.1f ms (%lld snapshots)\n",
-                answered, firstAnswer, builtIn, decodedIn,
-                decoded ? qint64(decoded.value().size()) : -1LL);
-    return 0;
+    f.built = ms(step);
+    if (!decoded || decoded.value().size() != shortcutCount) {
+        std::fprintf(stderr, "the list reply of %d shortcuts did not decode\n", shortcutCount);
+        return std::nullopt;
+    }
+    return f;
+}
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    if (argc == 4 && QByteArray(argv[1]) == "--round") {
+        const SimulatedLibrary library = makeLibrary(QByteArray(argv[3]).toInt());
+        const auto round = runRound(QString::fromLocal8Bit(argv[2]), library);
+        if (!round)
+            return 1;
+        std::printf("%.3f %.3f %.3f %.3f %.3f %.3f %.3f\n", round->start, round->first.total,
+                    round->first.listing, round->firstRaw, round->second.total,
+                    round->second.listing, round->secondRaw);
+        return 0;
+    }
+    const bool quick = BenchOptions::quick(argc, argv);
+    const SampleLibrary::Scale scale = SampleLibrary::scale(quick);
+    QTemporaryDir dir;
+    const auto small = measure(scale.small.items, dir);
+    const auto big = small ? measure(scale.big.items, dir) : std::nullopt;
+    if (!big)
+        return 1;
+
+    ScaleTable table(scale, quick);
+    std::printf("\n");
+    table.printHeader("sync benchmark: medians of 5 rounds (ratios: median of the rounds' ratios)");
+    table.row("simulated Shortcuts start (ms; not in the syncs)", small->start, big->start);
+    table.row("baseline: raw SQLite insert before 1st sync (ms)", small->firstRaw, big->firstRaw);
+    table.row("first sync (ms)", small->firstSync, big->firstSync);
+    table.row("  of which listing and decoding (ms)", small->firstListing, big->firstListing);
+    table.row("  ratio to raw insert (target <= 3)", small->firstRatio, big->firstRatio, 2);
+    table.row("baseline: raw SQLite insert before re-sync (ms)", small->secondRaw, big->secondRaw);
+    table.row("unchanged re-sync (ms)", small->secondSync, big->secondSync);
+    table.row("  of which listing and decoding (ms)", small->secondListing, big->secondListing);
+    table.row("  ratio to raw insert (target <= 1.5)", small->secondRatio, big->secondRatio, 2);
+    table.row("steps: app answers the list script (ms)", small->answered, big->answered);
+    table.row("  the first time, starting (ms)", small->firstAnswer, big->firstAnswer);
+    table.row("  building the reply alone (ms)", small->built, big->built);
+    table.row("  decoding the reply (ms)", small->decoded, big->decoded);
+    std::printf("\n");
+    table.check("first sync / raw insert, large library", big->firstRatio, 3);
+    table.check("unchanged re-sync / raw insert, large library", big->secondRatio, 1.5);
+    return table.exitCode();
 }

@@ -31,7 +31,12 @@ inline char16_t asciiLower(char16_t c)
 
 inline char16_t unitLower(char16_t c)
 {
-    return c < 0x80 ? asciiLower(c) : char16_t(QChar::toLower(char32_t(c)));
+    if (c < 0x100) {
+        // A–Z and À–Þ (but ×) lower to the letter 0x20 above; the rest of Latin-1 to itself.
+        const bool capital = (c >= u'A' && c <= u'Z') || (c >= 0xC0 && c <= 0xDE && c != 0xD7);
+        return capital ? char16_t(c + 0x20) : c;
+    }
+    return char16_t(QChar::toLower(char32_t(c)));
 }
 
 // The value, lowered by `lower`, matches the lower-cased needle at pos.

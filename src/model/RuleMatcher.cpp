@@ -10,10 +10,15 @@
 #include "model/Tag.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 namespace {
 constexpr qint64 msecsPerDay = 86'400'000;
+// Records with ids above this are remembered by address, so that a store edited by hand to
+// hold huge ids cannot make a matcher's table large.
+constexpr qint64 maxDenseId = 1 << 16;
+constexpr size_t colorAnswerSlots = 32;
 
 // now − days, where a negative count acts as 0 and a huge one reaches back to the beginning
 // of time instead of overflowing.
@@ -76,6 +81,9 @@ RuleMatcher::RuleMatcher(const SmartRule &rule, const QDateTime &now)
     case SmartRule::Kind::date:
         m_cutoffMSecs = cutoffMSecs(now, rule.days);
         break;
+    case SmartRule::Kind::color:
+        m_colorAnswers.resize(colorAnswerSlots);
+        break;
     default:
         break;
     }
@@ -113,10 +121,56 @@ bool RuleMatcher::matchesDate(const QDateTime *date) const
     return false;
 }
 
+bool RuleMatcher::inColorFamily(const QString &hex) const
+{
+    auto answer = [&] {
+        const RGBComponents c = rgbComponents(hex);
+        return colorFamilyName(c.red, c.green, c.blue) == m_text;
+    };
+    // Up to eight code units ("#RRGGBB" has seven) are a key of two words.
+    if (hex.size() > 8)
+        return answer();
+    quint64 units[2] = {0, 0};
+    std::memcpy(units, hex.utf16(), size_t(hex.size()) * sizeof(char16_t));
+    const quint64 mixed =
+        (units[0] ^ (units[1] * 0x9E37'79B9'7F4A'7C15ULL)) * 0xFF51'AFD7'ED55'8CCDULL;
+    ColorAnswer &slot = m_colorAnswers[size_t(mixed >> 59) % colorAnswerSlots];
+    if (slot.size != hex.size() || slot.units[0] != units[0] || slot.units[1] != units[1]) {
+        slot.units[0] = units[0];
+        slot.units[1] = units[1];
+        slot.size = hex.size();
+        slot.inFamily = answer();
+    }
+    return slot.inFamily;
+}
+
 template<typename Node> bool RuleMatcher::underReference(const Node *node) const
 {
     // Many items share few folders and tags: each record's answer is worked out once per
-    // matcher, which lives for one evaluation pass.
+    // matcher, which lives for one evaluation pass. A matcher tests one kind of record, whose
+    // ids are unique within a context: the answers for the first context met are kept by id.
+    const qint64 id = node->persistentId();
+    if (node->context() == m_underReferenceContext && quint64(id) < m_underReferenceById.size()) {
+        const quint8 known = m_underReferenceById[size_t(id)];
+        if (known)
+            return known == 2;
+    }
+    return workOutUnderReference(node);
+}
+
+template<typename Node> bool RuleMatcher::workOutUnderReference(const Node *node) const
+{
+    const qint64 id = node->persistentId();
+    if (id > 0 && id <= maxDenseId && node->context() &&
+        (!m_underReferenceContext || m_underReferenceContext == node->context())) {
+        m_underReferenceContext = node->context();
+        if (size_t(id) >= m_underReferenceById.size())
+            m_underReferenceById.resize(std::max(size_t(id) + 1, 2 * m_underReferenceById.size()));
+        quint8 &slot = m_underReferenceById[size_t(id)];
+        if (!slot)
+            slot = inPath(node, m_reference) ? 2 : 1;
+        return slot == 2;
+    }
     const auto known = m_underReference.constFind(node);
     if (known != m_underReference.cend())
         return *known;
@@ -184,10 +238,8 @@ bool RuleMatcher::matches(const ShortcutItem &item) const
                                                    : &item.lastChangedAt());
     case Field::lastRun:
         return matchesDate(item.lastRunAt() ? &*item.lastRunAt() : nullptr);
-    case Field::color: {
-        const RGBComponents c = rgbComponents(item.colorHex());
-        return (colorFamilyName(c.red, c.green, c.blue) == m_text) == m_boolValue;
-    }
+    case Field::color:
+        return inColorFamily(item.colorHex()) == m_boolValue;
     case Field::lastRunOutcome:
         switch (m_runResult) {
         case SmartRule::RunResult::succeeded:
@@ -215,6 +267,32 @@ RuleSetMatcher::RuleSetMatcher(const SmartRuleSet &set)
     m_rules.reserve(rules.size());
     for (const SmartRule &rule : std::as_const(rules))
         m_rules.append(RuleMatcher(rule, now));
+}
+
+int RuleMatcher::testKind() const
+{
+    int op = 0;
+    switch (SmartRule::kind(m_field)) {
+    case SmartRule::Kind::text:
+        op = int(m_textOp);
+        break;
+    case SmartRule::Kind::number:
+        op = int(m_numberOp);
+        break;
+    case SmartRule::Kind::date:
+        op = int(m_dateOp);
+        break;
+    default:
+        break;
+    }
+    return int(m_field) * 8 + op;
+}
+
+bool RuleSetMatcher::testsBefore(const RuleSetMatcher &other) const
+{
+    return std::lexicographical_compare(
+        m_rules.cbegin(), m_rules.cend(), other.m_rules.cbegin(), other.m_rules.cend(),
+        [](const RuleMatcher &a, const RuleMatcher &b) { return a.testKind() < b.testKind(); });
 }
 
 bool RuleSetMatcher::selects(const ShortcutItem &item) const

@@ -6,7 +6,9 @@
 #include <QHash>
 #include <QList>
 #include <QString>
+#include <vector>
 
+class ModelContext;
 class ShortcutItem;
 struct SmartRuleSet;
 
@@ -18,11 +20,15 @@ public:
     RuleMatcher(const SmartRule &rule, const QDateTime &now);
     bool matches(const ShortcutItem &item) const;
     bool matchesText(QStringView value) const;
+    // Which code the test runs: the field, and the operator where the field has several.
+    int testKind() const;
 
 private:
     bool matchesDate(const QDateTime *date) const; // null when absent
+    bool inColorFamily(const QString &hex) const;
     bool hasReference(const ShortcutItem &item) const;
     template<typename Node> bool underReference(const Node *node) const;
+    template<typename Node> bool workOutUnderReference(const Node *node) const;
 
     SmartRule::Field m_field;
     SmartRule::TextOp m_textOp;
@@ -35,7 +41,20 @@ private:
     QString m_text;   // as written (the colour family name)
     QString m_reference;
     SmartRule::RunResult m_runResult;
+    // Each folder's or tag's answer, worked out once: by persistent id for the records of one
+    // context (ids are small and dense, so this is a short array, read without hashing), by
+    // address for any other. 0 unknown, 1 no, 2 yes.
+    mutable std::vector<quint8> m_underReferenceById;
+    mutable const ModelContext *m_underReferenceContext = nullptr;
     mutable QHash<const void *, bool> m_underReference;
+    // A library uses a handful of colours: the last answers for short hex texts, by their code
+    // units (colour rules only).
+    struct ColorAnswer {
+        quint64 units[2] = {0, 0};
+        qsizetype size = -1;
+        bool inFamily = false;
+    };
+    mutable std::vector<ColorAnswer> m_colorAnswers;
 };
 
 // A rule set ready to test many items. "Now" is read once, when it is made.
@@ -43,6 +62,10 @@ class RuleSetMatcher {
 public:
     explicit RuleSetMatcher(const SmartRuleSet &set);
     bool selects(const ShortcutItem &item) const;
+    // An order for testing one item against many rule sets: sets whose rules run the same tests
+    // in the same order come together, so that the processor, which learns where each test
+    // leads, is seldom wrong. The answers do not depend on the order.
+    bool testsBefore(const RuleSetMatcher &other) const;
 
 private:
     bool m_matchAll;

@@ -4,6 +4,7 @@
 #include "model/Clock.h"
 #include "model/ColorFamily.h"
 #include "model/ColorHex.h"
+#include "model/LowercaseMatch.h"
 #include "model/ModelContext.h"
 #include "model/ShortcutSort.h"
 #include "model/SmartRuleSet.h"
@@ -303,6 +304,63 @@ private slots:
         QVERIFY(!tag.matches(*inGrandchild));
         tag.boolValue = false;
         QVERIFY(tag.matches(*inGrandchild));
+    }
+
+    // Latin-1 text is lower-cased one code unit at a time, without toLower(): every pair of
+    // value and needle code units around that range must answer as toLower() would.
+    void latin1TextMatchesAsLowerCased()
+    {
+        for (char16_t v = 1; v < 0x180; ++v) {
+            const QString value = QStringLiteral("a") + QChar(v);
+            const QString lowered = value.toLower();
+            for (char16_t n = 1; n < 0x180; ++n) {
+                const QString needle = QString(QChar(n)).toLower();
+                const QString pair = QStringLiteral("a") + needle;
+                QCOMPARE(LowercaseMatch::contains(value, needle), lowered.contains(needle));
+                QCOMPARE(LowercaseMatch::endsWith(value, needle), lowered.endsWith(needle));
+                QCOMPARE(LowercaseMatch::equals(value, pair), lowered == pair);
+                QCOMPARE(LowercaseMatch::beginsWith(value, pair), lowered.startsWith(pair));
+            }
+        }
+    }
+
+    // One matcher tests many items and keeps its answers per colour and per folder or tag: an
+    // answer kept for one item must never be handed to another that differs.
+    void matcherAnswersAgreeWithFreshOnes()
+    {
+        const QStringList colors{
+            QStringLiteral("#FF0000"),      QStringLiteral("#FF9500"), QString(),
+            QStringLiteral("  #ff9500\t "), QStringLiteral("#FF950"),  QStringLiteral("FF9500"),
+            QStringLiteral("#FF9500 "),     QStringLiteral("#0000FF")};
+        Tag *top = ctx->insert(new Tag(QStringLiteral("Top"), QString()));
+        Tag *below = ctx->insert(new Tag(QStringLiteral("Below"), QString(), top));
+        // Another library whose records have the same ids but other places in their trees.
+        ModelContext other;
+        Tag *otherTop = other.insert(new Tag(QStringLiteral("Top"), QString()));
+        Tag *otherBelow = other.insert(new Tag(QStringLiteral("Below"), QString()));
+        QCOMPARE(otherBelow->persistentId(), below->persistentId());
+        QList<ShortcutItem *> all;
+        for (int i = 0; i < 32; ++i) {
+            ModelContext &owner = i % 2 ? other : *ctx;
+            auto *shortcut = owner.insert(new ShortcutItem(QString::number(i), QString::number(i)));
+            shortcut->setColorHex(colors[i % colors.size()]);
+            shortcut->addTag(i % 2 ? (i % 4 == 1 ? otherTop : otherBelow) : (i % 4 ? below : top));
+            all.append(shortcut);
+        }
+        SmartRule orange = rule(SmartRule::Field::color);
+        orange.text = QStringLiteral("Orange");
+        SmartRule inTop = rule(SmartRule::Field::tag);
+        inTop.referenceUUID = top->uuid();
+        for (const SmartRule &r : {orange, inTop}) {
+            SmartRuleSet set;
+            set.rules = {r};
+            QList<ShortcutItem *> expected;
+            for (ShortcutItem *shortcut : all)
+                if (r.matches(*shortcut))
+                    expected.append(shortcut);
+            QCOMPARE(set.items(all), expected);
+            QVERIFY(!expected.isEmpty() && expected.size() < all.size());
+        }
     }
 
     void ruleSetSelection()
