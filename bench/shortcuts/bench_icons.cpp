@@ -1,5 +1,7 @@
 // Icon processing throughput: process(imageData:) over 1,000 Shortcuts-style icons, against only
-// decoding the same bytes in the same run.
+// decoding the same bytes in the same run. Runs without a display (offscreen platform).
+// --quick: 50 icons at one edge length; only checks that it completes.
+#include "common/BenchOptions.h"
 #include "shortcuts/IconProcessing.h"
 
 #ifdef THIMBLECRAFT_HAVE_SIMULATOR
@@ -14,7 +16,6 @@
 #include <cstdio>
 
 namespace {
-constexpr int kIcons = 1000;
 
 QByteArray renderIcon(int i, int edge)
 {
@@ -43,11 +44,11 @@ QByteArray renderIcon(int i, int edge)
 #endif
 }
 
-void run(int edge)
+void run(int edge, int count)
 {
     QList<QByteArray> icons;
-    icons.reserve(kIcons);
-    for (int i = 0; i < kIcons; ++i)
+    icons.reserve(count);
+    for (int i = 0; i < count; ++i)
         icons.append(renderIcon(i, edge));
 
     // Warm up decoders and caches.
@@ -78,8 +79,8 @@ void run(int edge)
     std::printf(
         "%4d x %-4d px: process %8.1f ms (%7.0f icons/s, %d results) | decode only "
         "%8.1f ms (%7.0f icons/s) | ratio %.2f (target <= 2.5); glyph PNG %lld B on average\n",
-        edge, edge, processMs, kIcons / (processMs / 1000.0), results, decodeMs,
-        kIcons / (decodeMs / 1000.0), processMs / decodeMs, results ? glyphBytes / results : 0LL);
+        edge, edge, processMs, count / (processMs / 1000.0), results, decodeMs,
+        count / (decodeMs / 1000.0), processMs / decodeMs, results ? glyphBytes / results : 0LL);
     if (decodedPixels == 0)
         std::printf("nothing decoded\n");
 }
@@ -87,16 +88,20 @@ void run(int edge)
 
 int main(int argc, char *argv[])
 {
+    // Set before the application starts, which reads it (as bench/common/WindowBench.h does).
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
-    std::printf("IconProcessing::process over %d icons (gradient + white glyph PNG)\n", kIcons);
+    const bool quick = BenchOptions::quick(argc, argv);
+    const int count = BenchOptions::count(quick, 1000, 50);
+    std::printf("IconProcessing::process over %d icons (gradient + white glyph PNG)\n", count);
     // Edge lengths may be given as arguments (bench_icons 128) to profile one size.
     QList<int> edges;
     for (int i = 1; i < argc; ++i)
         if (const int edge = QByteArray(argv[i]).toInt(); edge > 0)
             edges.append(edge);
     if (edges.isEmpty())
-        edges = {128, 256, 512};
+        edges = quick ? QList<int>{128} : QList<int>{128, 256, 512};
     for (int edge : edges)
-        run(edge);
+        run(edge, count);
     return 0;
 }

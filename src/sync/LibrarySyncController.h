@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/ProcessedIcon.h"
 #include "shortcuts/ShortcutSnapshot.h"
 #include "shortcuts/ShortcutsDatabase.h"
 #include "sync/AppIconSource.h"
@@ -153,7 +154,8 @@ public:
     void enqueueIcons(const QStringList &identifiers);
     void prioritizeIcon(ShortcutItem *item);
     void retryIcons();
-    // Drops what is queued; the worker stops after the icons of its current cycle are saved.
+    // Drops what is queued (and the fetch started ahead of the icon being processed); the worker
+    // stops after the icons of its current cycle are saved.
     void stopIconFetch();
     void setIconFetchBlocked(bool blocked);
     QCoro::Task<> refreshFromDatabase();
@@ -185,6 +187,8 @@ private:
     void setIconWorkerRunning(bool running);
     std::optional<QString> takeNextIdentifier();
     static QCoro::Task<> iconWorker(QPointer<LibrarySyncController> self);
+    // Applies one cycle's results to the records with their identifiers.
+    void applyIconResults(const QHash<QString, IconProcessing::Result> &batch);
     QCoro::Task<std::optional<ShortcutsDatabase::Rows>> loadDatabaseRows();
     AppIconSource &appIcons();
     // A change to one item's icon, worked out off the main thread and applied on it.
@@ -223,6 +227,14 @@ private:
     bool m_iconWorkerRunning = false;
     QStringList m_priorityIdentifiers;
     QStringList m_iconQueue;
+    // The identifier taken ahead whose fetch runs while the icon before it is processed;
+    // stopIconFetch() clears it so that the worker drops that fetch's answer.
+    std::optional<QString> m_iconFetchAhead;
+    // The icon worker's records by identifier, with the shortcut count and last shortcut they
+    // were read from (-1 and none when there is no table).
+    QMultiHash<QString, ShortcutItem *> m_iconRecords;
+    qsizetype m_iconRecordsCount = -1;
+    ShortcutItem *m_iconRecordsLast = nullptr;
     qint64 m_iconsCompleted = 0;
     qint64 m_iconsTotal = 0;
 };

@@ -187,6 +187,8 @@ void LibrarySyncController::stopIconFetch()
 {
     m_iconQueue.clear();
     m_priorityIdentifiers.clear();
+    // A fetch started ahead is dropped with the queue: the worker throws its answer away.
+    m_iconFetchAhead.reset();
 }
 
 QCoro::Task<> LibrarySyncController::iconFetchFinished()
@@ -197,24 +199,106 @@ QCoro::Task<> LibrarySyncController::iconFetchFinished()
         co_await qCoro(this, &LibrarySyncController::iconFetchRunningChanged);
 }
 
+void LibrarySyncController::applyIconResults(const QHash<QString, IconProcessing::Result> &batch)
+{
+    // Records by identifier from a table kept between cycles, so that a cycle does not walk the
+    // whole library. The table is made again when records came or went since (the list only
+    // grows at its end and deleted records are never reused, so its size and last record tell),
+    // or when an entry no longer holds (a record deleted, or its identifier changed: a
+    // placeholder matched to its shortcut takes an identifier no record had before).
+    const QList<ShortcutItem *> &all = m_context.shortcuts();
+    ShortcutItem *const last = all.isEmpty() ? nullptr : all.constLast();
+    auto collect =
+        [this, &batch](bool rebuilt,
+                       QList<std::pair<ShortcutItem *, const IconProcessing::Result *>> &into) {
+            for (auto result = batch.cbegin(); result != batch.cend(); ++result) {
+                auto [at, end] = m_iconRecords.equal_range(result.key());
+                if (at == end && !rebuilt)
+                    return false;
+                for (; at != end; ++at) {
+                    ShortcutItem *item = at.value();
+                    if (item->isDeleted() || item->identifier() != result.key()) {
+                        if (!rebuilt)
+                            return false;
+                        continue;
+                    }
+                    into.append({item, &result.value()});
+                }
+            }
+            return true;
+        };
+    QList<std::pair<ShortcutItem *, const IconProcessing::Result *>> targets;
+    const bool current = m_iconRecordsCount == all.size() && m_iconRecordsLast == last;
+    if (!current || !collect(false, targets)) {
+        m_iconRecords.clear();
+        m_iconRecords.reserve(all.size());
+        for (ShortcutItem *item : all)
+            m_iconRecords.insert(item->identifier(), item);
+        m_iconRecordsCount = all.size();
+        m_iconRecordsLast = last;
+        targets.clear();
+        collect(true, targets);
+    }
+    for (const auto &[item, result] : targets)
+        item->applyProcessedIcon(*result);
+}
+
+// A two-stage pipeline: while one icon is processed on the utility pool, the next identifier's
+// fetch is already on the bridge's queue. Fetches still never overlap one another (the next one
+// is started only once the last one has answered) and neither do the processings; only one
+// identifier is ever taken ahead, so a priority request waits at most one icon longer.
 QCoro::Task<> LibrarySyncController::iconWorker(QPointer<LibrarySyncController> self)
 {
+    using Fetched = BridgeResult<std::optional<QByteArray>>;
+    // The fetch started ahead, and its identifier (also in m_iconFetchAhead while it is wanted).
+    // It belongs to whichever cycle takes its answer, the next one when this one is full.
+    std::optional<QString> aheadIdentifier;
+    QCoro::Task<Fetched> aheadFetch;
     bool blocked = false;
     while (self && !blocked) {
         QHash<QString, IconProcessing::Result> batch;
         int taken = 0;
         while (batch.size() < iconCycleSize && taken < iconCycleSize) {
-            const auto identifier = self->takeNextIdentifier();
-            if (!identifier)
-                break;
+            QString identifier;
+            std::optional<Fetched> fetched;
+            if (aheadIdentifier) {
+                // Dropped by stopIconFetch(): its answer is thrown away unawaited (the task ends
+                // on its own) and the identifier was never taken.
+                if (self->m_iconFetchAhead) {
+                    Fetched answer = co_await aheadFetch;
+                    if (!self)
+                        co_return;
+                    if (self->m_iconFetchAhead) {
+                        identifier = *aheadIdentifier;
+                        fetched = std::move(answer);
+                    }
+                }
+                self->m_iconFetchAhead.reset();
+                aheadIdentifier.reset();
+                aheadFetch = QCoro::Task<Fetched>();
+            }
+            if (!fetched) {
+                const auto next = self->takeNextIdentifier();
+                if (!next)
+                    break;
+                identifier = *next;
+                auto fetching = self->m_bridge.iconData(identifier);
+                fetched = co_await fetching;
+                if (!self)
+                    co_return;
+            }
             ++taken;
-            const auto fetched = co_await self->m_bridge.iconData(*identifier);
-            if (!self)
-                co_return;
-            if (fetched) {
-                if (!fetched.value())
+            if (*fetched) {
+                if (!fetched->value())
                     continue;
-                const QByteArray bytes = *fetched.value();
+                // The next fetch runs on the bridge while this icon is processed (sent first:
+                // fetching is the slower stage).
+                if (const auto next = self->takeNextIdentifier()) {
+                    aheadIdentifier = *next;
+                    self->m_iconFetchAhead = *next;
+                    aheadFetch = self->m_bridge.iconData(*next);
+                }
+                const QByteArray bytes = *fetched->value();
                 // Named futures: g++ 12 destroys lambda temporaries of a co_await twice.
                 auto processing = QtConcurrent::run(
                     &utilityPool(), [bytes] { return IconProcessing::process(bytes); });
@@ -222,12 +306,14 @@ QCoro::Task<> LibrarySyncController::iconWorker(QPointer<LibrarySyncController> 
                 if (!self)
                     co_return;
                 if (processed)
-                    batch.insert(*identifier, *processed);
-            } else if (fetched.error().kind() == BridgeError::Kind::script &&
-                       fetched.error().number() == -10004) {
+                    batch.insert(identifier, *processed);
+            } else if (fetched->error().kind() == BridgeError::Kind::script &&
+                       fetched->error().number() == -10004) {
+                // Nothing is ahead here: a fetch is started ahead only beside a processing.
                 self->setIconFetchBlocked(true);
                 self->m_iconQueue.clear();
                 self->m_priorityIdentifiers.clear();
+                self->m_iconFetchAhead.reset();
                 blocked = true;
                 break;
             }
@@ -236,11 +322,7 @@ QCoro::Task<> LibrarySyncController::iconWorker(QPointer<LibrarySyncController> 
         if (blocked || taken == 0)
             break;
         if (!batch.isEmpty()) {
-            for (ShortcutItem *item : self->m_context.shortcuts()) {
-                const auto result = batch.constFind(item->identifier());
-                if (result != batch.cend())
-                    item->applyProcessedIcon(*result);
-            }
+            self->applyIconResults(batch);
             self->m_context.save();
         }
         self->setIconsCompleted(self->m_iconsCompleted + taken);
@@ -250,6 +332,9 @@ QCoro::Task<> LibrarySyncController::iconWorker(QPointer<LibrarySyncController> 
     if (!self)
         co_return;
     self->m_context.save();
+    self->m_iconRecords.clear();
+    self->m_iconRecordsCount = -1;
+    self->m_iconRecordsLast = nullptr;
     self->setIconsCompleted(0);
     self->setIconsTotal(0);
     if (self->m_phase.isIcons())
