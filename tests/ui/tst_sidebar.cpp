@@ -329,6 +329,7 @@ void TestSidebar::moveToGuardsAndMoveOut()
     ROW_ACTION(Header::folders, "D", QStringLiteral("moveTo:") + c->uuid());
     QCOMPARE(d->parent(), c);
     QCOMPARE(rowTitles(row(Header::folders, "C")), QStringList{"D"});
+    QCOMPARE(reopen()->folder(d->uuid())->parent()->uuid(), c->uuid());
     ROW_ACTION(Header::folders, "D", "moveOut");
     QCOMPARE(d->parent(), b);
     ROW_ACTION(Header::folders, "D", "moveToTopLevel");
