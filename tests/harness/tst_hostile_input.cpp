@@ -8,6 +8,7 @@
 #include "common/FakeWorkspace.h"
 #include "common/LocalSocketClient.h"
 #include "common/LoopbackHttp.h"
+#include "common/ShortcutsSqlite.h"
 #include "common/TestImages.h"
 #include "model/AppSettings.h"
 #include "model/SmartRuleSet.h"
@@ -478,17 +479,8 @@ void TestHostileInput::shortcutsDatabase()
     QFETCH(QString, state);
     QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("Shortcuts.sqlite"));
-    const char *schema =
-        "CREATE TABLE ZSHORTCUT (Z_PK INTEGER PRIMARY KEY, ZTOMBSTONED INTEGER, "
-        "ZHASUSERPROVIDEDNAMEORICON INTEGER, ZCREATIONDATE TIMESTAMP, ZMODIFICATIONDATE "
-        "TIMESTAMP, ZLASTRUNEVENTDATE TIMESTAMP, ZWORKFLOWID VARCHAR, "
-        "ZASSOCIATEDAPPBUNDLEIDENTIFIER VARCHAR, ZACTIONS BLOB)";
     auto build = [&](const QStringList &statements) {
-        SqliteDatabase db;
-        QVERIFY(db.open(path, SqliteDatabase::Mode::readWriteCreate));
-        QVERIFY(db.exec(QString::fromLatin1(schema)));
-        for (const QString &sql : statements)
-            QVERIFY2(db.exec(sql), qPrintable(sql));
+        QVERIFY(makeShortcutsDatabase(folder.path(), statements));
     };
     // Enough rows, with padding, to fill several pages.
     QStringList many;

@@ -45,49 +45,32 @@ private slots:
     {
         QTest::addColumn<QString>("hex");
         QTest::addColumn<QString>("family");
-        QTest::newRow("red") << "#FF0000"
-                             << "Red";
-        QTest::newRow("orange h30") << "#FF8000"
-                                    << "Orange";
-        QTest::newRow("olive h60") << "#808000"
-                                   << "Yellow";
-        QTest::newRow("saddle brown is saturated") << "#8B4513"
-                                                   << "Orange";
-        QTest::newRow("brown") << "#7F5F3F"
-                               << "Brown";
-        QTest::newRow("pink h329.9") << "#FF0080"
-                                     << "Pink";
-        QTest::newRow("gray") << "#777777"
-                              << "Gray";
-        QTest::newRow("empty is fallback gray") << ""
-                                                << "Gray";
-        QTest::newRow("malformed is fallback gray") << "#12345"
-                                                    << "Gray";
-        // Delta just under and at 0.12 (30/255 = 0.1176, 31/255 = 0.1216).
-        QTest::newRow("delta below gray border") << "#1E0000"
-                                                 << "Gray";
-        QTest::newRow("delta above gray border") << "#1F0000"
-                                                 << "Red";
-        // Blue over red wins over green: hue exactly 240 and ties for the maximum.
-        QTest::newRow("blue") << "#0000FF"
-                              << "Blue";
-        QTest::newRow("tie red and green: red wins, h60") << "#FFFF00"
-                                                          << "Yellow";
-        QTest::newRow("tie green and blue: green wins, h180") << "#00FFFF"
-                                                              << "Teal";
-        QTest::newRow("tie red and blue: red wins, h300") << "#FF00FF"
-                                                          << "Pink";
-        QTest::newRow("h335 is red") << "#FF0044"
-                                     << "Red";
-        QTest::newRow("h270 purple") << "#8000FF"
-                                     << "Purple";
-        QTest::newRow("h255 indigo") << "#4000FF"
-                                     << "Indigo";
-        QTest::newRow("h120 green") << "#00FF00"
-                                    << "Green";
-        // Dark and muted orange hue becomes brown only below max 0.6.
-        QTest::newRow("muted at max 0.6 stays orange") << "#996633"
-                                                       << "Orange";
+        // Gray border: delta 30/255 = 0.1176 is under 0.12, 31/255 = 0.1216 over. Ties for the
+        // maximum: red over green over blue. Dark muted orange is brown only below max 0.6.
+        const char *cases[][3] = {
+            {"red", "#FF0000", "Red"},
+            {"orange h30", "#FF8000", "Orange"},
+            {"olive h60", "#808000", "Yellow"},
+            {"saddle brown is saturated", "#8B4513", "Orange"},
+            {"brown", "#7F5F3F", "Brown"},
+            {"pink h329.9", "#FF0080", "Pink"},
+            {"gray", "#777777", "Gray"},
+            {"empty is fallback gray", "", "Gray"},
+            {"malformed is fallback gray", "#12345", "Gray"},
+            {"delta below gray border", "#1E0000", "Gray"},
+            {"delta above gray border", "#1F0000", "Red"},
+            {"blue", "#0000FF", "Blue"},
+            {"tie red and green: red wins, h60", "#FFFF00", "Yellow"},
+            {"tie green and blue: green wins, h180", "#00FFFF", "Teal"},
+            {"tie red and blue: red wins, h300", "#FF00FF", "Pink"},
+            {"h335 is red", "#FF0044", "Red"},
+            {"h270 purple", "#8000FF", "Purple"},
+            {"h255 indigo", "#4000FF", "Indigo"},
+            {"h120 green", "#00FF00", "Green"},
+            {"muted at max 0.6 stays orange", "#996633", "Orange"},
+        };
+        for (const auto &c : cases)
+            QTest::newRow(c[0]) << QString(c[1]) << QString(c[2]);
     }
 
     void colorFamilies()
@@ -116,38 +99,32 @@ private slots:
         QTest::addColumn<QString>("value");
         QTest::addColumn<bool>("matches");
         using Op = SmartRule::TextOp;
-        QTest::newRow("only spaces matches all") << int(Op::contains) << " \t "
-                                                 << "Mail" << true;
-        QTest::newRow("empty notContains matches") << int(Op::notContains) << ""
-                                                   << "Mail" << true;
-        QTest::newRow("equals ignores case") << int(Op::equals) << "mail"
-                                             << "Mail" << true;
-        QTest::newRow("no diacritic folding") << int(Op::equals) << "Cafe"
-                                              << "Café" << false;
-        QTest::newRow("non-ascii lower-cased") << int(Op::equals) << "CAFÉ"
-                                               << "café" << true;
-        QTest::newRow("non-ascii value contains") << int(Op::contains) << "ÉT"
-                                                  << "Été" << true;
-        QTest::newRow("needle trimmed") << int(Op::equals) << "  mail\t"
-                                        << "Mail" << true;
-        QTest::newRow("value not trimmed") << int(Op::equals) << "mail"
-                                           << " Mail" << false;
-        QTest::newRow("line break not trimmed") << int(Op::equals) << "mail\n"
-                                                << "Mail" << false;
-        QTest::newRow("contains") << int(Op::contains) << "AIL"
-                                  << "Send Mail" << true;
-        QTest::newRow("notContains") << int(Op::notContains) << "ail"
-                                     << "Send Mail" << false;
-        QTest::newRow("beginsWith") << int(Op::beginsWith) << "send"
-                                    << "Send Mail" << true;
-        QTest::newRow("beginsWith no") << int(Op::beginsWith) << "mail"
-                                       << "Send Mail" << false;
-        QTest::newRow("endsWith") << int(Op::endsWith) << "MAIL"
-                                  << "Send Mail" << true;
-        QTest::newRow("endsWith longer needle") << int(Op::endsWith) << "a send mail"
-                                                << "Send Mail" << false;
-        QTest::newRow("empty value") << int(Op::contains) << "a"
-                                     << "" << false;
+        const struct {
+            const char *row;
+            Op op;
+            const char *needle, *value;
+            bool matches;
+        } cases[] = {
+            {"only spaces matches all", Op::contains, " \t ", "Mail", true},
+            {"empty notContains matches", Op::notContains, "", "Mail", true},
+            {"equals ignores case", Op::equals, "mail", "Mail", true},
+            {"no diacritic folding", Op::equals, "Cafe", "Café", false},
+            {"non-ascii lower-cased", Op::equals, "CAFÉ", "café", true},
+            {"non-ascii value contains", Op::contains, "ÉT", "Été", true},
+            {"needle trimmed", Op::equals, "  mail\t", "Mail", true},
+            {"value not trimmed", Op::equals, "mail", " Mail", false},
+            {"line break not trimmed", Op::equals, "mail\n", "Mail", false},
+            {"contains", Op::contains, "AIL", "Send Mail", true},
+            {"notContains", Op::notContains, "ail", "Send Mail", false},
+            {"beginsWith", Op::beginsWith, "send", "Send Mail", true},
+            {"beginsWith no", Op::beginsWith, "mail", "Send Mail", false},
+            {"endsWith", Op::endsWith, "MAIL", "Send Mail", true},
+            {"endsWith longer needle", Op::endsWith, "a send mail", "Send Mail", false},
+            {"empty value", Op::contains, "a", "", false},
+        };
+        for (const auto &c : cases)
+            QTest::newRow(c.row) << int(c.op) << QString::fromUtf8(c.needle)
+                                 << QString::fromUtf8(c.value) << c.matches;
     }
 
     void textRules()

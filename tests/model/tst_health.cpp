@@ -162,10 +162,10 @@ void buildHealthy(ModelContext &c)
     a->addTag(child);
     add(c, QString::fromUtf8("👨‍👩‍👧 Family"))->setFolder(home);
     add(c, QStringLiteral("Dad's Alarm"))->addTag(tag); // an apostrophe is not a quote
-    // Added long ago but run lately; never run but added lately.
+    // Added long ago but run a minute inside the quiet bound; never run but added lately.
     ShortcutItem *old = add(c, QStringLiteral("Old"));
     old->setFirstSeenAt(daysAgo(900));
-    old->setLastRunAt(daysAgo(179));
+    old->setLastRunAt(daysAgo(LibraryHealth::quietDays).addSecs(60));
     add(c, QStringLiteral("New"));
     // Missing with nothing of the user's, and missing under the name of a present one.
     add(c, QStringLiteral("Gone"))->setIsMissing(true);

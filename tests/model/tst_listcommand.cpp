@@ -1,5 +1,6 @@
 // `thimblecraft list --section …`, run as a separate process on a store filled here.
 
+#include "harness/ProgramRuns.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
 #include "model/SmartRuleSet.h"
@@ -7,7 +8,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -17,23 +17,14 @@ class TestListCommand : public QObject {
     QString folderUuid;
     QString smartUuid;
 
-    struct Result {
-        int exitCode = -1;
-        QByteArray out;
-        QByteArray err;
-    };
-
-    Result list(const QStringList &arguments)
+    Run list(const QStringList &arguments)
     {
-        QProcess process;
-        process.start(
-            qEnvironmentVariable("THIMBLECRAFT_BINARY_DIR") + "/src/app/thimblecraft",
+        Run r = runThimblecraft(
             QStringList{QStringLiteral("list"), QStringLiteral("--data-dir"), dataDir.path()} +
-                arguments);
-        if (!process.waitForFinished(30'000))
-            return {};
-        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-                process.readAllStandardOutput(), process.readAllStandardError()};
+            arguments);
+        if (r.crashed)
+            r.exitCode = -1;
+        return r;
     }
 
 private slots:
@@ -63,7 +54,7 @@ private slots:
 
     void sectionsAsText()
     {
-        Result r = list({QStringLiteral("--section"), QStringLiteral("all")});
+        Run r = list({QStringLiteral("--section"), QStringLiteral("all")});
         QCOMPARE(r.exitCode, 0);
         QCOMPARE(r.out, QByteArray("Beta\nMail Merge\nAlpha\nZeta\n"));
         r = list({QStringLiteral("--section"), QStringLiteral("missing")});
@@ -81,7 +72,7 @@ private slots:
 
     void sectionAsJson()
     {
-        const Result r =
+        const Run r =
             list({QStringLiteral("--section"), "smart:" + smartUuid, QStringLiteral("--json")});
         QCOMPARE(r.exitCode, 0);
         QJsonParseError error;
@@ -99,15 +90,15 @@ private slots:
     {
         for (const char *section :
              {"folder:NO-SUCH-FOLDER", "tag:NO-SUCH-TAG", "smart:NO-SUCH-LIST", "native:Nowhere"}) {
-            const Result r = list({QStringLiteral("--section"), QLatin1String(section)});
+            const Run r = list({QStringLiteral("--section"), QLatin1String(section)});
             QCOMPARE(r.exitCode, 0);
             QVERIFY(r.out.isEmpty());
         }
-        const Result json = list({QStringLiteral("--section"), QStringLiteral("tag:NO-SUCH-TAG"),
-                                  QStringLiteral("--json")});
+        const Run json = list({QStringLiteral("--section"), QStringLiteral("tag:NO-SUCH-TAG"),
+                               QStringLiteral("--json")});
         QCOMPARE(QJsonDocument::fromJson(json.out).array().size(), 0);
         for (const char *section : {"everything", "folder", "smartList:X", ""}) {
-            const Result r = list({QStringLiteral("--section"), QLatin1String(section)});
+            const Run r = list({QStringLiteral("--section"), QLatin1String(section)});
             QCOMPARE(r.exitCode, 2);
             QVERIFY(r.out.isEmpty());
             QVERIFY(r.err.contains("section"));

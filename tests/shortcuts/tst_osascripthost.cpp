@@ -4,7 +4,6 @@
 #include "shortcuts/ScriptReplyParser.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 using Desc = AppleEventDescriptor;
@@ -272,13 +271,9 @@ void TestOsascriptHost::boundedReplies()
     huge[huge.size() - 1] = '"';
     QVERIFY(!ScriptReplyParser::parse(huge));
     FakeOsascript fake;
-    QElapsedTimer timer;
-    timer.start();
     fake.replay(huge);
     QCOMPARE(OsascriptHost(fake.program()).execute(QStringLiteral("x")).kind,
              ScriptHostReply::Kind::notUnderstood);
-    // A generous bound: the point is that it ends, not how fast.
-    QVERIFY(timer.elapsed() < 60000);
 }
 
 void TestOsascriptHost::termsKeepTheirSourceText_data()

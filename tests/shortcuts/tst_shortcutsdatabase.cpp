@@ -1,3 +1,4 @@
+#include "common/ShortcutsSqlite.h"
 #include "model/AppSettings.h"
 #include "model/SqliteDatabase.h"
 #include "shortcuts/FolderChooser.h"
@@ -8,27 +9,6 @@
 #include <QtTest>
 
 namespace {
-const char *kSchema =
-    "CREATE TABLE ZSHORTCUT (Z_PK INTEGER PRIMARY KEY, Z_ENT INTEGER, Z_OPT INTEGER, "
-    "ZTOMBSTONED INTEGER, ZHASUSERPROVIDEDNAMEORICON INTEGER, ZACTIONCOUNT INTEGER, "
-    "ZCREATIONDATE TIMESTAMP, ZMODIFICATIONDATE TIMESTAMP, ZLASTRUNEVENTDATE TIMESTAMP, "
-    "ZNAME VARCHAR, ZWORKFLOWID VARCHAR, ZASSOCIATEDAPPBUNDLEIDENTIFIER VARCHAR, ZACTIONS BLOB)";
-
-// Builds Shortcuts.sqlite in dir from SQL statements run after the schema.
-bool makeDatabase(const QString &dir, const QStringList &statements, const char *schema = kSchema)
-{
-    SqliteDatabase db;
-    if (!db.open(dir + "/Shortcuts.sqlite", SqliteDatabase::Mode::readWriteCreate))
-        return false;
-    if (!db.exec(QString::fromUtf8(schema)))
-        return false;
-    for (const QString &sql : statements) {
-        if (!db.exec(sql))
-            return false;
-    }
-    return true;
-}
-
 QString insert(const QString &id, const QString &rest)
 {
     return QStringLiteral("INSERT INTO ZSHORTCUT (ZWORKFLOWID, ZTOMBSTONED, "
@@ -95,17 +75,17 @@ void TestShortcutsDatabase::init()
 
 void TestShortcutsDatabase::rowsFromTheTable()
 {
-    QVERIFY(
-        makeDatabase(m_folder->path(), {
-                                           insert("'A'", "0, 1, 'com.example.notes', 10, 20, 30"),
-                                           insert("'B'", "NULL, 0, '', NULL, NULL, NULL"),
-                                           insert("'C'", "1, 1, 'com.example.gone', 0, 0, 0"),
-                                           insert("'D'", "2, NULL, NULL, 0, 0, 0"),
-                                           insert("'E'", "0, 2, 'com.example.two', 0, 0, 0"),
-                                           insert("NULL", "0, 1, 'com.example.nameless', 0, 0, 0"),
-                                           insert("'F'", "0, '1', 'x', 0, 0, 0"),
-                                           insert("'A'", "0, 0, NULL, 40, 50, 60"),
-                                       }));
+    QVERIFY(makeShortcutsDatabase(m_folder->path(),
+                                  {
+                                      insert("'A'", "0, 1, 'com.example.notes', 10, 20, 30"),
+                                      insert("'B'", "NULL, 0, '', NULL, NULL, NULL"),
+                                      insert("'C'", "1, 1, 'com.example.gone', 0, 0, 0"),
+                                      insert("'D'", "2, NULL, NULL, 0, 0, 0"),
+                                      insert("'E'", "0, 2, 'com.example.two', 0, 0, 0"),
+                                      insert("NULL", "0, 1, 'com.example.nameless', 0, 0, 0"),
+                                      insert("'F'", "0, '1', 'x', 0, 0, 0"),
+                                      insert("'A'", "0, 0, NULL, 40, 50, 60"),
+                                  }));
     const ShortcutsDatabase::Rows rows = ShortcutsDatabase::readRows(m_folder->path());
     // C (tombstoned), D (tombstone 2) and the row without identifier are left out.
     QCOMPARE(QSet<QString>(rows.keyBegin(), rows.keyEnd()), (QSet<QString>{"A", "B", "E", "F"}));
@@ -154,8 +134,8 @@ void TestShortcutsDatabase::dates()
     QFETCH(QString, value);
     QFETCH(bool, present);
     QFETCH(double, seconds);
-    QVERIFY(makeDatabase(m_folder->path(),
-                         {insert("'X'", "0, 0, NULL, " + value + ", " + value + ", " + value)}));
+    QVERIFY(makeShortcutsDatabase(
+        m_folder->path(), {insert("'X'", "0, 0, NULL, " + value + ", " + value + ", " + value)}));
     const auto rows = ShortcutsDatabase::readRows(m_folder->path());
     QVERIFY(rows.contains("X"));
     const auto row = rows.value("X");
@@ -198,7 +178,7 @@ void TestShortcutsDatabase::unreadableDatabases()
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(fileContents);
     } else if (!schema.isEmpty()) {
-        QVERIFY(makeDatabase(m_folder->path(), {}, schema.constData()));
+        QVERIFY(makeShortcutsDatabase(m_folder->path(), {}, schema.constData()));
     }
     QVERIFY(ShortcutsDatabase::readRows(m_folder->path()).isEmpty());
     // The read-only open never creates a database where there was none.
@@ -217,7 +197,7 @@ void TestShortcutsDatabase::writeAheadLogIsCopied()
         live.open(m_folder->filePath("Shortcuts.sqlite"), SqliteDatabase::Mode::readWriteCreate));
     QVERIFY(live.exec("PRAGMA journal_mode=WAL"));
     QVERIFY(live.exec("PRAGMA wal_autocheckpoint=0"));
-    QVERIFY(live.exec(kSchema));
+    QVERIFY(live.exec(shortcutsSchema));
     QVERIFY(live.exec(insert("'W'", "0, 1, 'com.example.wal', 1, 2, 3")));
     QVERIFY(QFile::exists(m_folder->filePath("Shortcuts.sqlite-wal")));
 
@@ -233,7 +213,7 @@ void TestShortcutsDatabase::writeAheadLogIsCopied()
 
 void TestShortcutsDatabase::snapshotFolderIsPrivateAndFresh()
 {
-    QVERIFY(makeDatabase(m_folder->path(), {insert("'S'", "0, 0, NULL, 0, 0, 0")}));
+    QVERIFY(makeShortcutsDatabase(m_folder->path(), {insert("'S'", "0, 0, NULL, 0, 0, 0")}));
     const QString snapshotDir = ShortcutsDatabase::snapshotDirectory();
 
     // Leftovers of an earlier snapshot are removed.
@@ -276,7 +256,7 @@ void TestShortcutsDatabase::snapshotFolderIsPrivateAndFresh()
 // snapshot folder would go, which this user could not remove) does not stop this user's reads.
 void TestShortcutsDatabase::anotherUsersSnapshotIsNoObstacle()
 {
-    QVERIFY(makeDatabase(m_folder->path(), {insert("'S'", "0, 0, NULL, 0, 0, 0")}));
+    QVERIFY(makeShortcutsDatabase(m_folder->path(), {insert("'S'", "0, 0, NULL, 0, 0, 0")}));
     QFile theirs(QDir::tempPath() + QStringLiteral("/ShortcutsSnapshot"));
     QDir(theirs.fileName()).removeRecursively(); // an earlier snapshot of this test run
     QVERIFY(theirs.open(QIODevice::WriteOnly));
@@ -289,10 +269,10 @@ void TestShortcutsDatabase::anotherUsersSnapshotIsNoObstacle()
 // A blob where a text is expected is damage: no identifier, no app.
 void TestShortcutsDatabase::blobsAreNoIdentifiers()
 {
-    QVERIFY(
-        makeDatabase(m_folder->path(), {insert("x'41'", "0, 0, 'com.example.blobid', 0, 0, 0"),
-                                        insert("'B'", "0, 0, x'636f6d2e6578616d706c65', 0, 0, 0"),
-                                        insert("'C'", "0, 0, 'com.example.c', x'00', 0, 0")}));
+    QVERIFY(makeShortcutsDatabase(m_folder->path(),
+                                  {insert("x'41'", "0, 0, 'com.example.blobid', 0, 0, 0"),
+                                   insert("'B'", "0, 0, x'636f6d2e6578616d706c65', 0, 0, 0"),
+                                   insert("'C'", "0, 0, 'com.example.c', x'00', 0, 0")}));
     const ShortcutsDatabase::Rows rows = ShortcutsDatabase::readRows(m_folder->path());
     QCOMPARE(QSet<QString>(rows.keyBegin(), rows.keyEnd()), (QSet<QString>{"B", "C"}));
     QVERIFY(!rows.value("B").appBundleID.has_value());
@@ -343,7 +323,8 @@ void TestShortcutsDatabase::folderAccess()
     QCOMPARE(request.prompt, QString("Grant Access"));
     QVERIFY(!ShortcutsDatabase::hasFolderAccess());
 
-    QVERIFY(makeDatabase(m_folder->path(), {insert("'L'", "0, 1, 'com.example.linked', 0, 0, 0")}));
+    QVERIFY(makeShortcutsDatabase(m_folder->path(),
+                                  {insert("'L'", "0, 1, 'com.example.linked', 0, 0, 0")}));
     recording->answer = m_folder->path();
     QVERIFY(ShortcutsDatabase::chooseShortcutsFolder());
     QVERIFY(ShortcutsDatabase::hasFolderAccess());

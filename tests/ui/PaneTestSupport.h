@@ -5,6 +5,7 @@
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
+#include "model/ShortcutItem.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -78,21 +79,33 @@ inline void settle()
         action_->trigger();                                                                        \
     } while (false)
 
-namespace PaneTest {
-// The pane as a person sees it: nothing may leave its parent, scroll sideways or cut its
-// text (LayoutCheck), and it must render. With THIMBLECRAFT_SCREENSHOT_DIR set, the picture is
-// saved there too (the pictures in docs/ come from here).
-inline bool saveLook(QWidget *widget, const QString &fileName)
-{
-    widget->ensurePolished();
-    QCoreApplication::processEvents();
-    const QStringList faults = LayoutCheck::faults(widget);
-    for (const QString &fault : faults)
-        qWarning("%s: %s", qPrintable(fileName), qPrintable(fault));
-    const QPixmap picture = widget->grab();
-    if (picture.isNull() || !faults.isEmpty())
-        return false;
-    const QString dir = qEnvironmentVariable("THIMBLECRAFT_SCREENSHOT_DIR");
-    return dir.isEmpty() || picture.save(dir + u'/' + fileName);
-}
-} // namespace PaneTest
+// A store-backed library in a temporary directory with its settings beside it, shared by the
+// pane suites; reopening the directory shows what was saved.
+struct PaneFixture {
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<ModelContext> m_context;
+    int m_next = 0;
+
+    bool openLibrary()
+    {
+        m_dir = std::make_unique<QTemporaryDir>();
+        PaneTest::isolateSettings(*m_dir);
+        m_context = PaneTest::openStore(*m_dir);
+        return m_context != nullptr;
+    }
+    void closeLibrary()
+    {
+        m_context.reset();
+        m_dir.reset();
+    }
+    void saveAndSettle()
+    {
+        m_context->save();
+        PaneTest::settle();
+    }
+    std::unique_ptr<ModelContext> reopen() const { return PaneTest::openStore(*m_dir); }
+    ShortcutItem *addShortcut(const QString &name)
+    {
+        return m_context->insert(new ShortcutItem(QStringLiteral("ID-%1").arg(++m_next), name));
+    }
+};

@@ -17,11 +17,11 @@
 #include <QSpinBox>
 #include <QToolButton>
 
-class TestEditors : public QObject {
+class TestEditors : public QObject, PaneFixture {
     Q_OBJECT
 private slots:
-    void init();
-    void cleanup();
+    void init() { QVERIFY(openLibrary()); }
+    void cleanup() { closeLibrary(); }
     void pickers();
     void pickerArrowKeys();
     void pickerCellsAreAccessible();
@@ -32,33 +32,7 @@ private slots:
     void ruleRowControls();
     void ruleRowKeepsOperands();
     void smartListSave();
-    void look();
-
-private:
-    ShortcutItem *addShortcut(const QString &name);
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<ModelContext> m_context;
-    int m_next = 0;
 };
-
-void TestEditors::init()
-{
-    m_dir = std::make_unique<QTemporaryDir>();
-    PaneTest::isolateSettings(*m_dir);
-    m_context = PaneTest::openStore(*m_dir);
-    QVERIFY(m_context);
-}
-
-void TestEditors::cleanup()
-{
-    m_context.reset();
-    m_dir.reset();
-}
-
-ShortcutItem *TestEditors::addShortcut(const QString &name)
-{
-    return m_context->insert(new ShortcutItem(QStringLiteral("ID-%1").arg(++m_next), name));
-}
 
 void TestEditors::pickers()
 {
@@ -195,7 +169,7 @@ void TestEditors::folderEditorRules()
     editor->nameField()->setText(QStringLiteral("New"));
     editor->saveButton()->click();
     delete editor;
-    auto stored = PaneTest::openStore(*m_dir);
+    auto stored = reopen();
     LibraryFolder *created = stored->folders().last();
     QCOMPARE(created->name(), QStringLiteral("New"));
     QCOMPARE(created->parent()->name(), QStringLiteral("B"));
@@ -225,7 +199,7 @@ void TestEditors::tagEditorAppliesNewTag()
     QCOMPARE(editor->parentPicker()->count(), 1);
     QCOMPARE(editor->colorPicker()->hex(), QStringLiteral("#9099A3"));
     delete editor;
-    auto stored = PaneTest::openStore(*m_dir);
+    auto stored = reopen();
     QCOMPARE(stored->shortcuts().first()->tags().first()->name(), QStringLiteral("Kitchen"));
 }
 
@@ -427,45 +401,8 @@ void TestEditors::smartListSave()
     QCOMPARE(editor->nameField()->text(), QStringLiteral("First"));
     editor->saveButton()->click();
     delete editor;
-    auto stored = PaneTest::openStore(*m_dir);
+    auto stored = reopen();
     QVERIFY(SmartRuleSet::decodedIfValid(stored->smartLists().first()->rulesData()));
-}
-
-void TestEditors::look()
-{
-    auto *work = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
-    m_context->insert(new LibraryFolder(QStringLiteral("Clients"), work));
-    auto *home = m_context->insert(new Tag(QStringLiteral("Home"), QStringLiteral("#53CD6B")));
-    for (const QString &name : {QStringLiteral("Mail Digest"), QStringLiteral("Photo Backup"),
-                                QStringLiteral("Log Water")})
-        addShortcut(name);
-    m_context->save();
-
-    FolderEditor folder(*m_context, FolderEditTarget::makeNew(work));
-    folder.nameField()->setText(QStringLiteral("Reports"));
-    folder.symbolPicker()->setSymbol(QStringLiteral("doc.text"));
-    folder.show();
-    QVERIFY(PaneTest::saveLook(&folder, QStringLiteral("editor-folder.png")));
-
-    TagEditor tag(*m_context, TagEditTarget::edit(home));
-    tag.show();
-    QVERIFY(PaneTest::saveLook(&tag, QStringLiteral("editor-tag.png")));
-
-    SmartListEditor smart(*m_context, SmartListEditTarget::makeNew());
-    smart.nameField()->setText(QStringLiteral("Mail and Photos"));
-    smart.matchPicker()->setCurrentIndex(1);
-    QTest::keyClicks(smart.ruleRows().first()->findChild<QLineEdit *>(QStringLiteral("ruleText")),
-                     QStringLiteral("mail"));
-    smart.addRuleButton()->click();
-    SmartRuleRow *second = smart.ruleRows().last();
-    second->fieldPicker()->setCurrentIndex(
-        second->fieldPicker()->findText(QStringLiteral("Last Run")));
-    smart.addRuleButton()->click();
-    SmartRuleRow *third = smart.ruleRows().last();
-    third->fieldPicker()->setCurrentIndex(third->fieldPicker()->findText(QStringLiteral("Tag")));
-    smart.resize(640, 1000);
-    smart.show();
-    QVERIFY(PaneTest::saveLook(&smart, QStringLiteral("editor-smartlist.png")));
 }
 
 QTEST_MAIN(TestEditors)

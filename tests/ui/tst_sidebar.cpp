@@ -25,7 +25,15 @@
 
 using Header = SidebarModel::Header;
 
-class TestSidebar : public QObject {
+// Triggers an action of a row's context menu and lets the change arrive.
+#define ROW_ACTION(header, title, action)                                                          \
+    do {                                                                                           \
+        std::unique_ptr<QMenu> menu_(m_sidebar->createContextMenu(row(header, title)));            \
+        TRIGGER(menu_.get(), action);                                                              \
+        PaneTest::settle();                                                                        \
+    } while (false)
+
+class TestSidebar : public QObject, PaneFixture {
     Q_OBJECT
 private slots:
     void init();
@@ -43,29 +51,20 @@ private slots:
     void selectionNeverMovesByItself();
     void rightClickAndArrowKeys();
     void sheetsReplaceEachOther();
-    void look();
 
 private:
-    ShortcutItem *addShortcut(const QString &name);
     QStringList rowTitles(const QModelIndex &parent) const;
     QModelIndex row(Header header, const QString &title) const;
     int count(const QModelIndex &index) const { return index.data(SidebarRoles::count).toInt(); }
-    std::unique_ptr<ModelContext> reopen();
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<ModelContext> m_context;
     std::unique_ptr<LibraryNavigation> m_navigation;
     std::unique_ptr<SidebarView> m_sidebar;
     std::unique_ptr<QAbstractItemModelTester> m_tester;
-    int m_next = 0;
 };
 
 void TestSidebar::init()
 {
-    m_dir = std::make_unique<QTemporaryDir>();
-    PaneTest::isolateSettings(*m_dir);
-    m_context = PaneTest::openStore(*m_dir);
-    QVERIFY(m_context);
+    QVERIFY(openLibrary());
     m_navigation = std::make_unique<LibraryNavigation>();
     m_sidebar = std::make_unique<SidebarView>(*m_context, *m_navigation);
     m_sidebar->resize(260, 700);
@@ -79,18 +78,7 @@ void TestSidebar::cleanup()
     m_tester.reset();
     m_sidebar.reset();
     m_navigation.reset();
-    m_context.reset();
-    m_dir.reset();
-}
-
-ShortcutItem *TestSidebar::addShortcut(const QString &name)
-{
-    return m_context->insert(new ShortcutItem(QStringLiteral("ID-%1").arg(++m_next), name));
-}
-
-std::unique_ptr<ModelContext> TestSidebar::reopen()
-{
-    return PaneTest::openStore(*m_dir);
+    closeLibrary();
 }
 
 QStringList TestSidebar::rowTitles(const QModelIndex &parent) const
@@ -318,8 +306,7 @@ void TestSidebar::moveToGuardsAndMoveOut()
     auto *b = m_context->insert(new LibraryFolder(QStringLiteral("B"), a));
     auto *c = m_context->insert(new LibraryFolder(QStringLiteral("C"), b));
     auto *d = m_context->insert(new LibraryFolder(QStringLiteral("D")));
-    m_context->save();
-    PaneTest::settle();
+    saveAndSettle();
 
     // "Move To" of B: Top Level, then the flattened tree without B and what lies below it.
     std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::folders, "B")));
@@ -339,18 +326,13 @@ void TestSidebar::moveToGuardsAndMoveOut()
     QVERIFY(!SidebarOperations::moveFolder(*m_context, a, a));
     QCOMPARE(a->parent(), nullptr);
 
-    menu.reset(m_sidebar->createContextMenu(row(Header::folders, "D")));
-    TRIGGER(menu.get(), QStringLiteral("moveTo:") + c->uuid());
-    PaneTest::settle();
+    ROW_ACTION(Header::folders, "D", QStringLiteral("moveTo:") + c->uuid());
     QCOMPARE(d->parent(), c);
     QCOMPARE(rowTitles(row(Header::folders, "C")), QStringList{"D"});
-    menu.reset(m_sidebar->createContextMenu(row(Header::folders, "D")));
-    TRIGGER(menu.get(), "moveOut");
-    PaneTest::settle();
+    QCOMPARE(reopen()->folder(d->uuid())->parent()->uuid(), c->uuid());
+    ROW_ACTION(Header::folders, "D", "moveOut");
     QCOMPARE(d->parent(), b);
-    menu.reset(m_sidebar->createContextMenu(row(Header::folders, "D")));
-    TRIGGER(menu.get(), "moveToTopLevel");
-    PaneTest::settle();
+    ROW_ACTION(Header::folders, "D", "moveToTopLevel");
     QCOMPARE(d->parent(), nullptr);
     QCOMPARE(rowTitles(m_sidebar->model()->headerIndex(Header::folders)), (QStringList{"A", "D"}));
     QCOMPARE(reopen()->folder(d->uuid())->parent(), nullptr);
@@ -365,14 +347,11 @@ void TestSidebar::deleteFolderMovesContentsUp()
     ShortcutItem *inTop = addShortcut(QStringLiteral("In Top"));
     inMiddle->setFolder(middle);
     inTop->setFolder(top);
-    m_context->save();
-    PaneTest::settle();
+    saveAndSettle();
 
     // Deleting the selected folder's parent leaves the selection alone.
     m_navigation->setSection(LibrarySection::folder(leaf->uuid()));
-    std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::folders, "Middle")));
-    TRIGGER(menu.get(), "deleteFolder");
-    PaneTest::settle();
+    ROW_ACTION(Header::folders, "Middle", "deleteFolder");
     QCOMPARE(m_navigation->effectiveSection(), LibrarySection::folder(leaf->uuid()));
     QCOMPARE(leaf->parent(), top);
     QCOMPARE(inMiddle->folder(), top);
@@ -380,9 +359,7 @@ void TestSidebar::deleteFolderMovesContentsUp()
 
     // Deleting the selected top-level folder selects all shortcuts and unfiles its shortcuts.
     m_navigation->setSection(LibrarySection::folder(top->uuid()));
-    menu.reset(m_sidebar->createContextMenu(row(Header::folders, "Top")));
-    TRIGGER(menu.get(), "deleteFolder");
-    PaneTest::settle();
+    ROW_ACTION(Header::folders, "Top", "deleteFolder");
     QCOMPARE(m_navigation->effectiveSection(), LibrarySection::all());
     QCOMPARE(inTop->folder(), nullptr);
     QCOMPARE(inMiddle->folder(), nullptr);
@@ -423,8 +400,7 @@ void TestSidebar::tagsThroughMenus()
     ShortcutItem *item = addShortcut(QStringLiteral("Timer"));
     item->addTag(kitchen);
     item->addTag(homeTag);
-    m_context->save();
-    PaneTest::settle();
+    saveAndSettle();
 
     // The parent cannot move below its own child; the child moves out again.
     menu.reset(m_sidebar->createContextMenu(row(Header::tags, "Home")));
@@ -440,11 +416,8 @@ void TestSidebar::tagsThroughMenus()
 
     // Deleting a tag with a child: the child moves up, shortcuts just lose the tag.
     kitchen->setParent(homeTag);
-    m_context->save();
-    PaneTest::settle();
-    menu.reset(m_sidebar->createContextMenu(row(Header::tags, "Home")));
-    TRIGGER(menu.get(), "deleteTag");
-    PaneTest::settle();
+    saveAndSettle();
+    ROW_ACTION(Header::tags, "Home", "deleteTag");
     QCOMPARE(kitchen->parent(), nullptr);
     QCOMPARE(item->tags(), QList<Tag *>{kitchen});
     auto stored = reopen();
@@ -461,8 +434,7 @@ void TestSidebar::smartListDuplicateAndDelete()
     work->setSortOrder(4);
     work->setSymbolName(QStringLiteral("bolt"));
     work->setColorHex(QStringLiteral("#53CD6B"));
-    m_context->save();
-    PaneTest::settle();
+    saveAndSettle();
 
     std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::smartLists, "Work")));
     QCOMPARE(PaneTest::actionTexts(menu.get()),
@@ -481,13 +453,9 @@ void TestSidebar::smartListDuplicateAndDelete()
     QCOMPARE(rowTitles(m_sidebar->model()->headerIndex(Header::smartLists)),
              (QStringList{"Work", "Work Copy"}));
 
-    menu.reset(m_sidebar->createContextMenu(row(Header::smartLists, "Work")));
-    TRIGGER(menu.get(), "deleteSmartList");
-    PaneTest::settle();
+    ROW_ACTION(Header::smartLists, "Work", "deleteSmartList");
     QCOMPARE(m_navigation->effectiveSection(), LibrarySection::all());
-    menu.reset(m_sidebar->createContextMenu(row(Header::smartLists, "Work Copy")));
-    TRIGGER(menu.get(), "deleteSmartList");
-    PaneTest::settle();
+    ROW_ACTION(Header::smartLists, "Work Copy", "deleteSmartList");
     QVERIFY(!m_sidebar->model()->headerIndex(Header::smartLists).isValid());
     QCOMPARE(reopen()->smartLists().size(), 0);
 }
@@ -500,8 +468,7 @@ void TestSidebar::dropsOnFoldersAndTags()
     ShortcutItem *one = addShortcut(QStringLiteral("One"));
     ShortcutItem *two = addShortcut(QStringLiteral("Two"));
     one->setFolder(done);
-    m_context->save();
-    PaneTest::settle();
+    saveAndSettle();
     SidebarModel *model = m_sidebar->model();
 
     // Through the model: our own type, unknown identifiers ignored, and reported as done.
@@ -555,8 +522,7 @@ void TestSidebar::dropsOnFoldersAndTags()
 void TestSidebar::selectionFollowsNavigation()
 {
     auto *folder = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
-    m_context->save();
-    PaneTest::settle();
+    saveAndSettle();
     QTreeView *tree = m_sidebar->treeView();
     const auto selectedTitle = [tree] {
         const QModelIndexList selected = tree->selectionModel()->selectedIndexes();
@@ -576,8 +542,7 @@ void TestSidebar::selectionFollowsNavigation()
     m_navigation->setSection(LibrarySection::folder(folder->uuid()));
     QCOMPARE(selectedTitle(), QStringLiteral("Work"));
     m_context->insert(new LibraryFolder(QStringLiteral("Alpha")));
-    m_context->save();
-    PaneTest::settle();
+    saveAndSettle();
     QCOMPARE(selectedTitle(), QStringLiteral("Work"));
     folder->setName(QStringLiteral("Zed"));
     PaneTest::settle();
@@ -592,8 +557,7 @@ void TestSidebar::selectionNeverMovesByItself()
     auto *deep = m_context->insert(new LibraryFolder(QStringLiteral("Deep"), work));
     auto *other = m_context->insert(new LibraryFolder(QStringLiteral("Other"), work));
     ShortcutItem *item = addShortcut(QStringLiteral("Backup"));
-    m_context->save();
-    PaneTest::settle();
+    saveAndSettle();
     QTreeView *tree = m_sidebar->treeView();
     QSignalSpy sections(m_navigation.get(), &LibraryNavigation::sectionChanged);
     const auto expectSelected = [&](const LibrarySection &section, const QString &title) {
@@ -645,8 +609,7 @@ void TestSidebar::rightClickAndArrowKeys()
 {
     auto *folder = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
     addShortcut(QStringLiteral("Filed"))->setFolder(folder); // no Library Health row
-    m_context->save();
-    PaneTest::settle();
+    saveAndSettle();
     QTreeView *tree = m_sidebar->treeView();
     m_navigation->setSection(LibrarySection::untagged());
     QTest::mouseClick(tree->viewport(), Qt::RightButton, {},
@@ -684,61 +647,6 @@ void TestSidebar::sheetsReplaceEachOther()
     QCOMPARE(m_sidebar->newButton()->toolTip(), QStringLiteral("New Smart List, Folder, or Tag"));
     QCOMPARE(PaneTest::actionTexts(m_sidebar->newMenu()),
              (QStringList{"New Smart List", "New Folder", "New Tag"}));
-}
-
-void TestSidebar::look()
-{
-    const QStringList names{"Morning Routine", "Resize Images", "Translate",     "Backup Photos",
-                            "Log Water",       "Start Timer",   "Meeting Notes", "Old Script"};
-    QList<ShortcutItem *> items;
-    for (const QString &name : names)
-        items.append(addShortcut(name));
-    auto *work = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
-    work->setSymbolName(QStringLiteral("briefcase"));
-    work->setColorHex(QStringLiteral("#5874CA"));
-    auto *clients = m_context->insert(new LibraryFolder(QStringLiteral("Clients"), work));
-    auto *reports = m_context->insert(new LibraryFolder(QStringLiteral("Reports"), clients));
-    reports->setSymbolName(QStringLiteral("doc.text"));
-    auto *home = m_context->insert(new LibraryFolder(QStringLiteral("Home")));
-    home->setSymbolName(QStringLiteral("house"));
-    home->setColorHex(QStringLiteral("#53CD6B"));
-    auto *media = m_context->insert(new LibraryFolder(QStringLiteral("Media")));
-    media->setSymbolName(QStringLiteral("photo"));
-    media->setColorHex(QStringLiteral("#F8AE5F"));
-    auto *errands =
-        m_context->insert(new Tag(QStringLiteral("Errands"), QStringLiteral("#FF8E73")));
-    auto *urgent =
-        m_context->insert(new Tag(QStringLiteral("Urgent"), QStringLiteral("#F36F74"), errands));
-    auto *daily = m_context->insert(new Tag(QStringLiteral("Daily"), QStringLiteral("#57CFB4")));
-    m_context->insert(new Tag(QStringLiteral("Ideas"), QStringLiteral("#C085E6")));
-    items[0]->setFolder(home);
-    items[1]->setFolder(media);
-    items[3]->setFolder(media);
-    items[6]->setFolder(reports);
-    items[2]->setFolder(clients);
-    items[0]->addTag(daily);
-    items[4]->addTag(daily);
-    items[5]->addTag(urgent);
-    items[6]->addTag(errands);
-    items[0]->setIsFavorite(true);
-    items[4]->setIsFavorite(true);
-    items[0]->setLastRunAt(QDateTime::currentDateTimeUtc());
-    items[7]->setIsMissing(true);
-    items[1]->setNativeFolderName(QStringLiteral("Photos"));
-    items[3]->setNativeFolderName(QStringLiteral("Photos"));
-    items[4]->setNativeFolderName(QStringLiteral("Health"));
-    SmartRuleSet rules;
-    rules.rules.first().field = SmartRule::Field::runCount;
-    auto *often = m_context->insert(new SmartList(QStringLiteral("Run Often"), rules));
-    often->setSymbolName(QStringLiteral("bolt"));
-    m_context->insert(new SmartList(QStringLiteral("Needs Notes"), SmartRuleSet()))
-        ->setSortOrder(1);
-    m_context->save();
-    PaneTest::settle();
-    m_sidebar->setShowNativeFolders(true);
-    m_navigation->setSection(LibrarySection::folder(clients->uuid()));
-    m_sidebar->resize(260, 860);
-    QVERIFY(PaneTest::saveLook(m_sidebar.get(), QStringLiteral("sidebar.png")));
 }
 
 QTEST_MAIN(TestSidebar)
