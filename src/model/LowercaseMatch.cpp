@@ -39,6 +39,16 @@ inline char16_t unitLower(char16_t c)
     return char16_t(QChar::toLower(char32_t(c)));
 }
 
+// Lowers one unit; false for İ and surrogates, whose lowering is not one unit.
+inline bool lowerUnit(char16_t c, char16_t &lower)
+{
+    if (c < 0x100 || (c != 0x130 && !QChar::isSurrogate(c))) {
+        lower = unitLower(c);
+        return true;
+    }
+    return false;
+}
+
 // The value, lowered by `lower`, matches the lower-cased needle at pos.
 template<char16_t (*lower)(char16_t)>
 inline bool matchAt(const char16_t *value, const char16_t *needle, qsizetype length)
@@ -47,20 +57,6 @@ inline bool matchAt(const char16_t *value, const char16_t *needle, qsizetype len
         if (lower(value[i]) != needle[i])
             return false;
     return true;
-}
-
-template<char16_t (*lower)(char16_t)> bool containsLowered(QStringView value, QStringView needle)
-{
-    const qsizetype n = value.size(), m = needle.size();
-    if (m > n)
-        return false;
-    const char16_t *v = value.utf16();
-    const char16_t *p = needle.utf16();
-    const char16_t first = p[0];
-    for (qsizetype i = 0; i + m <= n; ++i)
-        if (lower(v[i]) == first && matchAt<lower>(v + i + 1, p + 1, m - 1))
-            return true;
-    return false;
 }
 
 // Compares `length` units of the value from `at` with the whole needle.
@@ -92,15 +88,29 @@ bool LowercaseMatch::contains(QStringView value, QStringView needle)
 {
     if (needle.isEmpty())
         return true;
-    switch (loweringOf(value)) {
-    case Lowering::ascii:
-        return containsLowered<asciiLower>(value, needle);
-    case Lowering::unitByUnit:
-        return containsLowered<unitLower>(value, needle);
-    case Lowering::whole:
-        break;
+    // One pass: every unit is lowered as it is reached, and the first whose lowering is not one
+    // unit sends the whole value to toLower(). A match found before it is a match in the
+    // lowered copy too.
+    const qsizetype n = value.size(), m = needle.size();
+    const char16_t *v = value.utf16();
+    const char16_t *p = needle.utf16();
+    for (qsizetype i = 0; i < n; ++i) {
+        char16_t c;
+        if (!lowerUnit(v[i], c))
+            return lowered(value).contains(needle);
+        if (c != p[0] || i + m > n)
+            continue;
+        qsizetype k = 1;
+        for (; k < m; ++k) {
+            if (!lowerUnit(v[i + k], c))
+                return lowered(value).contains(needle);
+            if (c != p[k])
+                break;
+        }
+        if (k == m)
+            return true;
     }
-    return lowered(value).contains(needle);
+    return false;
 }
 
 bool LowercaseMatch::equals(QStringView value, QStringView needle)
