@@ -88,11 +88,17 @@ inline Trees addOrganisation(ModelContext &ctx, QRandomGenerator &rng,
     return trees;
 }
 
+// The made-up identifier of the i-th sample shortcut.
+inline QString identifier(int i)
+{
+    return QStringLiteral("%1-0000-4000-8000-000000000000")
+        .arg(i, 8, 16, QLatin1Char('0'))
+        .toUpper();
+}
+
 inline ShortcutItem *addShortcut(ModelContext &ctx, int i)
 {
-    auto *item = ctx.insert(new ShortcutItem(
-        QStringLiteral("%1-0000-4000-8000-000000000000").arg(i, 8, 16, QLatin1Char('0')).toUpper(),
-        QStringLiteral("Shortcut %1").arg(i)));
+    auto *item = ctx.insert(new ShortcutItem(identifier(i), QStringLiteral("Shortcut %1").arg(i)));
     item->setSubtitle(QStringLiteral("%1 actions").arg(i % 30));
     item->setLibraryOrder(i);
     item->setNotes(i % 5 ? QString() : QStringLiteral("Some notes about this shortcut"));

@@ -4,10 +4,14 @@
 // words (so that searches find something), colours, an icon on every shortcut (one of 64
 // processed glyphs, as the icon queue stores them), some favourites and some recent runs.
 #include "common/SampleLibrary.h"
+#include "model/LibraryStoreContainer.h"
 #include "shortcuts/IconProcessing.h"
 #include "simulator/SimulatedIconRenderer.h"
 
 #include <QDateTime>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
 
 namespace WindowLibrary {
 
@@ -68,6 +72,21 @@ inline void populate(ModelContext &ctx, const Shape &shape)
             item->setLastRunAt(now.addSecs(-qint64(i) * 600));
         }
     }
+}
+
+// A store in the data directory holding that library, saved; the benchmark stops when the
+// store cannot be opened.
+inline std::unique_ptr<ModelContext> create(const Shape &shape, const QString &dataDirectory)
+{
+    QString error;
+    auto context = LibraryStoreContainer::open(dataDirectory, &error);
+    if (!context) {
+        std::fprintf(stderr, "cannot open the store: %s\n", qPrintable(error));
+        std::exit(1);
+    }
+    populate(*context, shape);
+    context->save();
+    return context;
 }
 
 } // namespace WindowLibrary

@@ -13,6 +13,7 @@
 // --quick: 300 icons, one round; only checks that the queue completes.
 #include "common/BenchOptions.h"
 #include "common/SampleLibrary.h"
+#include "common/SimulatedSample.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
 #include "shortcuts/IconProcessing.h"
@@ -44,13 +45,7 @@ SimulatedLibrary makeLibrary(int count)
     const QStringList glyphs = SimulatedIconRenderer::glyphNames();
     SimulatedLibrary library;
     for (int i = 0; i < count; ++i) {
-        SimulatedShortcut s;
-        s.identifier = QStringLiteral("%1-0000-4000-8000-000000000000")
-                           .arg(i, 8, 16, QLatin1Char('0'))
-                           .toUpper();
-        s.name = QStringLiteral("Shortcut %1").arg(i);
-        s.subtitle = QStringLiteral("%1 actions").arg(i % 30);
-        s.actionCount = i % 30 + 1;
+        SimulatedShortcut s = simulatedSampleShortcut(i);
         s.glyph = glyphs.at(i % glyphs.size());
         s.iconTop = QColor::fromHsv((i * 47) % 360, 190, 235);
         s.iconBottom = QColor::fromHsv((i * 47 + 25) % 360, 220, 250);

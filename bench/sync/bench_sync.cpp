@@ -13,6 +13,7 @@
 #include "common/RawSqliteBaseline.h"
 #include "common/SampleLibrary.h"
 #include "common/ScaleTable.h"
+#include "common/SimulatedSample.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutsEventsBridge.h"
@@ -58,15 +59,9 @@ SimulatedLibrary makeLibrary(int shortcutCount)
     for (int f = 0; f < 12; ++f)
         library.folders.append(QStringLiteral("Folder %1").arg(f));
     for (int i = 0; i < shortcutCount; ++i) {
-        SimulatedShortcut s;
-        s.identifier = QStringLiteral("%1-0000-4000-8000-000000000000")
-                           .arg(i, 8, 16, QLatin1Char('0'))
-                           .toUpper();
-        s.name = QStringLiteral("Shortcut %1").arg(i);
-        s.subtitle = QStringLiteral("%1 actions").arg(i % 30);
+        SimulatedShortcut s = simulatedSampleShortcut(i);
         s.color = QColor::fromRgb(0xFF9500 + i % 7);
         s.acceptsInput = i % 3 == 0;
-        s.actionCount = i % 30 + 1;
         s.folder = i % 4 ? QStringLiteral("Folder %1").arg(i % 12) : QString();
         s.glyph = QStringLiteral("star");
         s.iconTop = Qt::red;

@@ -145,17 +145,7 @@ Figures measure(const WindowLibrary::Shape &shape, const QString &dataDirectory,
                 bool scroll)
 {
     Figures f;
-    {
-        QString error;
-        auto context = LibraryStoreContainer::open(dataDirectory, &error);
-        if (!context) {
-            std::fprintf(stderr, "cannot open the store: %s\n", qPrintable(error));
-            std::exit(1);
-        }
-        WindowLibrary::populate(*context, shape);
-        context->save();
-        f.shortcuts = int(context->shortcuts().size());
-    }
+    f.shortcuts = int(WindowLibrary::create(shape, dataDirectory)->shortcuts().size());
     // The settings the window reads are the benchmark's: no sync at launch, icons current.
     AppSettings::store().sync();
     QFile::copy(

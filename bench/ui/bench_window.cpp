@@ -90,14 +90,7 @@ struct Options {
 Figures measure(const WindowLibrary::Shape &shape, const QString &dataDirectory,
                 const Options &options)
 {
-    QString error;
-    auto context = LibraryStoreContainer::open(dataDirectory, &error);
-    if (!context) {
-        std::fprintf(stderr, "cannot open the store: %s\n", qPrintable(error));
-        std::exit(1);
-    }
-    WindowLibrary::populate(*context, shape);
-    context->save();
+    const auto context = WindowLibrary::create(shape, dataDirectory);
 
     Figures f;
     f.shortcuts = int(context->shortcuts().size());
