@@ -5,6 +5,7 @@
 #include "app/SettingsDialog.h"
 #include "common/ItemNames.h"
 #include "model/LibraryFolder.h"
+#include "model/LibraryQuery.h"
 #include "model/LibrarySettings.h"
 #include "model/SmartList.h"
 #include "model/SmartRuleSet.h"
@@ -157,6 +158,24 @@ void WindowTest::searchNarrowsAndEmptyStates()
     QTest::keyClicks(collection->searchField(), QStringLiteral("zzz"));
     QVERIFY(collection->isShowingEmptyState());
     QCOMPARE(collection->emptyState()->title(), QStringLiteral("No Results for “zzz”"));
+
+    // Typing on from the last results, backing up, and records changing between keystrokes
+    // always show what the whole query shows.
+    collection->searchField()->clear();
+    const QString typed = QStringLiteral("mail digest");
+    for (int step = 0; step < 40; ++step) {
+        QLineEdit *field = collection->searchField();
+        if (step % 5 == 2) // a shortcut comes to match the text typed so far, or stops matching
+            f.context->shortcuts().at(step % 3)->setName(step % 2 ? QStringLiteral("Mail Digest B")
+                                                                  : QStringLiteral("Backup"));
+        if (step % 7 == 3)
+            field->backspace();
+        else
+            QTest::keyClick(field, typed.at(field->text().size() % typed.size()).toLatin1());
+        settle();
+        QCOMPARE(collection->model()->items(),
+                 LibraryQuery::visibleItems(*f.context, LibrarySection::all(), field->text()));
+    }
 }
 
 void WindowTest::sortMenuOrdersAndLabels()
