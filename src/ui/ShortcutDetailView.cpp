@@ -3,7 +3,7 @@
 #include "model/FlattenedTree.h"
 #include "model/ModelContext.h"
 #include "shortcuts/ShortcutRunner.h"
-#include "ui/InspectorWidgets.h"
+#include "ui/DetailWidgets.h"
 #include "ui/PlainText.h"
 #include "ui/ProminentButton.h"
 #include "ui/RunHistorySection.h"
@@ -29,7 +29,7 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
-using namespace InspectorWidgets;
+using namespace DetailWidgets;
 
 ShortcutDetailView::ShortcutDetailView(ModelContext &context, ShortcutRunner &runner,
                                        QWidget *parent)

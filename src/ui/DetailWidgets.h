@@ -5,7 +5,7 @@
 
 class QVBoxLayout;
 
-// The pieces the shortcut inspector is built from, apart from how it fills and wires them.
+// The pieces the shortcut detail column is built from, apart from how it fills and wires them.
 
 // A small spinning indicator, animated only while shown.
 class BusySpinner : public QWidget {
@@ -23,7 +23,7 @@ private:
 };
 
 // A push button whose title (a folder path of any length) is cut to the width it gets, with
-// the whole title in its tooltip, so that it never widens the inspector.
+// the whole title in its tooltip, so that it never widens the detail column.
 class ElidingButton : public QPushButton {
 public:
     using QPushButton::QPushButton;
@@ -38,7 +38,7 @@ private:
     QString m_title;
 };
 
-namespace InspectorWidgets {
+namespace DetailWidgets {
 // Text of lesser weight: the window text, faded.
 QColor secondaryColor(const QPalette &palette);
 template<typename Label> Label *secondary(Label *label)
@@ -51,6 +51,6 @@ template<typename Label> Label *secondary(Label *label)
 // A caption line with a leading symbol.
 QWidget *captionLine(const QString &objectName, const QString &symbol, const QColor &color,
                      const QString &text, QWidget *parent);
-// A titled group box in the grouped style of the inspector.
+// A titled group box in the grouped style of the detail column.
 QVBoxLayout *addGroup(QVBoxLayout *column, const QString &title, const QString &objectName);
-} // namespace InspectorWidgets
+} // namespace DetailWidgets

@@ -1,4 +1,4 @@
-#include "ui/InspectorWidgets.h"
+#include "ui/DetailWidgets.h"
 
 #include "ui/PlainText.h"
 #include "ui/ShortcutPainter.h"
@@ -72,15 +72,15 @@ void ElidingButton::paintEvent(QPaintEvent *)
     painter.drawControl(QStyle::CE_PushButton, option);
 }
 
-QColor InspectorWidgets::secondaryColor(const QPalette &palette)
+QColor DetailWidgets::secondaryColor(const QPalette &palette)
 {
     QColor color = palette.color(QPalette::WindowText);
     color.setAlphaF(0.6f);
     return color;
 }
 
-QWidget *InspectorWidgets::captionLine(const QString &objectName, const QString &symbol,
-                                       const QColor &color, const QString &text, QWidget *parent)
+QWidget *DetailWidgets::captionLine(const QString &objectName, const QString &symbol,
+                                    const QColor &color, const QString &text, QWidget *parent)
 {
     auto *line = new QWidget(parent);
     line->setObjectName(objectName);
@@ -102,8 +102,8 @@ QWidget *InspectorWidgets::captionLine(const QString &objectName, const QString 
     return line;
 }
 
-QVBoxLayout *InspectorWidgets::addGroup(QVBoxLayout *column, const QString &title,
-                                        const QString &objectName)
+QVBoxLayout *DetailWidgets::addGroup(QVBoxLayout *column, const QString &title,
+                                     const QString &objectName)
 {
     auto *header = new QLabel(title);
     QFont font = header->font();
