@@ -8,6 +8,7 @@
 #include "app/Application.h"
 #include "common/BenchOptions.h"
 #include "common/LatencySummary.h"
+#include "common/ProcessMemory.h"
 #include "common/WindowBench.h"
 #include "common/WindowLibrary.h"
 #include "model/LibraryStoreContainer.h"
@@ -22,18 +23,6 @@
 #include <cstdlib>
 
 namespace {
-
-double residentMegabytes()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').value(0).toDouble() / 1024.0;
-    }
-    return -1;
-}
 
 // In the child: the collection's grid, once it has painted rows.
 QAbstractItemView *paintedGrid(QObject *watched, QEvent *event)
@@ -71,10 +60,10 @@ struct FirstPaint : QObject {
         done = true;
         QTimer::singleShot(0, [grid] {
             std::puts("painted");
-            std::printf("rss-launch %.1f\n", residentMegabytes());
+            std::printf("rss-launch %.1f\n", ProcessMemory::now().rssMB);
             if (scrollAfterLaunch) {
                 scrollThroughEveryTile(grid);
-                std::printf("rss-scrolled %.1f\n", residentMegabytes());
+                std::printf("rss-scrolled %.1f\n", ProcessMemory::now().rssMB);
             }
             std::fflush(stdout);
             std::_Exit(0);

@@ -3,6 +3,7 @@
 // opening folds the library for the search), beside the plain lower-case scan of the names
 // measured in the same run.
 #include "common/BenchOptions.h"
+#include "common/LatencySummary.h"
 #include "common/PaintCounter.h"
 #include "common/SampleLibrary.h"
 #include "common/WindowBench.h"
@@ -21,12 +22,6 @@ const char *const words[] = {"Morning", "Mail",  "Backup", "Photo", "Timer",  "N
                              "Music",   "Home",  "Work",   "Share", "Clip",   "Focus",
                              "Take",    "Break", "Lights", "Off",   "Résumé", "Café"};
 constexpr int wordCount = int(std::size(words));
-
-double percentile(QList<double> values, double fraction)
-{
-    std::sort(values.begin(), values.end());
-    return values.at(std::min<qsizetype>(values.size() - 1, qsizetype(values.size() * fraction)));
-}
 
 } // namespace
 
@@ -110,10 +105,12 @@ int main(int argc, char *argv[])
         }
     }
 
-    const double base = percentile(baseline, 0.5);
-    const double keyMedian = percentile(keystrokes, 0.5), keyP99 = percentile(keystrokes, 0.99);
-    const double cold = percentile(coldOpens, 0.5), coldMax = percentile(coldOpens, 1.0);
-    const double warm = percentile(opens, 0.5);
+    const LatencySummary keys = LatencySummary::of(keystrokes),
+                         coldOpen = LatencySummary::of(coldOpens);
+    const double base = LatencySummary::of(baseline).p50;
+    const double keyMedian = keys.p50, keyP99 = keys.p99;
+    const double cold = coldOpen.p50, coldMax = coldOpen.max;
+    const double warm = LatencySummary::of(opens).p50;
     std::printf("library: %d shortcuts, %lld keystrokes measured (%d without a paint)\n",
                 shortcutCount, qint64(keystrokes.size()), unpainted);
     std::printf("baseline (lower-case scan of the names): median %.2f ms\n", base);
