@@ -74,6 +74,17 @@ qsizetype LibraryHealth::problemCount() const
     return n;
 }
 
+LibraryHealth::Inputs LibraryHealth::inputsOf(const ShortcutItem &item)
+{
+    return {item.name(),
+            item.isMissing(),
+            isPlaceholder(item),
+            item.isMissing() && keepsOrganisation(item),
+            item.lastRunOutcome() == RunOutcome::failed,
+            item.lastRunAt(),
+            item.addedDate()};
+}
+
 LibraryHealth LibraryHealth::of(const ModelContext &context)
 {
     return of(context, Clock::now());

@@ -3,9 +3,11 @@
 #include <QDateTime>
 #include <QList>
 #include <QString>
+#include <optional>
 
 class ModelContext;
 class Record;
+class ShortcutItem;
 
 // One thing in the library that makes shortcuts fail or hard to find, about one record.
 struct HealthFinding {
@@ -54,6 +56,21 @@ struct LibraryHealth {
     // One pass over the library; "now" (Clock::now() unless given) decides what is quiet.
     static LibraryHealth of(const ModelContext &context);
     static LibraryHealth of(const ModelContext &context, const QDateTime &now);
+
+    // Everything of one shortcut the check reads: when a change leaves these as they were,
+    // the findings stand (until the clock moves on). Filing or tagging a shortcut changes the
+    // folder or tag record too, which is always checked.
+    struct Inputs {
+        QString name;
+        bool missing = false;
+        bool placeholder = false;
+        bool organisedMissing = false;
+        bool lastRunFailed = false;
+        std::optional<QDateTime> lastRunAt;
+        QDateTime addedDate;
+        bool operator==(const Inputs &) const = default;
+    };
+    static Inputs inputsOf(const ShortcutItem &item);
 
     // The kind's name in the command line's JSON ("duplicateNames", …).
     static QString storedName(HealthFinding::Kind kind);

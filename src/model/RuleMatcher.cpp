@@ -269,6 +269,11 @@ RuleSetMatcher::RuleSetMatcher(const SmartRuleSet &set)
         m_rules.append(RuleMatcher(rule, now));
 }
 
+bool RuleMatcher::readsClock() const
+{
+    return SmartRule::kind(m_field) == SmartRule::Kind::date;
+}
+
 int RuleMatcher::testKind() const
 {
     int op = 0;
@@ -286,6 +291,12 @@ int RuleMatcher::testKind() const
         break;
     }
     return int(m_field) * 8 + op;
+}
+
+bool RuleSetMatcher::readsClock() const
+{
+    return std::any_of(m_rules.cbegin(), m_rules.cend(),
+                       [](const RuleMatcher &rule) { return rule.readsClock(); });
 }
 
 bool RuleSetMatcher::testsBefore(const RuleSetMatcher &other) const

@@ -22,6 +22,8 @@ public:
     bool matchesText(QStringView value) const;
     // Which code the test runs: the field, and the operator where the field has several.
     int testKind() const;
+    // Whether the answer can change as time passes (a date rule).
+    bool readsClock() const;
 
 private:
     bool matchesDate(const QDateTime *date) const; // null when absent
@@ -66,6 +68,7 @@ public:
     // in the same order come together, so that the processor, which learns where each test
     // leads, is seldom wrong. The answers do not depend on the order.
     bool testsBefore(const RuleSetMatcher &other) const;
+    bool readsClock() const;
 
 private:
     bool m_matchAll;

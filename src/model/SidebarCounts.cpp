@@ -113,24 +113,35 @@ private:
 
 } // namespace
 
+SidebarCounts::Lists SidebarCounts::listsOf(const ModelContext &context)
+{
+    // Smart lists whose uuid came earlier are shadowed, as in sections.
+    Lists lists;
+    for (const SmartList *list : context.smartLists()) {
+        if (lists.uuids.contains(list->uuid()))
+            continue;
+        lists.uuids.append(list->uuid());
+        lists.matchers.emplace_back(list->ruleSet());
+    }
+    return lists;
+}
+
 SidebarCounts SidebarCounts::of(const ModelContext &context)
+{
+    return of(context, listsOf(context), {});
+}
+
+SidebarCounts SidebarCounts::of(const ModelContext &context, const Lists &lists,
+                                const ItemObserver &observe)
 {
     SidebarCounts counts;
     TreeTally<LibraryFolder> folderTally(context.folders());
     TreeTally<Tag> tagTally(context.tags());
     QHash<QString, qsizetype> natives;
 
-    // Smart lists whose uuid came earlier are shadowed, as in sections.
-    QList<const SmartList *> lists;
-    std::vector<RuleSetMatcher> matchers;
-    for (const SmartList *list : context.smartLists()) {
-        if (std::any_of(lists.cbegin(), lists.cend(),
-                        [&](const SmartList *l) { return l->uuid() == list->uuid(); }))
-            continue;
-        lists.append(list);
-        matchers.emplace_back(list->ruleSet());
-    }
+    const std::vector<RuleSetMatcher> &matchers = lists.matchers;
     std::vector<qsizetype> selected(matchers.size(), 0);
+    std::vector<bool> answers(matchers.size(), false);
     std::vector<size_t> testOrder(matchers.size());
     std::iota(testOrder.begin(), testOrder.end(), size_t(0));
     std::stable_sort(testOrder.begin(), testOrder.end(),
@@ -142,8 +153,17 @@ SidebarCounts SidebarCounts::of(const ModelContext &context)
     const QList<ShortcutItem *> &items = context.shortcuts();
     for (int n = 0; n < items.size(); ++n) {
         const ShortcutItem &item = *items[n];
-        for (const size_t l : testOrder)
-            selected[l] += matchers[l].selects(item);
+        if (observe) {
+            for (const size_t l : testOrder) {
+                const bool answer = matchers[l].selects(item);
+                answers[l] = answer;
+                selected[l] += answer;
+            }
+            observe(item, answers);
+        } else {
+            for (const size_t l : testOrder)
+                selected[l] += matchers[l].selects(item);
+        }
         if (item.isMissing()) {
             ++counts.missing;
             continue;
@@ -164,18 +184,21 @@ SidebarCounts SidebarCounts::of(const ModelContext &context)
     }
     folderTally.store(counts.folders);
     tagTally.store(counts.tags);
-    for (qsizetype l = 0; l < lists.size(); ++l)
-        counts.smartLists.insert(lists[l]->uuid(), selected[size_t(l)]);
+    for (qsizetype l = 0; l < lists.uuids.size(); ++l)
+        counts.smartLists.insert(lists.uuids[l], selected[size_t(l)]);
 
     counts.nativeFolders.reserve(natives.size());
     for (auto it = natives.cbegin(); it != natives.cend(); ++it)
         counts.nativeFolders.append({it.key(), it.value()});
-    std::sort(counts.nativeFolders.begin(), counts.nativeFolders.end(),
-              [](const auto &a, const auto &b) {
-                  const int c = naturalCompare(a.first, b.first);
-                  return c != 0 ? c < 0 : a.first < b.first;
-              });
+    std::sort(counts.nativeFolders.begin(), counts.nativeFolders.end(), nativeFolderBefore);
     return counts;
+}
+
+bool SidebarCounts::nativeFolderBefore(const std::pair<QString, qsizetype> &a,
+                                       const std::pair<QString, qsizetype> &b)
+{
+    const int c = naturalCompare(a.first, b.first);
+    return c != 0 ? c < 0 : a.first < b.first;
 }
 
 qsizetype SidebarCounts::count(const LibrarySection &section) const

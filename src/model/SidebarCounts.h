@@ -1,13 +1,17 @@
 #pragma once
 
 #include "model/LibrarySection.h"
+#include "model/RuleMatcher.h"
 
 #include <QHash>
 #include <QList>
 #include <QString>
+#include <functional>
 #include <utility>
+#include <vector>
 
 class ModelContext;
+class ShortcutItem;
 
 // The number beside every sidebar row, all computed in one pass over the library.
 // "Visible" means not missing.
@@ -33,4 +37,18 @@ struct SidebarCounts {
     qsizetype count(const LibrarySection &section) const;
 
     static SidebarCounts of(const ModelContext &context);
+
+    // The smart lists counted: the first of each uuid, with its rules ready to test.
+    struct Lists {
+        QList<QString> uuids;
+        std::vector<RuleSetMatcher> matchers;
+    };
+    static Lists listsOf(const ModelContext &context);
+    // Told each item with its answer for every list, in the order of `lists`.
+    using ItemObserver = std::function<void(const ShortcutItem &, const std::vector<bool> &)>;
+    static SidebarCounts of(const ModelContext &context, const Lists &lists,
+                            const ItemObserver &observe);
+    // The order of nativeFolders.
+    static bool nativeFolderBefore(const std::pair<QString, qsizetype> &a,
+                                   const std::pair<QString, qsizetype> &b);
 };

@@ -2,6 +2,7 @@
 
 #include "model/LibraryHealth.h"
 
+#include <QHash>
 #include <QObject>
 #include <QTimer>
 
@@ -9,8 +10,9 @@ class ModelContext;
 struct ModelChanges;
 
 // The window's up-to-date health check of one library, shared by the sidebar's row and the
-// report. It is redone after each (coalesced) change of the records, and every hour, since
-// "not run in 180 days" moves with the clock.
+// report. It is redone after each (coalesced) change of the records that touches what the check
+// reads (a favourite toggled on a present shortcut does not), and every hour, since "not run in
+// 180 days" moves with the clock.
 class LibraryHealthMonitor : public QObject {
     Q_OBJECT
 public:
@@ -32,8 +34,11 @@ signals:
 private:
     explicit LibraryHealthMonitor(ModelContext &context);
     void contextChanged(const ModelChanges &changes);
+    bool leavesFindings(const ModelChanges &changes);
 
     ModelContext &m_context;
     LibraryHealth m_health;
     QTimer m_hourly;
+    // What the check read of each shortcut, kept from the first change on.
+    QHash<const ShortcutItem *, LibraryHealth::Inputs> m_inputs;
 };

@@ -3,7 +3,6 @@
 #include "model/ColorHex.h"
 #include "model/FlattenedTree.h"
 #include "model/ModelContext.h"
-#include "model/SidebarCounts.h"
 #include "ui/LibraryHealthMonitor.h"
 #include "ui/PlainText.h"
 #include "ui/ShortcutDrag.h"
@@ -55,7 +54,7 @@ QString recordKey(const char *prefix, const void *record)
 
 SidebarModel::SidebarModel(ModelContext &context, QObject *parent)
     : QAbstractItemModel(parent), m_context(context), m_health(LibraryHealthMonitor::of(context)),
-      m_root(std::make_unique<Node>())
+      m_tally(context), m_root(std::make_unique<Node>())
 {
     const QList<Blueprint> tree = desiredTree();
     for (const Blueprint &blueprint : tree)
@@ -74,7 +73,7 @@ SidebarModel::~SidebarModel() = default;
 
 QList<SidebarModel::Blueprint> SidebarModel::desiredTree() const
 {
-    const SidebarCounts counts = SidebarCounts::of(m_context);
+    const SidebarCounts &counts = m_tally.counts();
 
     const auto fixed = [](const QString &title, const QString &symbol,
                           const LibrarySection &section, int count) {
@@ -216,8 +215,10 @@ std::unique_ptr<SidebarModel::Node> SidebarModel::makeNode(const Blueprint &blue
 
 void SidebarModel::contextChanged(const ModelChanges &changes)
 {
-    if (!changes.isEmpty())
-        refresh();
+    if (changes.isEmpty())
+        return;
+    m_tally.apply(changes);
+    refresh();
 }
 
 void SidebarModel::refresh()

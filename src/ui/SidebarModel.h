@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/LibrarySection.h"
+#include "model/SidebarTally.h"
 
 #include <QAbstractItemModel>
 #include <QColor>
@@ -80,5 +81,6 @@ private:
 
     ModelContext &m_context;
     LibraryHealthMonitor &m_health;
+    SidebarTally m_tally;
     std::unique_ptr<Node> m_root;
 };
