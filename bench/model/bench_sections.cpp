@@ -250,7 +250,8 @@ int main(int argc, char *argv[])
     table.row("baseline: lower-case + search every name", small.baseline, big.baseline, 3);
     table.row("  cpu", small.baselineCpu, big.baselineCpu, 3);
     table.row("sidebar counts, every row", small.sidebar, big.sidebar, 3);
-    table.row("  cpu", small.sidebarCpu, big.sidebarCpu, 3);
+    table.row("  cpu of this thread (a large library is counted on all cores)", small.sidebarCpu,
+              big.sidebarCpu, 3);
     table.row("  rows counted", double(small.sidebarRows), double(big.sidebarRows), 0);
     table.row("search \"mail\" in all", small.searchAll, big.searchAll, 3);
     table.row("  ratio to baseline, cpu", small.searchAllCpu / small.baselineCpu,
@@ -264,8 +265,9 @@ int main(int argc, char *argv[])
             table.row("    searching \"mail\"", a.searched, b.searched, 3);
     }
     std::printf("\n");
-    table.check("sidebar counts, cpu ms, large library", big.sidebarCpu, 100);
-    std::printf("  (wall %.3f ms)\n", big.sidebar);
+    // Wall time: the counts of a large library are shared between the cores, so what a person
+    // waits for is the elapsed time (best of 9 against other load).
+    table.check("sidebar counts, ms, large library", big.sidebar, 100);
     table.check("search in all / baseline, cpu, large library", big.searchAllCpu / big.baselineCpu,
                 3);
     return table.exitCode();
