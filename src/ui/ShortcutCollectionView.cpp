@@ -6,6 +6,7 @@
 #include "shortcuts/ShortcutRunner.h"
 #include "shortcuts/SymbolTable.h"
 #include "sync/LibrarySyncController.h"
+#include "ui/CollectionToolbar.h"
 #include "ui/EmptyStatePanel.h"
 #include "ui/HealthReportView.h"
 #include "ui/LibraryHealthMonitor.h"
@@ -18,7 +19,6 @@
 #include "ui/WindowSettings.h"
 
 #include <QAction>
-#include <QActionGroup>
 #include <QButtonGroup>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -29,42 +29,8 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QStackedWidget>
-#include <QToolBar>
 #include <QToolButton>
 #include <QVBoxLayout>
-
-namespace {
-const ShortcutSort allSortKeys[] = {ShortcutSort::libraryOrder, ShortcutSort::name,
-                                    ShortcutSort::dateAdded,    ShortcutSort::modified,
-                                    ShortcutSort::lastRun,      ShortcutSort::actionCount,
-                                    ShortcutSort::runCount};
-
-QString sortLabel(ShortcutSort key)
-{
-    switch (key) {
-    case ShortcutSort::libraryOrder:
-        return QStringLiteral("Shortcuts Order");
-    case ShortcutSort::name:
-        return QStringLiteral("Name");
-    case ShortcutSort::dateAdded:
-        return QStringLiteral("Date Added");
-    case ShortcutSort::modified:
-        return QStringLiteral("Last Modified");
-    case ShortcutSort::lastRun:
-        return QStringLiteral("Last Run");
-    case ShortcutSort::actionCount:
-        return QStringLiteral("Action Count");
-    case ShortcutSort::runCount:
-        return QStringLiteral("Run Count");
-    }
-    return {};
-}
-
-QString nativeShortcut(const QKeySequence &sequence)
-{
-    return sequence.toString(QKeySequence::NativeText);
-}
-} // namespace
 
 ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNavigation &navigation,
                                                ShortcutRunner &runner,
@@ -74,14 +40,14 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
       m_stack(new QStackedWidget(this)), m_empty(new EmptyStatePanel(this)),
       m_health(new HealthReportView(context, this)),
       m_status(new SyncStatusLine(syncer, context, this)), m_title(new TextBlock(this)),
-      m_subtitle(new QLabel(this)), m_toolbar(new QToolBar(this)), m_search(new QLineEdit(this)),
-      m_adoption(context)
+      m_subtitle(new QLabel(this)),
+      m_toolbar(new CollectionToolbar(context, navigation, syncer, this)),
+      m_search(new QLineEdit(this)), m_adoption(context)
 {
     setObjectName(QStringLiteral("shortcutCollection"));
     m_view->setObjectName(QStringLiteral("shortcutGrid"));
     m_title->setObjectName(QStringLiteral("collectionTitle"));
     m_subtitle->setObjectName(QStringLiteral("collectionSubtitle"));
-    m_toolbar->setObjectName(QStringLiteral("collectionToolbar"));
     m_search->setObjectName(QStringLiteral("searchField"));
     m_stack->setObjectName(QStringLiteral("collectionStack"));
     m_view->setListModel(m_model);
@@ -116,7 +82,6 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
         m_search->selectAll();
     });
     addAction(find);
-    buildToolbar();
 
     auto *titles = new QVBoxLayout;
     titles->setSpacing(0);
@@ -158,17 +123,13 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
     connect(m_search, &QLineEdit::textChanged, this, &ShortcutCollectionView::searchEdited);
     connect(&navigation, &LibraryNavigation::sectionChanged, this,
             &ShortcutCollectionView::sectionChanged);
-    connect(&navigation, &LibraryNavigation::selectedShortcutChanged, this, [this] {
-        m_view->setSelectedItem(m_navigation.selectedShortcut());
-        updateSelectionActions();
-    });
+    connect(&navigation, &LibraryNavigation::selectedShortcutChanged, this,
+            [this] { m_view->setSelectedItem(m_navigation.selectedShortcut()); });
     connect(&context, &ModelContext::changed, this, &ShortcutCollectionView::contextChanged);
     connect(&WindowSettings::shared(), &WindowSettings::changed, this,
             &ShortcutCollectionView::settingChanged);
     connect(&runner, &ShortcutRunner::runningIdentifiersChanged, this,
             [this] { m_model->setRunningIdentifiers(m_runner.runningIdentifiers()); });
-    connect(&syncer, &LibrarySyncController::phaseChanged, this,
-            [this] { m_syncAction->setEnabled(!m_syncer.phase().isSyncing()); });
     connect(m_empty, &EmptyStatePanel::buttonClicked, this, [this] { m_syncer.sync(); });
     connect(m_health, &HealthReportView::recordChosen, this, &ShortcutCollectionView::showRecord);
 
@@ -186,126 +147,12 @@ ShortcutCollectionView::ShortcutCollectionView(ModelContext &context, LibraryNav
 
     m_model->setRunningIdentifiers(runner.runningIdentifiers());
     applyViewMode();
-    updateSortMenu();
     m_shownSection = section();
     m_adoption.sectionShown(*m_shownSection); // the first section adopts nothing
     refresh(true);
-    updateSelectionActions();
 }
 
 ShortcutCollectionView::~ShortcutCollectionView() = default;
-
-void ShortcutCollectionView::buildToolbar()
-{
-    m_toolbar->setIconSize(QSize(18, 18));
-    m_toolbar->setToolButtonStyle(Qt::ToolButtonIconOnly);
-
-    // View: grid or list. Plain checkable actions, so that a narrow window lists them in the
-    // toolbar's overflow menu like every other command.
-    auto *modes = new QActionGroup(m_toolbar);
-    modes->setExclusive(true);
-    for (auto [action, symbol, name, title] :
-         {std::tuple{&m_gridAction, "square.grid.2x2", "viewGridAction", "Grid"},
-          std::tuple{&m_listAction, "list.bullet", "viewListAction", "List"}}) {
-        *action = m_toolbar->addAction(SymbolIcon::icon(QString::fromLatin1(symbol)),
-                                       QString::fromLatin1(title));
-        (*action)->setObjectName(QString::fromLatin1(name));
-        (*action)->setCheckable(true);
-        (*action)->setToolTip(QStringLiteral("Grid or list"));
-        modes->addAction(*action);
-    }
-    connect(m_gridAction, &QAction::triggered, this,
-            [] { WindowSettings::shared().setViewMode(WindowSettings::ViewMode::grid); });
-    connect(m_listAction, &QAction::triggered, this,
-            [] { WindowSettings::shared().setViewMode(WindowSettings::ViewMode::list); });
-    m_toolbar->addSeparator();
-
-    m_syncAction = m_toolbar->addAction(
-        SymbolIcon::icon(QStringLiteral("arrow.triangle.2.circlepath")), QStringLiteral("Sync"));
-    m_syncAction->setObjectName(QStringLiteral("syncAction"));
-    m_syncAction->setToolTip(QStringLiteral("Sync with Shortcuts (%1)")
-                                 .arg(nativeShortcut(QKeySequence(Qt::CTRL | Qt::Key_R))));
-    m_syncAction->setEnabled(!m_syncer.phase().isSyncing());
-    connect(m_syncAction, &QAction::triggered, this, [this] { m_syncer.sync(); });
-
-    m_detailsAction = m_toolbar->addAction(SymbolIcon::icon(QStringLiteral("sidebar.trailing")),
-                                           QStringLiteral("Details"));
-    m_detailsAction->setObjectName(QStringLiteral("detailsAction"));
-    m_detailsAction->setToolTip(QStringLiteral("Show or hide the details pane"));
-    m_detailsAction->setCheckable(true);
-    m_detailsAction->setChecked(m_navigation.showInspector());
-    connect(m_detailsAction, &QAction::triggered, this, [this] { m_navigation.toggleInspector(); });
-    connect(&m_navigation, &LibraryNavigation::showInspectorChanged, m_detailsAction,
-            &QAction::setChecked);
-
-    m_favoriteAction =
-        m_toolbar->addAction(SymbolIcon::icon(QStringLiteral("star")), QStringLiteral("Favorite"));
-    m_favoriteAction->setObjectName(QStringLiteral("favoriteAction"));
-    connect(m_favoriteAction, &QAction::triggered, this, [this] {
-        ShortcutItem *item = m_navigation.selectedShortcut();
-        if (!item)
-            return;
-        item->setIsFavorite(!item->isFavorite());
-        m_context.save();
-        updateSelectionActions();
-    });
-
-    m_moreMenu = new QMenu(QStringLiteral("More"), this);
-    m_moreMenu->setObjectName(QStringLiteral("moreMenu"));
-    m_moreMenu->setIcon(SymbolIcon::icon(QStringLiteral("ellipsis.circle")));
-    m_moreAction = m_moreMenu->menuAction();
-    m_moreAction->setObjectName(QStringLiteral("moreAction"));
-    m_moreAction->setToolTip(QStringLiteral("More"));
-    connect(m_moreMenu, &QMenu::aboutToShow, this, [this] {
-        m_moreMenu->clear();
-        if (ShortcutItem *item = m_navigation.selectedShortcut(); item && m_contextMenuBuilder)
-            m_contextMenuBuilder(m_moreMenu, item);
-    });
-    m_toolbar->addAction(m_moreAction);
-
-    auto *sortMenu = new QMenu(QStringLiteral("Sort"), this);
-    sortMenu->setObjectName(QStringLiteral("sortMenu"));
-    sortMenu->setIcon(SymbolIcon::icon(QStringLiteral("arrow.up.arrow.down")));
-    m_sortAction = sortMenu->menuAction();
-    m_sortAction->setObjectName(QStringLiteral("sortAction"));
-    m_sortAction->setToolTip(QStringLiteral("Sort"));
-    sortMenu->addSection(QStringLiteral("Sort By"));
-    m_sortKeys = new QActionGroup(sortMenu);
-    for (ShortcutSort key : allSortKeys) {
-        QAction *action = sortMenu->addAction(sortLabel(key));
-        action->setObjectName(QStringLiteral("sortBy_") + storedName(key));
-        action->setCheckable(true);
-        action->setData(storedName(key));
-        m_sortKeys->addAction(action);
-        connect(action, &QAction::triggered, this,
-                [key] { WindowSettings::shared().setSortKey(key); });
-    }
-    sortMenu->addSection(QStringLiteral("Order"));
-    auto *order = new QActionGroup(sortMenu);
-    m_ascending = sortMenu->addAction(QString());
-    m_ascending->setObjectName(QStringLiteral("sortAscending"));
-    m_descending = sortMenu->addAction(QString());
-    m_descending->setObjectName(QStringLiteral("sortDescending"));
-    for (QAction *action : {m_ascending, m_descending}) {
-        action->setCheckable(true);
-        order->addAction(action);
-    }
-    connect(m_ascending, &QAction::triggered, this,
-            [] { WindowSettings::shared().setSortAscending(true); });
-    connect(m_descending, &QAction::triggered, this,
-            [] { WindowSettings::shared().setSortAscending(false); });
-    m_toolbar->addAction(m_sortAction);
-
-    // Menus open on a click, and every button takes the keyboard focus in turn.
-    for (QAction *action : m_toolbar->actions()) {
-        if (auto *button = qobject_cast<QToolButton *>(m_toolbar->widgetForAction(action))) {
-            button->setFocusPolicy(Qt::TabFocus);
-            button->setAccessibleName(action->text());
-            if (action->menu())
-                button->setPopupMode(QToolButton::InstantPopup);
-        }
-    }
-}
 
 int ShortcutCollectionView::searchWidth() const
 {
@@ -320,8 +167,8 @@ void ShortcutCollectionView::resizeEvent(QResizeEvent *event)
 
 void ShortcutCollectionView::setContextMenuBuilder(ContextMenuBuilder builder)
 {
-    m_contextMenuBuilder = std::move(builder);
-    updateSelectionActions();
+    m_contextMenuBuilder = builder;
+    m_toolbar->setMoreMenuBuilder(std::move(builder));
 }
 
 LibrarySection ShortcutCollectionView::section() const
@@ -352,7 +199,7 @@ void ShortcutCollectionView::sectionChanged()
     m_shownSection = now;
     if (m_adoption.sectionShown(now)) {
         WindowSettings::shared().reload();
-        updateSortMenu();
+        m_toolbar->showSettings();
     }
     refresh(true);
 }
@@ -373,7 +220,6 @@ void ShortcutCollectionView::contextChanged(const ModelChanges &changes)
             touched.insert(item);
     }
     m_model->recordsChanged(touched);
-    updateSelectionActions();
     scheduleRefresh();
 }
 
@@ -382,8 +228,6 @@ void ShortcutCollectionView::settingChanged(const QString &key)
     m_narrowing.valid = false;
     if (key.isEmpty() || key == QLatin1String("viewMode"))
         applyViewMode();
-    if (key.isEmpty() || key == QLatin1String("sortKey") || key == QLatin1String("sortAscending"))
-        updateSortMenu();
     if (key.isEmpty() || key == QLatin1String("sortKey") || key == QLatin1String("sortAscending") ||
         key == QLatin1String("includeSubfolders"))
         refresh(false);
@@ -542,36 +386,9 @@ void ShortcutCollectionView::updateHeaderAndEmptyState()
     m_stack->setCurrentWidget(m_empty);
 }
 
-void ShortcutCollectionView::updateSelectionActions()
-{
-    ShortcutItem *item = m_navigation.selectedShortcut();
-    const bool favorite = item && item->isFavorite();
-    m_favoriteAction->setEnabled(item != nullptr);
-    m_favoriteAction->setIcon(
-        SymbolIcon::icon(favorite ? QStringLiteral("star.fill") : QStringLiteral("star")));
-    m_favoriteAction->setToolTip(favorite ? QStringLiteral("Remove from Favorites")
-                                          : QStringLiteral("Add to Favorites"));
-    m_moreAction->setEnabled(item != nullptr);
-}
-
-void ShortcutCollectionView::updateSortMenu()
-{
-    const ShortcutSort key = WindowSettings::shared().sortKey();
-    const bool ascending = WindowSettings::shared().sortAscending();
-    for (QAction *action : m_sortKeys->actions())
-        action->setChecked(action->data().toString() == storedName(key));
-    const auto [up, down] = orderTitles(key);
-    m_ascending->setText(up);
-    m_descending->setText(down);
-    m_ascending->setChecked(ascending);
-    m_descending->setChecked(!ascending);
-}
-
 void ShortcutCollectionView::applyViewMode()
 {
     const bool list = WindowSettings::shared().viewMode() == WindowSettings::ViewMode::list;
-    m_gridAction->setChecked(!list);
-    m_listAction->setChecked(list);
     m_view->setMode(list ? ShortcutItemDelegate::Mode::list : ShortcutItemDelegate::Mode::grid);
 }
 
@@ -588,8 +405,7 @@ void ShortcutCollectionView::showContextMenu(ShortcutItem *item, const QPoint &g
 
 void ShortcutCollectionView::enableListControls(bool enable)
 {
-    for (QAction *action : {m_gridAction, m_listAction, m_sortAction})
-        action->setEnabled(enable);
+    m_toolbar->setListControlsEnabled(enable);
     m_search->setEnabled(enable);
 }
 

@@ -10,19 +10,18 @@
 #include <functional>
 #include <optional>
 
+class CollectionToolbar;
 class EmptyStatePanel;
 class HealthReportView;
 class LibraryNavigation;
 class LibrarySyncController;
 class ModelContext;
 class QAction;
-class QActionGroup;
 #include <QDialog>
 class QLabel;
 class QLineEdit;
 class QMenu;
 class QStackedWidget;
-class QToolBar;
 class QToolButton;
 class Record;
 class ShortcutGridView;
@@ -34,9 +33,9 @@ class TextBlock;
 struct ModelChanges;
 
 // The middle column: the section's shortcuts as a grid or list with its title, search field,
-// toolbar, empty states and sync status line. It follows the records, the navigation's section
-// and selection and the stored settings, and keeps the selection and scroll position across
-// record changes.
+// toolbar (CollectionToolbar), empty states and sync status line. It follows the records, the
+// navigation's section and selection and the stored settings, and keeps the selection and scroll
+// position across record changes.
 class ShortcutCollectionView : public QWidget {
     Q_OBJECT
 public:
@@ -77,7 +76,6 @@ protected:
 
 private:
     int searchWidth() const;
-    void buildToolbar();
     void sectionChanged();
     void contextChanged(const ModelChanges &changes);
     void settingChanged(const QString &key);
@@ -87,8 +85,6 @@ private:
     void searchEdited();
     void present(const QList<ShortcutItem *> &items, bool newSection);
     void updateHeaderAndEmptyState();
-    void updateSelectionActions();
-    void updateSortMenu();
     void applyViewMode();
     void showContextMenu(ShortcutItem *item, const QPoint &globalPos);
     void itemDoubleClicked(ShortcutItem *item);
@@ -111,19 +107,8 @@ private:
     SyncStatusLine *m_status;
     TextBlock *m_title;
     QLabel *m_subtitle;
-    QToolBar *m_toolbar;
+    CollectionToolbar *m_toolbar;
     QLineEdit *m_search;
-    QAction *m_gridAction = nullptr;
-    QAction *m_listAction = nullptr;
-    QAction *m_syncAction = nullptr;
-    QAction *m_detailsAction = nullptr;
-    QAction *m_favoriteAction = nullptr;
-    QAction *m_moreAction = nullptr;
-    QMenu *m_moreMenu = nullptr;
-    QAction *m_sortAction = nullptr;
-    QActionGroup *m_sortKeys = nullptr;
-    QAction *m_ascending = nullptr;
-    QAction *m_descending = nullptr;
     ContextMenuBuilder m_contextMenuBuilder;
     QPointer<QDialog> m_inputAlert;
     SmartListSortAdoption m_adoption;
