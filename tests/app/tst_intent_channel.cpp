@@ -57,7 +57,7 @@ private slots:
                 co_return InstanceChannel::Reply{true, action + u':' + arguments.join(',')};
             });
         const QJsonObject reply = awaitFuture(
-            QtConcurrent::run(exchange, path, framed("{\"kind\":\"activate\"}"), false));
+            QtConcurrent::run(exchange, path, framed("{\"kind\":\"activate\"}"), false, 3000));
         QVERIFY(reply.contains("ok") && !reply.value("ok").toBool());
 
         const auto sent = awaitFuture(QtConcurrent::run([path] {
