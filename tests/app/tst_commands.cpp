@@ -22,17 +22,15 @@ class TestCommands : public QObject {
     QString clients;
     QString errands;
 
-    Run thimblecraft(const QStringList &command)
+    Run thimblecraft(const QStringList &command, const QString &dataDir = {})
     {
         return runThimblecraft(
-            command + QStringList{QStringLiteral("--data-dir"), data,
-                                  QStringLiteral("--script-host"), QStringLiteral("simulator"),
-                                  QStringLiteral("--simulator-library"), shortcuts.libraryPath});
+            command + libraryArguments(dataDir.isEmpty() ? data : dataDir, shortcuts.libraryPath));
     }
-    QJsonArray jsonArray(const QStringList &command)
+    QJsonDocument json(const QStringList &command, const QString &dataDir = {})
     {
-        const Run r = thimblecraft(command + QStringList{QStringLiteral("--json")});
-        return QJsonDocument::fromJson(r.out).array();
+        return QJsonDocument::fromJson(
+            thimblecraft(command + QStringList{QStringLiteral("--json")}, dataDir).out);
     }
 
 private slots:
@@ -77,7 +75,7 @@ private slots:
     // Trees with paths, depths and counts, direct and with what lies below.
     void foldersAndTags()
     {
-        const QJsonArray folders = jsonArray({QStringLiteral("folders")});
+        const QJsonArray folders = json({QStringLiteral("folders")}).array();
         QCOMPARE(folders.size(), 2);
         QCOMPARE(folders[1]["path"].toString(), QStringLiteral("Work › Clients"));
         QCOMPARE(folders[1]["depth"].toInt(), 1);
@@ -89,7 +87,7 @@ private slots:
                  text.out.constData());
         QVERIFY(text.out.contains("\n  Clients  ·  1 shortcut  ·  " + clients.toUtf8()));
 
-        const QJsonArray tags = jsonArray({QStringLiteral("tags")});
+        const QJsonArray tags = json({QStringLiteral("tags")}).array();
         QCOMPARE(tags.size(), 2);
         QCOMPARE(tags[1]["path"].toString(), QStringLiteral("Home › Errands"));
         QCOMPARE(tags[0]["count"].toInt(), 0);
@@ -98,7 +96,7 @@ private slots:
 
     void smartListsInWords()
     {
-        const QJsonArray lists = jsonArray({QStringLiteral("smart-lists")});
+        const QJsonArray lists = json({QStringLiteral("smart-lists")}).array();
         QCOMPARE(lists.size(), 1);
         QCOMPARE(lists[0]["match"].toString(), QStringLiteral("all"));
         QCOMPARE(lists[0]["rules"].toArray().first().toString(),
@@ -131,11 +129,9 @@ private slots:
         const Run byName = thimblecraft({QStringLiteral("show"), QStringLiteral("Echo")});
         QVERIFY2(byName.out.contains("  Folder: Work › Clients\n"), byName.out.constData());
         QVERIFY(byName.out.contains("  Tags: Home › Errands\n"));
-        const QJsonDocument json = QJsonDocument::fromJson(
-            thimblecraft({QStringLiteral("show"), QStringLiteral("ECHO"), QStringLiteral("--json")})
-                .out);
-        QCOMPARE(json["notes"].toString(), QStringLiteral("repeats what it is given"));
-        QCOMPARE(json["folderPath"].toString(), QStringLiteral("Work › Clients"));
+        const QJsonDocument shown = json({QStringLiteral("show"), QStringLiteral("ECHO")});
+        QCOMPARE(shown["notes"].toString(), QStringLiteral("repeats what it is given"));
+        QCOMPARE(shown["folderPath"].toString(), QStringLiteral("Work › Clients"));
 
         for (const QString &command : {QStringLiteral("show"), QStringLiteral("run")}) {
             const Run twin = thimblecraft({command, QStringLiteral("Twin")});
@@ -199,49 +195,40 @@ private slots:
 
         // The owner counted both; a reader sees it once the owner has saved.
         QTRY_VERIFY_WITH_TIMEOUT(
-            QJsonDocument::fromJson(thimblecraft({QStringLiteral("show"), QStringLiteral("ECHO"),
-                                                  QStringLiteral("--json")})
-                                        .out)["runCount"]
-                    .toInt() == 1,
-            10000);
+            json({QStringLiteral("show"), QStringLiteral("ECHO")})["runCount"].toInt() == 1, 10000);
     }
 
-    // With no window open, open starts one that takes the library over (from the windowless
-    // owner the runs above started) and leaves the command at once.
-    void openStartsTheWindow()
+    // open and quick-run start the window when none shows the library (taking it over from the
+    // windowless owner a run starts) and leave at once; while it shows the library they go to it.
+    void commandsReachTheWindow_data()
     {
-        const Run opened =
-            thimblecraft({QStringLiteral("open"), QStringLiteral("folder:Work/Clients")});
-        QCOMPARE(opened.exitCode, 0);
-        const QString socket = InstanceChannel::socketPath(data);
-        QTRY_VERIFY_WITH_TIMEOUT(
-            InstanceChannel::send(socket, InstanceChannel::activateRequest(), 2000).reply.ok,
-            30000);
-        const qint64 window = LibraryProcesses::ownerPid(data);
-        QVERIFY(window > 0);
-        QCOMPARE(thimblecraft(
-                     {QStringLiteral("open"), QStringLiteral("--shortcut"), QStringLiteral("Echo")})
-                     .exitCode,
-                 0);
-        QCOMPARE(LibraryProcesses::ownerPid(data), window);
-        QCOMPARE(thimblecraft({QStringLiteral("open"), QStringLiteral("nowhere")}).exitCode, 2);
-        ::kill(pid_t(window), SIGTERM);
-        QTRY_VERIFY_WITH_TIMEOUT(!LibraryProcesses::hasOwner(data), 20000);
+        QTest::addColumn<QStringList>("first");
+        QTest::addColumn<QString>("request"); // a kind the window answers once it is up
+        QTest::addColumn<QStringList>("again");
+        QTest::addColumn<QStringList>("refused");
+        QTest::newRow("open") << QStringList{"open", "folder:Work/Clients"} << "activate"
+                              << QStringList{"open", "--shortcut", "Echo"}
+                              << QStringList{"open", "nowhere"};
+        QTest::newRow("quick-run")
+            << QStringList{"quick-run"} << "quick-run" << QStringList{"quick-run"} << QStringList();
     }
-
-    // quick-run starts the window with Quick Run when none shows the library (taking it from a
-    // windowless owner), and hands Quick Run to the one that does.
-    void quickRunReachesTheWindow()
+    void commandsReachTheWindow()
     {
+        QFETCH(QStringList, first);
+        QFETCH(QString, request);
+        QFETCH(QStringList, again);
+        QFETCH(QStringList, refused);
         QVERIFY(thimblecraft({QStringLiteral("run"), QStringLiteral("Echo")}).exitCode == 0);
-        QCOMPARE(thimblecraft({QStringLiteral("quick-run")}).exitCode, 0);
+        QCOMPARE(thimblecraft(first).exitCode, 0);
         const QString socket = InstanceChannel::socketPath(data);
-        const QJsonObject request{{QStringLiteral("kind"), QStringLiteral("quick-run")}};
-        QTRY_VERIFY_WITH_TIMEOUT(InstanceChannel::send(socket, request, 2000).reply.ok, 30000);
+        const QJsonObject ask{{QStringLiteral("kind"), request}};
+        QTRY_VERIFY_WITH_TIMEOUT(InstanceChannel::send(socket, ask, 2000).reply.ok, 30000);
         const qint64 window = LibraryProcesses::ownerPid(data);
         QVERIFY(window > 0);
-        QCOMPARE(thimblecraft({QStringLiteral("quick-run")}).exitCode, 0);
+        QCOMPARE(thimblecraft(again).exitCode, 0);
         QCOMPARE(LibraryProcesses::ownerPid(data), window);
+        if (!refused.isEmpty())
+            QCOMPARE(thimblecraft(refused).exitCode, 2);
         ::kill(pid_t(window), SIGTERM);
         QTRY_VERIFY_WITH_TIMEOUT(!LibraryProcesses::hasOwner(data), 20000);
     }
@@ -253,32 +240,22 @@ private slots:
         const QString file = shortcuts.dir.filePath(QStringLiteral("organisation.json"));
         QCOMPARE(thimblecraft({QStringLiteral("export"), file}).exitCode, 0);
         const QString other = shortcuts.dir.filePath(QStringLiteral("other"));
-        auto inOther = [&](QStringList command) {
-            return runThimblecraft(
-                command << QStringLiteral("--data-dir") << other << QStringLiteral("--script-host")
-                        << QStringLiteral("simulator") << QStringLiteral("--simulator-library")
-                        << shortcuts.libraryPath);
-        };
-        const Run dry = inOther({QStringLiteral("import"), file, QStringLiteral("--dry-run")});
+        const Run dry =
+            thimblecraft({QStringLiteral("import"), file, QStringLiteral("--dry-run")}, other);
         QVERIFY2(dry.exitCode == 0, dry.err.constData());
         QVERIFY2(dry.out.startsWith("Dry run"), dry.out.constData());
         QVERIFY(LibraryProcesses::dismissOwner(other));
-        QCOMPARE(inOther({QStringLiteral("folders")}).out, QByteArray());
+        QCOMPARE(thimblecraft({QStringLiteral("folders")}, other).out, QByteArray());
 
-        const Run applied = inOther({QStringLiteral("import"), file, QStringLiteral("--json")});
-        QVERIFY2(applied.exitCode == 0, applied.err.constData());
-        QCOMPARE(QJsonDocument::fromJson(applied.out)["folders"]["added"].toInt(), 2);
+        const QJsonDocument applied = json({QStringLiteral("import"), file}, other);
+        QCOMPARE(applied["folders"]["added"].toInt(), 2);
         QVERIFY(LibraryProcesses::dismissOwner(other));
-        const QJsonArray folders =
-            QJsonDocument::fromJson(
-                inOther({QStringLiteral("folders"), QStringLiteral("--json")}).out)
-                .array();
+        const QJsonArray folders = json({QStringLiteral("folders")}, other).array();
         QCOMPARE(folders.size(), 2);
         QCOMPARE(folders[1]["path"].toString(), QStringLiteral("Work › Clients"));
         // Shortcuts the other library does not have yet wait as placeholders for a sync.
-        const QJsonDocument echo = QJsonDocument::fromJson(
-            inOther({QStringLiteral("show"), QStringLiteral("name:Echo"), QStringLiteral("--json")})
-                .out);
+        const QJsonDocument echo =
+            json({QStringLiteral("show"), QStringLiteral("name:Echo")}, other);
         QCOMPARE(echo["folderPath"].toString(), QStringLiteral("Work › Clients"));
         QCOMPARE(echo["notes"].toString(), QStringLiteral("repeats what it is given"));
 
@@ -288,12 +265,12 @@ private slots:
         QVERIFY(whole.open(QIODevice::ReadOnly));
         truncated.write(whole.readAll().chopped(40));
         truncated.close();
-        const QByteArray before = inOther({QStringLiteral("list"), QStringLiteral("--json")}).out;
-        const Run refused = inOther({QStringLiteral("import"), truncated.fileName()});
+        const QJsonDocument before = json({QStringLiteral("list")}, other);
+        const Run refused = thimblecraft({QStringLiteral("import"), truncated.fileName()}, other);
         QCOMPARE(refused.exitCode, 1);
         QVERIFY(!refused.err.isEmpty());
         QVERIFY(LibraryProcesses::dismissOwner(other));
-        QCOMPARE(inOther({QStringLiteral("list"), QStringLiteral("--json")}).out, before);
+        QCOMPARE(json({QStringLiteral("list")}, other), before);
     }
 
     void helpPerCommand()

@@ -1,11 +1,11 @@
 // The instance channel and the intents' entry point, in-process and through the real program.
 #include "app/InstanceChannel.h"
 #include "common/LocalSocketClient.h"
+#include "harness/ProgramRuns.h"
 #include "simulator/SimulatedLibrary.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtConcurrent>
 #include <sys/stat.h>
@@ -57,7 +57,7 @@ private slots:
                 co_return InstanceChannel::Reply{true, action + u':' + arguments.join(',')};
             });
         const QJsonObject reply = awaitFuture(
-            QtConcurrent::run(exchange, path, framed("{\"kind\":\"activate\"}"), false));
+            QtConcurrent::run(exchange, path, framed("{\"kind\":\"activate\"}"), false, 3000));
         QVERIFY(reply.contains("ok") && !reply.value("ok").toBool());
 
         const auto sent = awaitFuture(QtConcurrent::run([path] {
@@ -80,34 +80,6 @@ private slots:
         QCOMPARE(opened.host(), QStringLiteral("run-success"));
     }
 
-    // A client that connects and sends half a request neither blocks others nor stays forever.
-    void silentClient()
-    {
-        InstanceChannel channel;
-        channel.setReceiveTimeout(500);
-        const QString path = InstanceChannel::socketPath(m_dir.filePath("silent"));
-        QVERIFY(channel.listen(path));
-        channel.setIntentHandler(
-            [](QString action, QStringList) -> QCoro::Task<InstanceChannel::Reply> {
-                co_return InstanceChannel::Reply{true, action};
-            });
-        QLocalSocket silent;
-        silent.connectToServer(path);
-        QVERIFY(silent.waitForConnected(1000));
-        silent.write(QByteArray("\x00\x00", 2));
-        silent.flush();
-
-        QElapsedTimer timer;
-        timer.start();
-        const auto sent = awaitFuture(QtConcurrent::run([path] {
-            return InstanceChannel::send(path, InstanceChannel::intentRequest("begin", {}));
-        }));
-        QCOMPARE(sent.reply.text, QStringLiteral("begin"));
-        QVERIFY(timer.elapsed() < 450);
-        QCOMPARE(silent.state(), QLocalSocket::ConnectedState);
-        QTRY_COMPARE_WITH_TIMEOUT(silent.state(), QLocalSocket::UnconnectedState, 3000);
-    }
-
 #ifdef THIMBLECRAFT_PATH
     // Begin, Import and Finish through the program, which starts a background instance.
     void intentsThroughProgram()
@@ -115,30 +87,17 @@ private slots:
         const QString data = m_dir.filePath("program-data");
         const QString libraryPath = m_dir.filePath("library.json");
         QVERIFY(SimulatedLibrary::ensureFile(libraryPath));
-        const QStringList common{"--data-dir",          data,       "--script-host", "simulator",
-                                 "--simulator-library", libraryPath};
-        auto run = [&](QStringList arguments, QByteArray *out = nullptr,
-                       QByteArray *err = nullptr) {
-            QProcess p;
-            p.start(QStringLiteral(THIMBLECRAFT_PATH), arguments + common);
-            if (!p.waitForFinished(60000))
-                return -1;
-            if (out)
-                *out = p.readAllStandardOutput();
-            if (err)
-                *err = p.readAllStandardError();
-            return p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1;
+        const QStringList common = libraryArguments(data, libraryPath);
+        auto run = [&](const QStringList &arguments) {
+            return runProgram(QStringLiteral(THIMBLECRAFT_PATH), arguments + common, 60000);
         };
-        QByteArray out, err;
-        QCOMPARE(run({"intent", "begin"}, &out), 0);
-        QCOMPARE(run({"intent", "import", "--name", "Morning", "--identifier", "ID-1", "--position",
-                      "3", "--created", "2021-03-04T05:06:07Z"},
-                     &out),
-                 0);
-        QCOMPARE(out, QByteArray("Morning\n"));
-        QCOMPARE(run({"intent", "import", "--identifier", "X"}, &out, &err), 2);
-        QCOMPARE(run({"intent", "finish"}, &out), 0);
-        QCOMPARE(out, QByteArray("1 shortcuts\n"));
+        QCOMPARE(run({"intent", "begin"}).exitCode, 0);
+        const Run imported = run({"intent", "import", "--name", "Morning", "--identifier", "ID-1",
+                                  "--position", "3", "--created", "2021-03-04T05:06:07Z"});
+        QCOMPARE(imported.exitCode, 0);
+        QCOMPARE(imported.out, QByteArray("Morning\n"));
+        QCOMPARE(run({"intent", "import", "--identifier", "X"}).exitCode, 2);
+        QCOMPARE(run({"intent", "finish"}).out, QByteArray("1 shortcuts\n"));
 
         // Hand the library back before reading it from another process.
         const QString socket = InstanceChannel::socketPath(data);
@@ -147,8 +106,9 @@ private slots:
             InstanceChannel::send(socket, InstanceChannel::activateRequest()).status,
             InstanceChannel::SendResult::Status::noInstance, 10000);
         // The store is the running instance's alone until that process has gone.
-        QTRY_COMPARE_WITH_TIMEOUT(run({"list", "--json"}, &out, &err), 0, 10000);
-        const QJsonArray items = QJsonDocument::fromJson(out).array();
+        Run listed;
+        QTRY_COMPARE_WITH_TIMEOUT((listed = run({"list", "--json"})).exitCode, 0, 10000);
+        const QJsonArray items = QJsonDocument::fromJson(listed.out).array();
         QCOMPARE(items.size(), 1);
         QCOMPARE(items[0]["identifier"].toString(), QStringLiteral("ID-1"));
         QCOMPARE(items[0]["libraryOrder"].toInt(), 2);
@@ -156,12 +116,13 @@ private slots:
                  QStringLiteral("2021-03-04T05:06:07.000Z"));
 
         // The headless sync, then a failing one.
-        QCOMPARE(run({"sync"}, &out, &err), 0);
-        QVERIFY2(out.endsWith(" new\n") || out.contains(" shortcuts"), out.constData());
-        QCOMPARE(run({"list", "--json"}, &out), 0);
-        const QJsonArray synced = QJsonDocument::fromJson(out).array();
-        QVERIFY(synced.size() > 1);
-        for (const QJsonValue &item : synced) {
+        const Run synced = run({"sync"});
+        QCOMPARE(synced.exitCode, 0);
+        QVERIFY2(synced.out.endsWith(" new\n") || synced.out.contains(" shortcuts"),
+                 synced.out.constData());
+        const QJsonArray all = QJsonDocument::fromJson(run({"list", "--json"}).out).array();
+        QVERIFY(all.size() > 1);
+        for (const QJsonValue &item : all) {
             // The imported shortcut the simulated app does not have is missing, not deleted.
             const bool morning = item["identifier"].toString() == QLatin1String("ID-1");
             QCOMPARE(item["isMissing"].toBool(), morning);
@@ -170,20 +131,23 @@ private slots:
         auto library = *SimulatedLibrary::load(libraryPath, nullptr);
         library.switches.automationAllowed = false;
         QVERIFY(library.save(libraryPath));
-        QCOMPARE(run({"sync"}, &out, &err), 1);
-        QVERIFY(out.isEmpty());
-        QVERIFY2(err.contains("Privacy & Security"), err.constData());
+        const Run refused = run({"sync"});
+        QCOMPARE(refused.exitCode, 1);
+        QVERIFY(refused.out.isEmpty());
+        QVERIFY2(refused.err.contains("Privacy & Security"), refused.err.constData());
 
         // With an instance running, sync happens there: the instance's own Finish then counts
         // every shortcut the sync saw, which it could not if another process had written them.
         library.switches.automationAllowed = true;
         QVERIFY(library.save(libraryPath));
-        QCOMPARE(run({"intent", "begin"}, &out), 0);
-        QCOMPARE(run({"sync"}, &out, &err), 0);
-        const int syncedCount = out.split(' ').first().toInt();
-        QVERIFY2(syncedCount > 1, out.constData());
-        QCOMPARE(run({"intent", "finish"}, &out), 0);
-        QVERIFY2(out.startsWith(QByteArray::number(syncedCount) + " shortcuts"), out.constData());
+        QCOMPARE(run({"intent", "begin"}).exitCode, 0);
+        const Run handed = run({"sync"});
+        QCOMPARE(handed.exitCode, 0);
+        const int syncedCount = handed.out.split(' ').first().toInt();
+        QVERIFY2(syncedCount > 1, handed.out.constData());
+        const QByteArray finished = run({"intent", "finish"}).out;
+        QVERIFY2(finished.startsWith(QByteArray::number(syncedCount) + " shortcuts"),
+                 finished.constData());
         QCOMPARE(InstanceChannel::send(socket, InstanceChannel::quitRequest()).reply.ok, true);
     }
 #endif

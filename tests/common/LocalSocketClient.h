@@ -23,8 +23,9 @@ inline QByteArray framed(const QByteArray &body)
 
 // Client side of one conversation, on a worker thread while the server's loop runs here. With
 // hangUp the client leaves as soon as its bytes are out; otherwise it reads until the server
-// closes. The answer is the reply's JSON, or nothing.
-inline QJsonObject exchange(const QString &path, const QByteArray &bytes, bool hangUp = false)
+// closes, or until it has heard nothing for patienceMs. The answer is the reply's JSON, or nothing.
+inline QJsonObject exchange(const QString &path, const QByteArray &bytes, bool hangUp = false,
+                            int patienceMs = 3000)
 {
     QLocalSocket socket;
     socket.connectToServer(path);
@@ -37,7 +38,7 @@ inline QJsonObject exchange(const QString &path, const QByteArray &bytes, bool h
         return {};
     }
     QByteArray reply;
-    while (socket.waitForReadyRead(3000))
+    while (socket.waitForReadyRead(patienceMs))
         reply += socket.readAll();
     reply += socket.readAll();
     return reply.size() > 4 ? QJsonDocument::fromJson(reply.mid(4)).object() : QJsonObject();

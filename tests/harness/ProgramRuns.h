@@ -45,6 +45,14 @@ inline Run runProgram(const QString &program, const QStringList &arguments, int 
     return finishedRun(p, timeoutMs);
 }
 
+// Points a command at a library and at the simulated Shortcuts app that answers for it.
+inline QStringList libraryArguments(const QString &dataDir, const QString &simulatorLibrary)
+{
+    return {QStringLiteral("--data-dir"),          dataDir,
+            QStringLiteral("--script-host"),       QStringLiteral("simulator"),
+            QStringLiteral("--simulator-library"), simulatorLibrary};
+}
+
 inline Run runThimblecraft(const QStringList &arguments, int timeoutMs = 30000)
 {
     return runProgram(programPath(), arguments, timeoutMs);

@@ -23,50 +23,27 @@ inline QString date(const std::optional<QDateTime> &d)
     return d ? date(*d) : QStringLiteral("-");
 }
 
-inline QString uuidOf(const LibraryFolder *f)
+template<typename Record> QString uuidOf(const Record *r)
 {
-    return f ? f->uuid() : QStringLiteral("-");
+    return r ? r->uuid() : QStringLiteral("-");
 }
 
-inline QString uuidOf(const Tag *t)
+// The fields folders, tags and smart lists share.
+template<typename Record> QStringList fields(const char *kind, const Record *r)
 {
-    return t ? t->uuid() : QStringLiteral("-");
+    return {QLatin1String(kind), QString::number(r->persistentId()), r->uuid(),           r->name(),
+            r->colorHex(),       QString::number(r->sortOrder()),    date(r->createdAt())};
 }
 
 inline QString dump(const ModelContext &context)
 {
     QStringList lines;
     for (const LibraryFolder *f : context.folders())
-        lines << QStringList{QStringLiteral("F"),
-                             QString::number(f->persistentId()),
-                             f->uuid(),
-                             f->name(),
-                             f->symbolName(),
-                             f->colorHex(),
-                             QString::number(f->sortOrder()),
-                             date(f->createdAt()),
-                             uuidOf(f->parent())}
-                     .join(u'|');
+        lines << (fields("F", f) << f->symbolName() << uuidOf(f->parent())).join(u'|');
     for (const Tag *t : context.tags())
-        lines << QStringList{QStringLiteral("T"),
-                             QString::number(t->persistentId()),
-                             t->uuid(),
-                             t->name(),
-                             t->colorHex(),
-                             QString::number(t->sortOrder()),
-                             date(t->createdAt()),
-                             uuidOf(t->parent())}
-                     .join(u'|');
+        lines << (fields("T", t) << uuidOf(t->parent())).join(u'|');
     for (const SmartList *s : context.smartLists())
-        lines << QStringList{QStringLiteral("S"),
-                             QString::number(s->persistentId()),
-                             s->uuid(),
-                             s->name(),
-                             s->symbolName(),
-                             s->colorHex(),
-                             QString::number(s->sortOrder()),
-                             date(s->createdAt()),
-                             QString::fromLatin1(s->rulesData().toHex())}
+        lines << (fields("S", s) << s->symbolName() << QString::fromLatin1(s->rulesData().toHex()))
                      .join(u'|');
     for (const ShortcutItem *i : context.shortcuts()) {
         QStringList tagUuids;
@@ -78,34 +55,17 @@ inline QString dump(const ModelContext &context)
             icon ? QString::fromLatin1(
                        QCryptographicHash::hash(*icon, QCryptographicHash::Sha1).toHex())
                  : QStringLiteral("-");
-        lines << QStringList{QStringLiteral("I"),
-                             QString::number(i->persistentId()),
-                             i->identifier(),
-                             i->name(),
-                             i->subtitle(),
-                             i->nativeFolderName(),
-                             i->colorHex(),
-                             i->iconTopHex(),
-                             i->iconBottomHex(),
-                             QString::number(i->libraryOrder()),
-                             i->appBundleID(),
-                             i->iconAppBundleID(),
-                             QString::number(i->acceptsInput()),
-                             QString::number(i->actionCount()),
-                             date(i->nativeCreatedAt()),
-                             date(i->nativeModifiedAt()),
-                             date(i->firstSeenAt()),
-                             date(i->lastChangedAt()),
-                             date(i->lastSeenAt()),
-                             QString::number(i->isMissing()),
-                             QString::number(i->isFavorite()),
-                             date(i->lastRunAt()),
-                             QString::number(i->runCount()),
-                             i->notes(),
-                             uuidOf(i->folder()),
-                             tagUuids.join(u','),
-                             iconHash}
-                     .join(u'|');
+        QStringList line{QStringLiteral("I"), QString::number(i->persistentId()), i->identifier()};
+        line << i->name() << i->subtitle() << i->nativeFolderName() << i->colorHex()
+             << i->iconTopHex() << i->iconBottomHex() << QString::number(i->libraryOrder())
+             << i->appBundleID() << i->iconAppBundleID() << QString::number(i->acceptsInput())
+             << QString::number(i->actionCount()) << date(i->nativeCreatedAt())
+             << date(i->nativeModifiedAt()) << date(i->firstSeenAt()) << date(i->lastChangedAt())
+             << date(i->lastSeenAt()) << QString::number(i->isMissing())
+             << QString::number(i->isFavorite()) << date(i->lastRunAt())
+             << QString::number(i->runCount()) << i->notes() << uuidOf(i->folder())
+             << tagUuids.join(u',') << iconHash;
+        lines << line.join(u'|');
     }
     return lines.join(u'\n');
 }

@@ -54,6 +54,27 @@ private:
         return list.isEmpty() ? nullptr : list.at(int(m_rng.bounded(qsizetype(list.size()))));
     }
 
+    // Deletes one record when more than keep are left.
+    template<typename T>
+    QByteArray deleteOne(const QList<T *> &list, qsizetype keep, const char *op)
+    {
+        if (list.size() <= keep)
+            return "none";
+        m_ctx.deleteRecord(pick(list));
+        return op;
+    }
+
+    // Folders and tags move the same way: under another node, or to the top, never into themselves.
+    template<typename T> T *moved(const QList<T *> &list)
+    {
+        T *node = pick(list);
+        T *parent = pick(list);
+        if (!node || !parent || parent == node || parent->isDescendant(node))
+            return nullptr;
+        node->setParent(m_rng.bounded(3) ? parent : nullptr);
+        return node;
+    }
+
     QString word()
     {
         static const char *const words[] = {"Morning", "Réveil", "Files", "Photos ✨", "Backup",
@@ -101,19 +122,15 @@ private:
             insertItem();
             return "insertItem";
         case 2: {
-            if (m_ctx.folders().size() > 25) {
-                m_ctx.deleteRecord(pick(m_ctx.folders()));
-                return "deleteFolder";
-            }
+            if (m_ctx.folders().size() > 25)
+                return deleteOne(m_ctx.folders(), 25, "deleteFolder");
             auto *parent = m_rng.bounded(2) ? pick(m_ctx.folders()) : nullptr;
             m_ctx.insert(new LibraryFolder(word(), parent))->setSortOrder(m_rng.bounded(10));
             return "insertFolder";
         }
         case 3: {
-            if (m_ctx.tags().size() > 25) {
-                m_ctx.deleteRecord(pick(m_ctx.tags()));
-                return "deleteTag";
-            }
+            if (m_ctx.tags().size() > 25)
+                return deleteOne(m_ctx.tags(), 25, "deleteTag");
             auto *parent = m_rng.bounded(2) ? pick(m_ctx.tags()) : nullptr;
             m_ctx.insert(new Tag(word(), QStringLiteral("#8E8E93"), parent));
             return "insertTag";
@@ -149,43 +166,26 @@ private:
                 return "tagItem";
             }
             return "none";
-        case 8: {
-            LibraryFolder *f = pick(m_ctx.folders());
-            LibraryFolder *p = pick(m_ctx.folders());
-            if (f && p && p != f && !p->isDescendant(f)) {
-                f->setParent(m_rng.bounded(3) ? p : nullptr);
+        case 8:
+            if (LibraryFolder *f = moved(m_ctx.folders())) {
                 f->setName(word());
                 return "moveFolder";
             }
             return "none";
-        }
-        case 9: {
-            Tag *t = pick(m_ctx.tags());
-            Tag *p = pick(m_ctx.tags());
-            if (t && p && p != t && !p->isDescendant(t)) {
-                t->setParent(m_rng.bounded(3) ? p : nullptr);
+        case 9:
+            if (Tag *t = moved(m_ctx.tags())) {
                 t->setColorHex(QStringLiteral("#FF8000"));
                 return "moveTag";
             }
             return "none";
-        }
         case 10:
-            if (m_ctx.folders().size() > 3) {
-                m_ctx.deleteRecord(pick(m_ctx.folders()));
-                return "deleteFolder";
-            }
-            return "none";
+            return deleteOne(m_ctx.folders(), 3, "deleteFolder");
         case 11:
-            if (m_ctx.tags().size() > 3) {
-                m_ctx.deleteRecord(pick(m_ctx.tags()));
-                return "deleteTag";
-            }
-            return "none";
+            return deleteOne(m_ctx.tags(), 3, "deleteTag");
         case 12:
-            if (m_ctx.smartLists().size() > 8) {
-                m_ctx.deleteRecord(pick(m_ctx.smartLists()));
-                return "deleteSmartList";
-            } else if (SmartList *l = pick(m_ctx.smartLists()); l && m_rng.bounded(2)) {
+            if (m_ctx.smartLists().size() > 8)
+                return deleteOne(m_ctx.smartLists(), 8, "deleteSmartList");
+            if (SmartList *l = pick(m_ctx.smartLists()); l && m_rng.bounded(2)) {
                 SmartRuleSet rules = l->ruleSet();
                 rules.ascending = !rules.ascending;
                 rules.includeMissing = m_rng.bounded(2);
@@ -196,8 +196,7 @@ private:
             m_ctx.insert(new SmartList(word(), SmartRuleSet()));
             return "insertSmartList";
         default:
-            m_ctx.deleteRecord(pick(m_ctx.shortcuts()));
-            return "deleteItem";
+            return deleteOne(m_ctx.shortcuts(), 0, "deleteItem");
         }
     }
 

@@ -1,7 +1,6 @@
 // Hostile input from every outside source the program reads, one test per source. Each case
 // complements the per-subsystem tests (which hold the ordinary malformed shapes): here are the
 // encodings, NUL bytes, depths, sizes, redirects and half-finished conversations.
-#include "app/AppUpdater.h"
 #include "app/InstanceChannel.h"
 #include "common/AwaitTask.h"
 #include "common/FakeOsascript.h"
@@ -21,7 +20,6 @@
 #include "shortcuts/ShortcutsEventsBridge.h"
 
 #include <QColorSpace>
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -116,18 +114,6 @@ QByteArray animatedGif(const QList<QImage> &frames, QSize screen = {})
     return gif.append(char(0x3B));
 }
 
-QByteArray appcast(const QByteArray &items)
-{
-    return "<?xml version=\"1.0\" encoding=\"utf-8\"?><rss version=\"2.0\" "
-           "xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\"><channel>" +
-           items + "</channel></rss>";
-}
-
-QByteArray appcastItem(const QByteArray &version)
-{
-    return "<item><sparkle:version>" + version + "</sparkle:version></item>";
-}
-
 QByteArray deepJson(int depth)
 {
     return QByteArray(depth, '[') + QByteArray(depth, ']');
@@ -154,8 +140,6 @@ private slots:
     void images();
     void appStoreReplies_data();
     void appStoreReplies();
-    void appcastFeeds_data();
-    void appcastFeeds();
 };
 
 void TestHostileInput::initTestCase()
@@ -191,20 +175,18 @@ void TestHostileInput::scriptReplies_data()
         << listReply("\"ab\xE2\x80\"") << true << QString::fromUtf8("ab\xE2\x80");
     QTest::newRow("NUL inside a text")
         << listReply(QByteArray("\"a\0b\"", 5)) << true << QString::fromUtf16(u"a\0b", 3);
-    QTest::newRow("NUL between items")
-        << QByteArray("{{\"A\"},") + QByteArray(1, '\0') + " {\"ID-1\"}, {}, {}, {}, {}, {}, {}}"
-        << false << QString();
-    QTest::newRow("NUL before the reply")
-        << QByteArray(1, '\0') + listReply("\"A\"") << false << QString();
-    QTest::newRow("records 10,000 deep")
-        << QByteArray("{a:").repeated(10000) + "1" + QByteArray(10000, '}') << false << QString();
-    QTest::newRow("records in lists 10,000 deep")
-        << QByteArray("{{a:").repeated(5000) + "1" + QByteArray("}}").repeated(5000) << false
-        << QString();
-    QTest::newRow("10,000 unclosed texts")
-        << QByteArray("{\"").repeated(10000) << false << QString();
-    QTest::newRow("2 MB of commas")
-        << "{" + QByteArray(2 * 1024 * 1024, ',') + "}" << false << QString();
+    const std::pair<const char *, QByteArray> unexpected[] = {
+        {"NUL between items",
+         QByteArray("{{\"A\"},") + QByteArray(1, '\0') + " {\"ID-1\"}, {}, {}, {}, {}, {}, {}}"},
+        {"NUL before the reply", QByteArray(1, '\0') + listReply("\"A\"")},
+        {"records 10,000 deep", QByteArray("{a:").repeated(10000) + "1" + QByteArray(10000, '}')},
+        {"records in lists 10,000 deep",
+         QByteArray("{{a:").repeated(5000) + "1" + QByteArray("}}").repeated(5000)},
+        {"10,000 unclosed texts", QByteArray("{\"").repeated(10000)},
+        {"2 MB of commas", "{" + QByteArray(2 * 1024 * 1024, ',') + "}"},
+    };
+    for (const auto &[name, reply] : unexpected)
+        QTest::newRow(name) << reply << false << QString();
 }
 
 void TestHostileInput::scriptReplies()
@@ -252,45 +234,37 @@ void TestHostileInput::rulesData_data()
 
     QTest::newRow("number is -2^63") << ruleWith("number", "-9223372036854775808") << true
                                      << std::numeric_limits<qint64>::min() << QString();
-    QTest::newRow("number is 2^63")
-        << ruleWith("number", "9223372036854775808") << false << qint64(0) << QString();
-    QTest::newRow("number is 1e300")
-        << ruleWith("number", "1e300") << false << qint64(0) << QString();
-    QTest::newRow("days beyond a double")
-        << ruleWith("days", "1e400") << false << qint64(0) << QString();
     QTest::newRow("days is -0") << ruleWith("days", "-0") << true << qint64(0) << QString();
     QTest::newRow("escaped NUL in text")
         << ruleWith("text", "\"a\\u0000b\"") << true << qint64(0) << QString::fromUtf16(u"a\0b", 3);
     // Qt's reader takes raw control characters inside texts.
     QTest::newRow("raw NUL in text") << ruleWith("text", QByteArray("\"a\0b\"", 5)) << true
                                      << qint64(0) << QString::fromUtf16(u"a\0b", 3);
-    QTest::newRow("invalid UTF-8 in text")
-        << ruleWith("text", "\"\xFF\xFE\"") << false << qint64(0) << QString();
     QTest::newRow("lone surrogate escape in text")
         << ruleWith("text", "\"\\uD800\"") << true << qint64(0) << QString(QChar(0xD800));
-    QTest::newRow("text 10,000 arrays deep")
-        << ruleWith("text", deepJson(10000)) << false << qint64(0) << QString();
-    QTest::newRow("document 10,000 arrays deep")
-        << deepJson(10000) << false << qint64(0) << QString();
-    QTest::newRow("objects 10,000 deep")
-        << QByteArray("{\"a\":").repeated(10000) + "1" + QByteArray(10000, '}') << false
-        << qint64(0) << QString();
-    QTest::newRow("rules an object")
-        << with("rules", QJsonObject()) << false << qint64(0) << QString();
-    QTest::newRow("rules null") << with("rules", QJsonValue::Null) << false << qint64(0)
-                                << QString();
-    QTest::newRow("matchAll as text")
-        << with("matchAll", QStringLiteral("true")) << false << qint64(0) << QString();
-    QTest::newRow("sort as number") << with("sort", 0) << false << qint64(0) << QString();
-    QTest::newRow("NUL after the object")
-        << good + QByteArray(1, '\0') << false << qint64(0) << QString();
-    QTest::newRow("second object after the first")
-        << good + good << false << qint64(0) << QString();
     QTest::newRow("byte order mark") << "\xEF\xBB\xBF" + good << true << qint64(0) << QString();
-    QTest::newRow("UTF-16") << QByteArray(
-                                   reinterpret_cast<const char *>(QString::fromUtf8(good).utf16()),
-                                   good.size() * 2)
-                            << false << qint64(0) << QString();
+
+    const QByteArray utf16(reinterpret_cast<const char *>(QString::fromUtf8(good).utf16()),
+                           good.size() * 2);
+    const std::pair<const char *, QByteArray> broken[] = {
+        {"number is 2^63", ruleWith("number", "9223372036854775808")},
+        {"number is 1e300", ruleWith("number", "1e300")},
+        {"days beyond a double", ruleWith("days", "1e400")},
+        {"invalid UTF-8 in text", ruleWith("text", "\"\xFF\xFE\"")},
+        {"text 10,000 arrays deep", ruleWith("text", deepJson(10000))},
+        {"document 10,000 arrays deep", deepJson(10000)},
+        {"objects 10,000 deep",
+         QByteArray("{\"a\":").repeated(10000) + "1" + QByteArray(10000, '}')},
+        {"rules an object", with("rules", QJsonObject())},
+        {"rules null", with("rules", QJsonValue::Null)},
+        {"matchAll as text", with("matchAll", QStringLiteral("true"))},
+        {"sort as number", with("sort", 0)},
+        {"NUL after the object", good + QByteArray(1, '\0')},
+        {"second object after the first", good + good},
+        {"UTF-16", utf16},
+    };
+    for (const auto &[name, data] : broken)
+        QTest::newRow(name) << data << false << qint64(0) << QString();
 }
 
 void TestHostileInput::rulesData()
@@ -324,14 +298,16 @@ void TestHostileInput::callbackUrls_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QVariant>("output"); // null: none
     const QVariant none;
-    QTest::newRow("second decoding is not UTF-8")
-        << QByteArray("thimblecraft://run-success?name=%25FF%25FE") << true << "Shortcut" << none;
-    QTest::newRow("second decoding meets a non-ASCII byte")
-        << QByteArray("thimblecraft://run-success?name=%25%C3%A9") << true << "Shortcut" << none;
-    QTest::newRow("second decoding gives an overlong slash")
-        << QByteArray("thimblecraft://run-success?name=%25C0%25AF") << true << "Shortcut" << none;
-    QTest::newRow("percent at the very end")
-        << QByteArray("thimblecraft://run-success?name=A%25") << true << "Shortcut" << none;
+    const std::pair<const char *, QByteArray> unnamed[] = {
+        {"second decoding is not UTF-8", "thimblecraft://run-success?name=%25FF%25FE"},
+        {"second decoding meets a non-ASCII byte", "thimblecraft://run-success?name=%25%C3%A9"},
+        {"second decoding gives an overlong slash", "thimblecraft://run-success?name=%25C0%25AF"},
+        {"percent at the very end", "thimblecraft://run-success?name=A%25"},
+        {"only separators", "thimblecraft://run-success?&&&=&==&"},
+        {"name in the fragment", "thimblecraft://run-success#name=A"},
+    };
+    for (const auto &[row, url] : unnamed)
+        QTest::newRow(row) << url << true << "Shortcut" << none;
     QTest::newRow("NUL in the name") << QByteArray("thimblecraft://run-success?name=a%2500b")
                                      << true << QString::fromUtf16(u"a\0b", 3) << none;
     QTest::newRow("NUL in the result")
@@ -345,14 +321,8 @@ void TestHostileInput::callbackUrls_data()
     QTest::newRow("20,000 query items")
         << "thimblecraft://run-success?" + QByteArray("x=1&").repeated(20000) + "name=Z" << true
         << "Z" << none;
-    QTest::newRow("only separators")
-        << QByteArray("thimblecraft://run-success?&&&=&==&") << true << "Shortcut" << none;
-    QTest::newRow("name in the fragment")
-        << QByteArray("thimblecraft://run-success#name=A") << true << "Shortcut" << none;
-    QTest::newRow("empty URL") << QByteArray() << false << "" << none;
-    QTest::newRow("scheme only") << QByteArray("thimblecraft:") << false << "" << none;
-    QTest::newRow("host with a space")
-        << QByteArray("thimblecraft://run success?name=A") << false << "" << none;
+    for (const char *url : {"", "thimblecraft:", "thimblecraft://run success?name=A"})
+        QTest::newRow(*url ? url : "empty URL") << QByteArray(url) << false << "" << none;
 }
 
 void TestHostileInput::callbackUrls()
@@ -378,37 +348,37 @@ void TestHostileInput::callbackUrls()
 }
 
 // Requests on the local socket: each bad one gets an error reply or is dropped, and the next
-// client is served at once.
+// client is served while a silent one still waits for its deadline.
 void TestHostileInput::intentRequests_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<bool>("hangUp");
     QTest::addColumn<bool>("answered");
-    QTest::newRow("invalid UTF-8")
-        << framed("{\"kind\":\"intent\",\"action\":\"\xFF\",\"arguments\":[]}") << false << true;
-    QTest::newRow("NUL after the object")
-        << framed("{\"kind\":\"activate\"}" + QByteArray(1, '\0')) << false << true;
-    QTest::newRow("10,000 arrays deep") << framed(deepJson(10000)) << false << true;
-    QTest::newRow("arguments 10,000 deep")
-        << framed("{\"kind\":\"intent\",\"action\":\"x\",\"arguments\":" + deepJson(10000) + "}")
-        << false << true;
-    QTest::newRow("empty message") << framed({}, 0) << false << true;
-    QTest::newRow("2 MB message") << framed(QByteArray(2 * 1024 * 1024, 'x')) << false << true;
-    QTest::newRow("length announces 4 GB") << framed({}, 0xFFFFFFFFu) << false << true;
-    QTest::newRow("not JSON") << framed("not json") << false << true;
-    QTest::newRow("an array") << framed("[1,2]") << false << true;
-    QTest::newRow("intent without action") << framed("{\"kind\":\"intent\"}") << false << true;
-    QTest::newRow("argument not text")
-        << framed("{\"kind\":\"intent\",\"action\":\"x\",\"arguments\":[1]}") << false << true;
-    QTest::newRow("unknown kind") << framed("{\"kind\":\"teleport\"}") << false << true;
-    QTest::newRow("action not text")
-        << framed("{\"kind\":\"intent\",\"action\":{},\"arguments\":[]}") << false << true;
-    QTest::newRow("url not a URL") << framed("{\"kind\":\"open-url\",\"url\":7}") << false << true;
+    // Each of these gets an error reply.
+    const std::pair<const char *, QByteArray> refused[] = {
+        {"invalid UTF-8", framed("{\"kind\":\"intent\",\"action\":\"\xFF\",\"arguments\":[]}")},
+        {"NUL after the object", framed("{\"kind\":\"activate\"}" + QByteArray(1, '\0'))},
+        {"10,000 arrays deep", framed(deepJson(10000))},
+        {"arguments 10,000 deep",
+         framed("{\"kind\":\"intent\",\"action\":\"x\",\"arguments\":" + deepJson(10000) + "}")},
+        {"empty message", framed({}, 0)},
+        {"2 MB message", framed(QByteArray(2 * 1024 * 1024, 'x'))},
+        {"length announces 4 GB", framed({}, 0xFFFFFFFFu)},
+        {"not JSON", framed("not json")},
+        {"an array", framed("[1,2]")},
+        {"intent without action", framed("{\"kind\":\"intent\"}")},
+        {"argument not text", framed("{\"kind\":\"intent\",\"action\":\"x\",\"arguments\":[1]}")},
+        {"unknown kind", framed("{\"kind\":\"teleport\"}")},
+        {"action not text", framed("{\"kind\":\"intent\",\"action\":{},\"arguments\":[]}")},
+        {"url not a URL", framed("{\"kind\":\"open-url\",\"url\":7}")},
+        {"a second request behind the first",
+         framed("{\"kind\":\"bogus\"}") + framed("{\"kind\":\"quit\"}")},
+    };
+    for (const auto &[name, bytes] : refused)
+        QTest::newRow(name) << bytes << false << true;
     QTest::newRow("body half sent, then silence") << framed("{\"kind\"", 40) << false << false;
     QTest::newRow("body half sent, then gone") << framed("{\"kind\"", 40) << true << false;
     QTest::newRow("just connects and leaves") << QByteArray() << true << false;
-    QTest::newRow("a second request behind the first")
-        << framed("{\"kind\":\"bogus\"}") + framed("{\"kind\":\"quit\"}") << false << true;
 }
 
 void TestHostileInput::intentRequests()
@@ -417,7 +387,8 @@ void TestHostileInput::intentRequests()
     QFETCH(bool, hangUp);
     QFETCH(bool, answered);
     InstanceChannel channel;
-    channel.setReceiveTimeout(800);
+    channel.setReceiveTimeout(3000);
+    QSignalSpy ended(&channel, &InstanceChannel::requestHandled);
     const QString path = InstanceChannel::socketPath(
         m_dir.filePath(QStringLiteral("channel-") + QString::number(qHash(bytes))));
     QVERIFY(channel.listen(path));
@@ -435,23 +406,27 @@ void TestHostileInput::intentRequests()
     channel.setUrlHandler([&opened](const QString &url) { opened = QUrl(url); });
 
     // The hostile client runs alongside; a silent one is still connected while the next is served.
-    QFuture<QJsonObject> hostile = QtConcurrent::run(exchange, path, bytes, hangUp);
+    QFuture<QJsonObject> hostile = QtConcurrent::run(exchange, path, bytes, hangUp, 60000);
     if (answered) {
         const QJsonObject reply = awaitFuture(hostile);
         QVERIFY(reply.contains(QLatin1String("ok")));
         QCOMPARE(reply.value(QLatin1String("ok")).toBool(true), false);
-    } else {
+    } else if (hangUp) {
         QTest::qWait(50);
+    } else {
+        QTRY_VERIFY(channel.findChild<QLocalSocket *>());
     }
-    QElapsedTimer timer;
-    timer.start();
     const auto sent = awaitFuture(QtConcurrent::run([path] {
         return InstanceChannel::send(
             path, InstanceChannel::intentRequest("import", {"--name", "N"}), 5000);
     }));
     QCOMPARE(sent.status, InstanceChannel::SendResult::Status::delivered);
     QCOMPARE(sent.reply.text, QStringLiteral("import"));
-    QVERIFY2(timer.elapsed() < 700, "the next client waited for the hostile one");
+    if (!answered && !hangUp) {
+        QCOMPARE(ended.count(), 1); // the next client's, not the silent one's
+        // The silent client would wait a minute: its deadline on the channel ends it.
+        QTRY_COMPARE(ended.count(), 2);
+    }
     if (!answered)
         awaitFuture(hostile);
     QCOMPARE(handled, QStringList{QStringLiteral("import:--name,N")});
@@ -484,13 +459,13 @@ void TestHostileInput::shortcutsDatabase()
     };
     // Enough rows, with padding, to fill several pages.
     QStringList many;
-    for (int i = 0; i < 200; ++i)
+    QSet<QString> possible;
+    for (int i = 0; i < 200; ++i) {
         many << QStringLiteral("INSERT INTO ZSHORTCUT (ZTOMBSTONED, ZWORKFLOWID, ZACTIONS, "
                                "ZCREATIONDATE) VALUES (0, 'ID-%1', zeroblob(400), 10)")
                     .arg(i);
-    QSet<QString> possible;
-    for (int i = 0; i < 200; ++i)
         possible.insert(QStringLiteral("ID-%1").arg(i));
+    }
     std::optional<QSet<QString>> expected = QSet<QString>();
 
     if (state == "empty") {
@@ -578,12 +553,6 @@ void TestHostileInput::images_data()
     // A still GIF of the first frame, in the same palette.
     const QByteArray firstFrame = animatedGif({icon});
     const QByteArray gif = animatedGif({icon, other});
-    QImage opaque(1, 1, QImage::Format_ARGB32);
-    opaque.fill(QColor(0xFF, 0x3B, 0x30));
-    QImage clear(1, 1, QImage::Format_ARGB32);
-    clear.fill(Qt::transparent);
-    QImage white(1, 1, QImage::Format_ARGB32);
-    white.fill(Qt::white);
 
     // A palette image with a profile of its own reads as its colours converted to sRGB.
     QImage palette = icon.convertToFormat(QImage::Format_Indexed8);
@@ -594,9 +563,13 @@ void TestHostileInput::images_data()
     QTest::newRow("palette with a profile")
         << encodedImage(palette, "PNG") << encodedImage(converted, "PNG");
 
-    QTest::newRow("1 x 1 colour") << encodedImage(opaque, "PNG") << QByteArray();
-    QTest::newRow("1 x 1 white") << encodedImage(white, "PNG") << QByteArray();
-    QTest::newRow("1 x 1 transparent") << encodedImage(clear, "PNG") << QByteArray();
+    for (const QColor &colour :
+         {QColor(0xFF, 0x3B, 0x30), QColor(Qt::white), QColor(Qt::transparent)}) {
+        QImage pixel(1, 1, QImage::Format_ARGB32);
+        pixel.fill(colour);
+        QTest::addRow("1 x 1 %s", qPrintable(colour.name(QColor::HexArgb)))
+            << encodedImage(pixel, "PNG") << QByteArray();
+    }
     QTest::newRow("animated GIF") << gif << firstFrame;
     QTest::newRow("animated GIF, second frame cut off")
         << gif.left(gif.size() - 2000) << firstFrame;
@@ -692,107 +665,14 @@ void TestHostileInput::appStoreReplies()
     server.answers["/png"] = {200, png, {}, true};
 
     AppIconProvider provider;
-    provider.setTransferTimeout(std::chrono::milliseconds(5000));
+    // A case left to the transfer timeout would hang the test rather than pass.
+    provider.setTransferTimeout(std::chrono::hours(1));
     provider.setLookupUrl(QUrl(server.base() + "/lookup"));
-    QElapsedTimer timer;
-    timer.start();
     const auto icon = QCoro::waitFor(provider.remoteIcon(QStringLiteral("com.example.app")));
     QCOMPARE(icon.has_value(), found);
     QCOMPARE(provider.cachedIcon(QStringLiteral("com.example.app")).has_value(), found);
     QVERIFY(!provider.isLookingUp(QStringLiteral("com.example.app")));
     QVERIFY(server.requests.size() <= 8); // redirects are capped
-    QVERIFY(timer.elapsed() < 5000);      // ended by the answer, not by the transfer timeout
-}
-
-// Appcast feeds: redirects off the web, entity bombs, bad encodings and unbounded bodies end
-// in a clear failure; deep but well-formed feeds still read.
-void TestHostileInput::appcastFeeds_data()
-{
-    QTest::addColumn<QByteArray>("location");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<bool>("withLength");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("detail");
-    using Kind = AppUpdater::Result::Kind;
-    const QByteArray newer = appcast(appcastItem("1.2.0"));
-    const QString unreadable = QStringLiteral("The update feed could not be read");
-    const QString invalid = QStringLiteral("The update feed isn’t valid XML");
-    QTest::newRow("redirect within the web")
-        << QByteArray("/moved") << newer << true << int(Kind::updateAvailable) << "1.2.0";
-    QTest::newRow("redirect to a file")
-        << QByteArray("file:///etc/passwd") << newer << true << int(Kind::failed) << unreadable;
-    QTest::newRow("redirect to data")
-        << QByteArray("data:text/xml,<rss/>") << newer << true << int(Kind::failed) << unreadable;
-    QTest::newRow("redirect to ftp") << QByteArray("ftp://127.0.0.1/appcast.xml") << newer << true
-                                     << int(Kind::failed) << unreadable;
-    QTest::newRow("endless redirects")
-        << QByteArray("/appcast.xml") << newer << true << int(Kind::failed) << unreadable;
-    QByteArray laughs = "<?xml version=\"1.0\"?><!DOCTYPE rss [<!ENTITY a \"aaaaaaaaaa\">";
-    for (char c = 'b'; c <= 'j'; ++c)
-        laughs += QByteArray("<!ENTITY ") + c + " \"" +
-                  (QByteArray("&") + char(c - 1) + ";").repeated(10) + "\">";
-    laughs += "]><rss xmlns:sparkle=\"http://www.andymatuschak.org/xml-namespaces/sparkle\">"
-              "<channel><item><sparkle:version>&j;</sparkle:version></item></channel></rss>";
-    QTest::newRow("entity expansion bomb")
-        << QByteArray() << laughs << true << int(Kind::failed) << invalid;
-    QTest::newRow("external entity")
-        << QByteArray()
-        << QByteArray("<?xml version=\"1.0\"?><!DOCTYPE rss [<!ENTITY x SYSTEM "
-                      "\"file:///etc/passwd\">]><rss xmlns:sparkle=\"http://www.andymatuschak."
-                      "org/xml-namespaces/sparkle\"><channel><item><sparkle:version>&x;"
-                      "</sparkle:version></item></channel></rss>")
-        << true << int(Kind::failed) << "The update feed";
-    QTest::newRow("invalid UTF-8") << QByteArray() << appcast(appcastItem("1.\xFF\xFE")) << true
-                                   << int(Kind::failed) << invalid;
-    QTest::newRow("NUL in a version")
-        << QByteArray() << appcast(appcastItem(QByteArray("1.2\0", 4))) << true << int(Kind::failed)
-        << invalid;
-    QTest::newRow("items 10,000 elements deep")
-        << QByteArray()
-        << appcast(QByteArray("<x>").repeated(10000) + appcastItem("1.2.0") +
-                   QByteArray("</x>").repeated(10000))
-        << true << int(Kind::updateAvailable) << "1.2.0";
-    QTest::newRow("unclosed elements 10,000 deep")
-        << QByteArray() << appcast(QByteArray("<x>").repeated(10000)) << true << int(Kind::failed)
-        << invalid;
-    const QByteArray longVersion = QByteArray("1.").repeated(5000) + "1";
-    QTest::newRow("version of 5,001 parts")
-        << QByteArray() << appcast(appcastItem(longVersion)) << true << int(Kind::updateAvailable)
-        << QString::fromLatin1(longVersion);
-    QTest::newRow("huge body without a length")
-        << QByteArray() << newer + QByteArray(3 * 1024 * 1024, ' ') << false << int(Kind::failed)
-        << "The update feed is larger than 1024 KB.";
-}
-
-void TestHostileInput::appcastFeeds()
-{
-    QFETCH(QByteArray, location);
-    QFETCH(QByteArray, body);
-    QFETCH(bool, withLength);
-    QFETCH(int, kind);
-    QFETCH(QString, detail);
-    LoopbackHttp server;
-    if (location.startsWith('/'))
-        location.prepend(server.base().toUtf8());
-    if (!location.isEmpty())
-        server.answers["/appcast.xml"] = {302, {}, location, true};
-    else
-        server.answers["/appcast.xml"] = {200, body, {}, withLength};
-    server.answers["/moved"] = {200, body, {}, withLength};
-
-    AppUpdater updater;
-    updater.setCurrentVersion(QStringLiteral("1.0.0"));
-    updater.setFeedURL(QUrl(server.base() + "/appcast.xml"));
-    QElapsedTimer timer;
-    timer.start();
-    const AppUpdater::Result result = awaitTask(updater.check());
-    QCOMPARE(int(result.kind), kind);
-    if (result.kind == AppUpdater::Result::Kind::failed)
-        QVERIFY2(result.error.startsWith(detail), qPrintable(result.error));
-    else
-        QCOMPARE(result.newest.version, detail);
-    QVERIFY(updater.canCheckForUpdates());
-    QVERIFY(timer.elapsed() < AppUpdater::timeoutMilliseconds);
 }
 
 QTEST_MAIN(TestHostileInput)

@@ -35,8 +35,8 @@ struct Child {
 class StressRound : public QObject {
 public:
     StressRound(QRandomGenerator &random, const QString &data, const QString &link,
-                const QStringList &common, int round)
-        : m_random(random), m_data(data), m_link(link), m_common(common), m_round(round)
+                const QString &simulatorLibrary, int round)
+        : m_random(random), m_data(data), m_link(link), m_library(simulatorLibrary), m_round(round)
     {
     }
 
@@ -115,7 +115,7 @@ private:
         child->label = label;
         // Half of them know the library by its symlink.
         const QString dir = m_random.bounded(2) ? m_data : m_link;
-        child->arguments = command + QStringList{QStringLiteral("--data-dir"), dir} + m_common;
+        child->arguments = command + libraryArguments(dir, m_library);
         child->lingers = lingers;
         ++started[label];
         child->process = std::make_unique<QProcess>();
@@ -212,9 +212,8 @@ private:
         const QString socket = InstanceChannel::socketPath(m_data);
         for (int attempt = 0; attempt < 3; ++attempt) {
             QProcess next;
-            next.start(programPath(), QStringList{QStringLiteral("--background"),
-                                                  QStringLiteral("--data-dir"), m_data} +
-                                          m_common);
+            next.start(programPath(), QStringList{QStringLiteral("--background")} +
+                                          libraryArguments(m_data, m_library));
             QElapsedTimer waited;
             waited.start();
             bool serving = false;
@@ -244,7 +243,7 @@ private:
     QRandomGenerator &m_random;
     QString m_data;
     QString m_link;
-    QStringList m_common;
+    QString m_library;
     int m_round;
     std::vector<std::unique_ptr<Child>> m_children;
     int m_scheduled = 0;
@@ -298,7 +297,6 @@ class TestOwnerStress : public QObject {
     std::unique_ptr<SimulatedLibraryFile> m_shortcuts;
     QString m_data;
     QString m_link;
-    QStringList m_common;
     QStringList m_confirmed;
     QHash<QString, int> m_started;
 
@@ -326,8 +324,6 @@ private slots:
         m_link = m_shortcuts->dir.filePath(QStringLiteral("link"));
         QVERIFY(QDir().mkpath(m_data));
         QVERIFY(QFile::link(m_data, m_link));
-        m_common = QStringList{QStringLiteral("--script-host"), QStringLiteral("simulator"),
-                               QStringLiteral("--simulator-library"), m_shortcuts->libraryPath};
     }
 
     // One row a round: each round has its own time limit, and a failure names its round.
@@ -344,7 +340,7 @@ private slots:
         // A slow Shortcuts app some rounds, a quick one others.
         m_shortcuts->library.switches.listDelayMilliseconds = int(m_random->bounded(400));
         m_shortcuts->publish();
-        StressRound stress(*m_random, m_data, m_link, m_common, round);
+        StressRound stress(*m_random, m_data, m_link, m_shortcuts->libraryPath, round);
         stress.run();
         m_confirmed << stress.confirmedImports;
         for (auto it = stress.started.cbegin(); it != stress.started.cend(); ++it)

@@ -5,7 +5,6 @@
 #include "harness/LibraryProcesses.h"
 #include "harness/ProgramRuns.h"
 
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -14,6 +13,9 @@
 
 namespace {
 const QByteArray kFatalPrefix = "Could not open the Thimblecraft store: ";
+const QStringList kBegin{QStringLiteral("intent"), QStringLiteral("begin")};
+const QStringList kFinish{QStringLiteral("intent"), QStringLiteral("finish")};
+constexpr int kWaitMs = 20000;
 
 // A library directory, its simulated Shortcuts app with five shortcuts, and the arguments that
 // point every command at them.
@@ -40,10 +42,7 @@ struct Fixture {
     QStringList args(const QStringList &command, const QString &dataDir = {}) const
     {
         return command +
-               QStringList{
-                   QStringLiteral("--data-dir"),          dataDir.isEmpty() ? data : dataDir,
-                   QStringLiteral("--script-host"),       QStringLiteral("simulator"),
-                   QStringLiteral("--simulator-library"), shortcuts.libraryPath};
+               libraryArguments(dataDir.isEmpty() ? data : dataDir, shortcuts.libraryPath);
     }
     Run run(const QStringList &command, const QString &dataDir = {}) const
     {
@@ -75,18 +74,6 @@ struct Fixture {
     QList<QProcess *> started;
 };
 
-bool waitUntil(const std::function<bool()> &condition, int timeoutMs = 20000)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.elapsed() > timeoutMs)
-            return false;
-        QTest::qWait(20);
-    }
-    return true;
-}
-
 // Every identifier once, and the missing ones.
 void checkIdentifiers(const QJsonArray &items, int expectedCount, QStringList *missing = nullptr)
 {
@@ -112,13 +99,13 @@ private slots:
     {
         Fixture f(1.5);
         QProcess *sync = f.start({QStringLiteral("sync")});
-        QVERIFY(waitUntil([&] { return LibraryProcesses::hasOwner(f.data); }));
-        QCOMPARE(f.run({QStringLiteral("intent"), QStringLiteral("begin")}).exitCode, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(LibraryProcesses::hasOwner(f.data), kWaitMs);
+        QCOMPARE(f.run(kBegin).exitCode, 0);
         for (int i = 1; i <= 5; ++i) {
             const Run imported = f.run(f.importArguments(i));
             QVERIFY2(imported.exitCode == 0, imported.err.constData());
         }
-        const Run finished = f.run({QStringLiteral("intent"), QStringLiteral("finish")});
+        const Run finished = f.run(kFinish);
         QVERIFY2(finished.exitCode == 0, finished.err.constData());
         QCOMPARE(finished.out, QByteArray("5 shortcuts\n"));
         const Run synced = finishedRun(*sync, 60000);
@@ -130,8 +117,10 @@ private slots:
         QCOMPARE(missing, QStringList());
     }
 
-    // Symlinks, ".." and trailing slashes name the same library: one owner serves them all.
-    void anotherSpellingIsTheSameLibrary()
+    // Symlinks, ".." and trailing slashes name the same library: one owner serves them all. A
+    // window takes the library over from a windowless owner, which leaves; a second window, even
+    // through a symlink, brings the first one forward instead.
+    void oneOwnerWhateverTheSpelling()
     {
         Fixture f;
         QVERIFY(QDir().mkpath(f.data));
@@ -141,53 +130,46 @@ private slots:
         QCOMPARE(InstanceChannel::socketPath(link), InstanceChannel::socketPath(f.data));
         QCOMPARE(InstanceChannel::socketPath(dotted), InstanceChannel::socketPath(f.data));
 
-        QCOMPARE(f.run({QStringLiteral("intent"), QStringLiteral("begin")}).exitCode, 0);
-        const qint64 owner = LibraryProcesses::ownerPid(f.data);
-        QVERIFY(owner > 0);
-        const Run synced = f.run({QStringLiteral("sync")}, link);
-        QVERIFY2(synced.exitCode == 0, synced.err.constData());
-        QCOMPARE(LibraryProcesses::ownerPid(f.data), owner);
-        QCOMPARE(LibraryProcesses::storeWriters(f.data), QSet<qint64>{owner});
-        // The owner's own Finish counts every shortcut the handed sync saw.
-        const Run finished = f.run({QStringLiteral("intent"), QStringLiteral("finish")}, dotted);
-        QCOMPARE(finished.out, QByteArray("5 shortcuts\n"));
-    }
-
-    // A window takes the library over from a windowless owner, which leaves; a second window,
-    // even through a symlink, brings the first one forward instead.
-    void windowTakesOver()
-    {
-        Fixture f;
-        QCOMPARE(f.run({QStringLiteral("intent"), QStringLiteral("begin")}).exitCode, 0);
+        // The windowless owner a command starts keeps none of its output open, so a captured
+        // command returns with its answer; in a session of its own, a terminal's hang-up or
+        // Ctrl-C does not reach it.
+        QProcess begin;
+        begin.start(programPath(), f.args(kBegin));
+        QVERIFY2(begin.waitForFinished(15000), "the command waited for the owner it started");
+        QCOMPARE(begin.exitCode(), 0);
         const qint64 background = LibraryProcesses::ownerPid(f.data);
         QVERIFY(background > 0);
-        QProcess *window = f.start({});
-        QVERIFY(
-            waitUntil([&] { return LibraryProcesses::ownerPid(f.data) == window->processId(); }));
-        QVERIFY(waitUntil([&] { return ::kill(pid_t(background), 0) != 0; }));
-        QVERIFY(waitUntil([&] {
-            return InstanceChannel::send(InstanceChannel::socketPath(f.data),
-                                         InstanceChannel::activateRequest())
-                .reply.ok;
-        }));
-        // The helper run that the windowless owner began is finished by the window.
-        const Run finished = f.run({QStringLiteral("intent"), QStringLiteral("finish")});
-        QVERIFY2(finished.exitCode == 0, finished.err.constData());
+        QCOMPARE(::getsid(pid_t(background)), pid_t(background));
+        const Run synced = f.run({QStringLiteral("sync")}, link);
+        QVERIFY2(synced.exitCode == 0, synced.err.constData());
+        QCOMPARE(LibraryProcesses::ownerPid(f.data), background);
+        QCOMPARE(LibraryProcesses::storeWriters(f.data), QSet<qint64>{background});
+        // The owner's own Finish counts every shortcut the handed sync saw.
+        QCOMPARE(f.run(kFinish, dotted).out, QByteArray("5 shortcuts\n"));
 
-        const QString link = f.shortcuts.dir.filePath(QStringLiteral("link"));
-        QVERIFY(QFile::link(f.data, link));
-        const Run second = f.run({}, link);
-        QCOMPARE(second.exitCode, 0);
+        QCOMPARE(f.run(kBegin).exitCode, 0);
+        QProcess *window = f.start({});
+        QTRY_VERIFY_WITH_TIMEOUT(LibraryProcesses::ownerPid(f.data) == window->processId(),
+                                 kWaitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(::kill(pid_t(background), 0) != 0, kWaitMs);
+        QTRY_VERIFY_WITH_TIMEOUT(InstanceChannel::send(InstanceChannel::socketPath(f.data),
+                                                       InstanceChannel::activateRequest())
+                                     .reply.ok,
+                                 kWaitMs);
+        // The helper run that the windowless owner began is finished by the window.
+        const Run finished = f.run(kFinish);
+        QVERIFY2(finished.exitCode == 0, finished.err.constData());
+        QCOMPARE(f.run({}, link).exitCode, 0);
         QCOMPARE(LibraryProcesses::storeWriters(f.data), QSet<qint64>{window->processId()});
         window->terminate();
-        QVERIFY(window->waitForFinished(20000));
+        QVERIFY(window->waitForFinished(kWaitMs));
     }
 
     // A sync handed over while another runs reports a sync that began after it was asked.
     void handedSyncReportsItsOwnSync()
     {
         Fixture f(1.0);
-        QCOMPARE(f.run({QStringLiteral("intent"), QStringLiteral("begin")}).exitCode, 0);
+        QCOMPARE(f.run(kBegin).exitCode, 0);
         QProcess *first = f.start({QStringLiteral("sync")});
         QTest::qWait(400); // the first sync is waiting for Shortcuts' list now
         f.shortcuts.add(QStringLiteral("ID-6"), QStringLiteral("Late"));
@@ -199,21 +181,6 @@ private slots:
         QCOMPARE(a.out, QByteArray("5 shortcuts · 5 new\n"));
         QVERIFY2(b.exitCode == 0, b.err.constData());
         QCOMPARE(b.out, QByteArray("6 shortcuts · 1 new\n"));
-    }
-
-    // The windowless owner a command starts keeps none of its output open: a captured command
-    // returns with its answer, and the owner is still there for the next one.
-    void startedOwnerLetsCapturedOutputGo()
-    {
-        Fixture f;
-        QProcess p;
-        p.start(programPath(), f.args({QStringLiteral("intent"), QStringLiteral("begin")}));
-        QVERIFY2(p.waitForFinished(15000), "the command waited for the owner it started");
-        QCOMPARE(p.exitCode(), 0);
-        const qint64 owner = LibraryProcesses::ownerPid(f.data);
-        QVERIFY(owner > 0);
-        // Its own session: a terminal's hang-up or Ctrl-C does not reach it.
-        QCOMPARE(::getsid(pid_t(owner)), pid_t(owner));
     }
 
     // An owner that cannot open the store says so to the command that started it, at once, and
@@ -238,10 +205,8 @@ private slots:
             file.write(storeBytes);
         }
         const QStringList before = QDir(f.data).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
-        const QList<QStringList> commands{{QStringLiteral("intent"), QStringLiteral("begin")},
-                                          {QStringLiteral("sync")},
-                                          {QStringLiteral("list")},
-                                          {}};
+        const QList<QStringList> commands{
+            kBegin, {QStringLiteral("sync")}, {QStringLiteral("list")}, {}};
         for (const QStringList &command : commands) {
             const Run r = f.run(command);
             QVERIFY2(!r.crashed, qPrintable(command.join(u' ')));
@@ -291,7 +256,7 @@ private slots:
     {
         Fixture f;
         QVERIFY(f.run({QStringLiteral("sync")}).exitCode == 0);
-        QCOMPARE(f.run({QStringLiteral("intent"), QStringLiteral("begin")}).exitCode, 0);
+        QCOMPARE(f.run(kBegin).exitCode, 0);
         QVERIFY(LibraryProcesses::hasOwner(f.data));
         const QString copyDir = f.shortcuts.dir.filePath(QStringLiteral("copy"));
         QVERIFY(QDir().mkpath(copyDir));
@@ -327,16 +292,16 @@ private slots:
     void killedOwnerLosesNothing()
     {
         Fixture f;
-        QCOMPARE(f.run({QStringLiteral("intent"), QStringLiteral("begin")}).exitCode, 0);
+        QCOMPARE(f.run(kBegin).exitCode, 0);
         for (int i = 1; i <= 3; ++i)
             QCOMPARE(f.run(f.importArguments(i)).exitCode, 0);
         const qint64 owner = LibraryProcesses::ownerPid(f.data);
         QVERIFY(owner > 0);
         QCOMPARE(::kill(pid_t(owner), SIGKILL), 0); // within the batch's 0.8 s
-        QVERIFY(waitUntil([&] { return !LibraryProcesses::hasOwner(f.data); }));
+        QTRY_VERIFY_WITH_TIMEOUT(!LibraryProcesses::hasOwner(f.data), kWaitMs);
         for (int i = 4; i <= 5; ++i)
             QCOMPARE(f.run(f.importArguments(i)).exitCode, 0);
-        const Run finished = f.run({QStringLiteral("intent"), QStringLiteral("finish")});
+        const Run finished = f.run(kFinish);
         QCOMPARE(finished.out, QByteArray("5 shortcuts\n"));
         QStringList missing;
         checkIdentifiers(f.items(), 5, &missing);
@@ -378,14 +343,14 @@ private slots:
         QList<QProcess *> owners;
         for (int i = 0; i < 4; ++i)
             owners.append(f.start({QStringLiteral("--background")}));
-        QVERIFY(waitUntil([&] { return LibraryProcesses::hasOwner(f.data); }));
+        QTRY_VERIFY_WITH_TIMEOUT(LibraryProcesses::hasOwner(f.data), kWaitMs);
         // Read from the state: waitForFinished() is false for one that ended meanwhile.
         auto left = [&] {
             return std::count_if(owners.cbegin(), owners.cend(), [](const QProcess *p) {
                 return p->state() == QProcess::NotRunning;
             });
         };
-        QVERIFY(waitUntil([&] { return left() >= 3; }));
+        QTRY_VERIFY_WITH_TIMEOUT(left() >= 3, kWaitMs);
         QTest::qWait(200);
         QCOMPARE(left(), 3);
         for (const QProcess *p : owners)
