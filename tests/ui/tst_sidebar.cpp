@@ -378,6 +378,7 @@ void TestSidebar::tagsThroughMenus()
     QCOMPARE(homeTag->name(), QStringLiteral("Home"));
     QCOMPARE(homeTag->colorHex(), QStringLiteral("#24BAF7"));
     QCOMPARE(homeTag->shortcuts().size(), 0);
+    QCOMPARE(reopen()->tags().size(), 1); // the editor saved it
 
     std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::tags, "Home")));
     QCOMPARE(displayedTexts(menu.get()), (QStringList{"New Tag Inside…", "Edit Tag…", "Copy Link",
