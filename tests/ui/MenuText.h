@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QMenu>
 #include <QStringList>
+#include <QTest>
 
 // What a menu entry shows: "&&" as "&", a single "&" (the mnemonic mark) left out.
 inline QString displayedText(const QString &text)
@@ -27,3 +28,13 @@ inline QStringList displayedTexts(const QMenu *menu)
     }
     return texts;
 }
+
+// Triggers an action, failing the test when it is missing or disabled.
+#define TRIGGER_ACTION(action)                                                                     \
+    do {                                                                                           \
+        QAction *action_ = (action);                                                               \
+        QVERIFY2(action_, "missing action");                                                       \
+        QVERIFY2(action_->isEnabled(),                                                             \
+                 qPrintable(QStringLiteral("disabled: ") + action_->objectName()));                \
+        action_->trigger();                                                                        \
+    } while (false)

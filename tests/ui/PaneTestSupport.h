@@ -17,40 +17,15 @@
 
 // Helpers shared by the sidebar, detail and editor tests.
 namespace PaneTest {
-// Test-mode paths and settings in a temporary directory, so nothing touches real data.
-inline void isolateSettings(const QTemporaryDir &dir)
-{
-    QStandardPaths::setTestModeEnabled(true);
-    AppSettings::useDataDirectory(dir.path());
-}
-
-// A store-backed context in `dir`; reopening the same directory shows what was saved.
-inline std::unique_ptr<ModelContext> openStore(const QTemporaryDir &dir)
-{
-    QString error;
-    auto context = LibraryStoreContainer::open(dir.path(), &error);
-    if (!context)
-        qWarning("store did not open: %s", qPrintable(error));
-    return context;
-}
-
 // The action named `name` anywhere below `root` (menus and submenus included), or null.
 inline QAction *findAction(QObject *root, const QString &name)
 {
-    if (!root)
-        return nullptr;
-    return root->findChild<QAction *>(name);
+    return root ? root->findChild<QAction *>(name) : nullptr;
 }
 
 inline QMenu *findMenu(QObject *root, const QString &name)
 {
     return root ? root->findChild<QMenu *>(name) : nullptr;
-}
-
-// Texts of a menu's entries as shown, in order; separators show as "-".
-inline QStringList actionTexts(const QMenu *menu)
-{
-    return displayedTexts(menu);
 }
 
 // Texts of a picker's entries in order.
@@ -68,19 +43,25 @@ inline void settle()
     QCoreApplication::sendPostedEvents();
     QCoreApplication::processEvents();
 }
+
+// A store-backed context in `dir`, in test mode with its settings beside it; reopening the same
+// directory shows what was saved.
+inline std::unique_ptr<ModelContext> openStore(const QTemporaryDir &dir)
+{
+    QStandardPaths::setTestModeEnabled(true);
+    AppSettings::useDataDirectory(dir.path());
+    QString error;
+    auto context = LibraryStoreContainer::open(dir.path(), &error);
+    if (!context)
+        qWarning("store did not open: %s", qPrintable(error));
+    return context;
+}
 } // namespace PaneTest
 
-// Triggers a named action, failing the test when it is missing or disabled.
-#define TRIGGER(root, name)                                                                        \
-    do {                                                                                           \
-        QAction *action_ = PaneTest::findAction((root), (name));                                   \
-        QVERIFY2(action_, qPrintable(QStringLiteral("no action ") + (name)));                      \
-        QVERIFY2(action_->isEnabled(), qPrintable(QStringLiteral("disabled: ") + (name)));         \
-        action_->trigger();                                                                        \
-    } while (false)
+// Triggers the action named `name` below `root`.
+#define TRIGGER(root, name) TRIGGER_ACTION(PaneTest::findAction((root), (name)))
 
-// A store-backed library in a temporary directory with its settings beside it, shared by the
-// pane suites; reopening the directory shows what was saved.
+// A store-backed library in a temporary directory, shared by the pane suites.
 struct PaneFixture {
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<ModelContext> m_context;
@@ -89,7 +70,6 @@ struct PaneFixture {
     bool openLibrary()
     {
         m_dir = std::make_unique<QTemporaryDir>();
-        PaneTest::isolateSettings(*m_dir);
         m_context = PaneTest::openStore(*m_dir);
         return m_context != nullptr;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../common/AwaitTask.h"
+#include "MenuText.h"
 #include "common/SimulatedLibraryFile.h"
 #include "model/AppSettings.h"
 #include "model/LibraryStoreContainer.h"
@@ -93,12 +94,3 @@ inline void settle()
         QCoreApplication::processEvents();
     }
 }
-
-#define TRIGGER_ACTION(action)                                                                     \
-    do {                                                                                           \
-        QAction *action_ = (action);                                                               \
-        QVERIFY2(action_, "missing action");                                                       \
-        QVERIFY2(action_->isEnabled(),                                                             \
-                 qPrintable(QStringLiteral("disabled: ") + action_->objectName()));                \
-        action_->trigger();                                                                        \
-    } while (false)

@@ -152,6 +152,8 @@ void CollectionModelTest::relativeDates_data()
     QTest::newRow("last week") << qint64(8 * 86400) << "last week";
     QTest::newRow("weeks") << qint64(15 * 86400) << "2 weeks ago";
     QTest::newRow("future") << qint64(-2 * 3600 - 5) << "in 2 hours";
+    QTest::newRow("months") << qint64(70 * 86400 + 12 * 3600) << "2 months ago";
+    QTest::newRow("last year") << qint64(404 * 86400 + 12 * 3600) << "last year";
 }
 
 void CollectionModelTest::relativeDates()
@@ -160,10 +162,6 @@ void CollectionModelTest::relativeDates()
     QFETCH(QString, text);
     const QDateTime now(QDate(2024, 3, 20), QTime(12, 0));
     QCOMPARE(RelativeDate::named(now.addSecs(-secondsAgo), now), text);
-    QCOMPARE(RelativeDate::named(QDate(2024, 1, 10).startOfDay(), now),
-             QStringLiteral("2 months ago"));
-    QCOMPARE(RelativeDate::named(QDate(2023, 2, 10).startOfDay(), now),
-             QStringLiteral("last year"));
 }
 
 void CollectionModelTest::tileMarksKeepClear_data()
@@ -249,14 +247,11 @@ void CollectionModelTest::keptTilesMatchDrawnTiles()
                                               1);
             const QImage fresh = drawn(
                 [&](QPainter &p) { ShortcutPainter::drawTile(p, rect, *item, revision, state); });
-            QCOMPARE(drawn([&](QPainter &p) {
-                         ShortcutPainter::drawTileCached(p, rect, *item, revision, state);
-                     }),
-                     fresh);
-            QCOMPARE(drawn([&](QPainter &p) {
-                         ShortcutPainter::drawTileCached(p, rect, *item, revision, state);
-                     }),
-                     fresh);
+            for (int pass = 0; pass < 2; ++pass) // drawn into the cache, then taken from it
+                QCOMPARE(drawn([&](QPainter &p) {
+                             ShortcutPainter::drawTileCached(p, rect, *item, revision, state);
+                         }),
+                         fresh);
         }
     }
     const QImage before =

@@ -32,14 +32,11 @@ class TestDetail : public QObject, PaneFixture {
 private slots:
     void init();
     void cleanup();
-    void headerNotes();
-    void notesAreKept();
-    void rowsStayAndInputBelongsToItsShortcut();
+    void headerNotesAndRows();
+    void notesAreKeptRowsStayAndInputBelongsToItsShortcut();
     void runArea();
     void organize();
-    void detailRows();
-    void contextMenuEntries();
-    void contextMenuWrites();
+    void contextMenuEntriesAndWrites();
     void historyRowsOpenTheirRuns();
     void showAllFollowsTheHistory();
 
@@ -119,10 +116,14 @@ const QString hostileError = QStringLiteral("<b>Boom</b> ") + QString(3000, u'X'
                              QStringLiteral("line\n").repeated(500);
 } // namespace
 
-void TestDetail::headerNotes()
+void TestDetail::headerNotesAndRows()
 {
-    ShortcutItem *item = addShortcut(QStringLiteral("Resize"));
-    item->setActionCount(4);
+    ShortcutItem *item = addShortcut(QStringLiteral("Clock"));
+    const QDateTime seen(QDate(2024, 3, 5), QTime(9, 41), Qt::LocalTime);
+    item->setFirstSeenAt(seen);
+    item->setLastChangedAt(seen);
+    item->setActionCount(3);
+    item->setColorHex(QStringLiteral("#FF8000"));
     m_detail->setItem(item);
     // A note's words while it shows, nothing while it is hidden.
     const auto note = [this](const char *name) {
@@ -132,48 +133,49 @@ void TestDetail::headerNotes()
             text += part->text();
         return line->isHidden() ? QString() : text;
     };
-    QCOMPARE(label("detailName"), QStringLiteral("Resize"));
-    QCOMPARE(label("detailSubtitle"), QStringLiteral("4 actions"));
+    QCOMPARE(label("detailName"), QStringLiteral("Clock"));
+    QCOMPARE(label("detailSubtitle"), QStringLiteral("3 actions"));
     QCOMPARE(note("detailMissingNote"), QString());
     QCOMPARE(note("detailPlaceholderNote"), QString());
+    using Rows = QList<QPair<QString, QString>>;
+    const QString date = ShortcutDetailView::formatDate(seen);
+    QVERIFY(date.contains(QStringLiteral("2024")));
+    QCOMPARE(m_detail->detailRows(), (Rows{{"Shortcuts Folder", "None"},
+                                           {"Added to Library", date},
+                                           {"Accepts Input", "No"},
+                                           {"Actions", "3"},
+                                           {"Color", "#FF8000"},
+                                           {"Last Changed", date},
+                                           {"Last Run", "Never"},
+                                           {"Run Count", "0"},
+                                           {"Identifier", item->identifier()}}));
 
     item->setSubtitle(QStringLiteral("Makes images smaller"));
     item->setIsMissing(true);
-    item->setIdentifier(QStringLiteral("name:Resize"));
+    item->setIdentifier(QStringLiteral("name:Clock"));
+    item->setNativeCreatedAt(seen.addDays(-1));
+    item->setNativeModifiedAt(seen.addDays(1));
+    item->setLastRunAt(seen);
+    item->setNativeFolderName(QStringLiteral("Utilities"));
     PaneTest::settle();
     QCOMPARE(label("detailSubtitle"), QStringLiteral("Makes images smaller"));
     QCOMPARE(note("detailMissingNote"),
              QStringLiteral("Not found in Shortcuts during the last sync"));
     QCOMPARE(note("detailPlaceholderNote"),
              QStringLiteral("Added from iPhone or iPad; a Mac sync will link its identifier"));
+    const Rows rows = m_detail->detailRows();
+    QCOMPARE(rows.at(0).second, QStringLiteral("Utilities"));
+    QCOMPARE(rows.at(5), (QPair<QString, QString>{
+                             "Created", ShortcutDetailView::formatDate(seen.addDays(-1))}));
+    QCOMPARE(rows.at(6).first, QStringLiteral("Last Modified"));
+    QCOMPARE(rows.at(7), (QPair<QString, QString>{"Last Run", date}));
     // A later sync that links a real identifier removes the note.
     item->setIdentifier(QStringLiteral("REAL-ID"));
     PaneTest::settle();
     QCOMPARE(note("detailPlaceholderNote"), QString());
 }
 
-void TestDetail::notesAreKept()
-{
-    ShortcutItem *item = addShortcut(QStringLiteral("Journal"));
-    m_detail->setItem(item);
-    QPlainTextEdit *notes = m_detail->notesEditor();
-    notes->setFocus();
-    QTest::keyClicks(notes, QStringLiteral("Runs at 9"));
-    QTest::keyClick(notes, Qt::Key_Return); // a new line, not a run
-    QTest::keyClicks(notes, QStringLiteral("daily"));
-    QCOMPARE(item->notes(), QStringLiteral("Runs at 9\ndaily"));
-    QVERIFY(m_runner->runningIdentifiers().isEmpty());
-    QVERIFY(!m_context->hasChanges());
-    auto stored = reopen();
-    QCOMPARE(stored->shortcuts().first()->notes(), QStringLiteral("Runs at 9\ndaily"));
-
-    // A change from elsewhere shows up without losing what is typed in sync.
-    item->setNotes(QStringLiteral("From sync"));
-    PaneTest::settle();
-    QCOMPARE(notes->toPlainText(), QStringLiteral("From sync"));
-}
-
-void TestDetail::rowsStayAndInputBelongsToItsShortcut()
+void TestDetail::notesAreKeptRowsStayAndInputBelongsToItsShortcut()
 {
     ShortcutItem *first = addShortcut(QStringLiteral("<i>First</i> & more"));
     ShortcutItem *second = addShortcut(QStringLiteral("Second"));
@@ -191,9 +193,21 @@ void TestDetail::rowsStayAndInputBelongsToItsShortcut()
             identifier = value;
     QVERIFY(identifier && identifier->isSelectable());
     identifier->selectAll();
-    QTest::keyClicks(m_detail->notesEditor(), QStringLiteral("note"));
+    QPlainTextEdit *notes = m_detail->notesEditor();
+    notes->setFocus();
+    QTest::keyClicks(notes, QStringLiteral("Runs at 9"));
+    QTest::keyClick(notes, Qt::Key_Return); // a new line, not a run
+    QTest::keyClicks(notes, QStringLiteral("daily"));
     PaneTest::settle();
     QCOMPARE(identifier->selectedText(), first->identifier());
+    QCOMPARE(first->notes(), QStringLiteral("Runs at 9\ndaily"));
+    QVERIFY(m_runner->runningIdentifiers().isEmpty());
+    QVERIFY(!m_context->hasChanges());
+    QCOMPARE(reopen()->shortcuts().first()->notes(), QStringLiteral("Runs at 9\ndaily"));
+    // A change from elsewhere shows up.
+    first->setNotes(QStringLiteral("From sync"));
+    PaneTest::settle();
+    QCOMPARE(notes->toPlainText(), QStringLiteral("From sync"));
     first->setRunCount(3);
     PaneTest::settle();
     QVERIFY(m_detail->detailRows().contains({QStringLiteral("Run Count"), QStringLiteral("3")}));
@@ -256,7 +270,7 @@ void TestDetail::organize()
     // The folder menu files the shortcut; the button shows the path.
     QMenu *folderMenu = m_detail->folderButton()->menu();
     emit folderMenu->aboutToShow();
-    QCOMPARE(PaneTest::actionTexts(folderMenu),
+    QCOMPARE(displayedTexts(folderMenu),
              (QStringList{"None", "Work", "    Clients", "        Acme"}));
     TRIGGER(folderMenu, QStringLiteral("folder:") + c->uuid());
     PaneTest::settle();
@@ -266,13 +280,13 @@ void TestDetail::organize()
     // Add Tag lists the tags the shortcut lacks, then New Tag….
     QMenu *addMenu = m_detail->addTagButton()->menu();
     emit addMenu->aboutToShow();
-    QCOMPARE(PaneTest::actionTexts(addMenu), (QStringList{"Blue", "Red", "-", "New Tag…"}));
+    QCOMPARE(displayedTexts(addMenu), (QStringList{"Blue", "Red", "-", "New Tag…"}));
     TRIGGER(addMenu, QStringLiteral("addTag:") + red->uuid());
     TRIGGER(addMenu, QStringLiteral("addTag:") + blue->uuid());
     PaneTest::settle();
     QCOMPARE(m_detail->tagFlow()->tags(), (QList<Tag *>{blue, red}));
     emit addMenu->aboutToShow();
-    QCOMPARE(PaneTest::actionTexts(addMenu), (QStringList{"-", "New Tag…"}));
+    QCOMPARE(displayedTexts(addMenu), (QStringList{"-", "New Tag…"}));
 
     // A chip's remove control takes the tag off.
     auto *chip = m_detail->tagFlow()->findChildren<TagChip *>().first();
@@ -296,87 +310,32 @@ void TestDetail::organize()
     QCOMPARE(stored->shortcuts().first()->folder()->name(), QStringLiteral("Acme"));
 }
 
-void TestDetail::detailRows()
+void TestDetail::contextMenuEntriesAndWrites()
 {
-    ShortcutItem *item = addShortcut(QStringLiteral("Clock"));
-    const QDateTime seen(QDate(2024, 3, 5), QTime(9, 41), Qt::LocalTime);
-    item->setFirstSeenAt(seen);
-    item->setLastChangedAt(seen);
-    item->setActionCount(3);
-    item->setColorHex(QStringLiteral("#FF8000"));
-    m_detail->setItem(item);
-    using Rows = QList<QPair<QString, QString>>;
-    const QString date = ShortcutDetailView::formatDate(seen);
-    QVERIFY(date.contains(QStringLiteral("2024")));
-    QCOMPARE(m_detail->detailRows(), (Rows{{"Shortcuts Folder", "None"},
-                                           {"Added to Library", date},
-                                           {"Accepts Input", "No"},
-                                           {"Actions", "3"},
-                                           {"Color", "#FF8000"},
-                                           {"Last Changed", date},
-                                           {"Last Run", "Never"},
-                                           {"Run Count", "0"},
-                                           {"Identifier", item->identifier()}}));
-
-    item->setNativeCreatedAt(seen.addDays(-1));
-    item->setNativeModifiedAt(seen.addDays(1));
-    item->setLastRunAt(seen);
-    item->setNativeFolderName(QStringLiteral("Utilities"));
-    PaneTest::settle();
-    const Rows rows = m_detail->detailRows();
-    QCOMPARE(rows.at(0).second, QStringLiteral("Utilities"));
-    QCOMPARE(rows.at(5), (QPair<QString, QString>{
-                             "Created", ShortcutDetailView::formatDate(seen.addDays(-1))}));
-    QCOMPARE(rows.at(6).first, QStringLiteral("Last Modified"));
-    QCOMPARE(rows.at(7), (QPair<QString, QString>{"Last Run", date}));
-}
-
-void TestDetail::contextMenuEntries()
-{
-    ShortcutItem *item = addShortcut(QStringLiteral("Backup"));
+    ShortcutItem *item = addShortcut(QStringLiteral("Grocery List"));
     QList<ShortcutItem *> askedForInput;
     const ShortcutContextMenu::Services services{*m_context, *m_runner, *m_navigation,
                                                  [&](ShortcutItem *i) { askedForInput.append(i); }};
-    QMenu menu;
-    ShortcutContextMenu::populate(&menu, item, services);
-    QCOMPARE(PaneTest::actionTexts(&menu),
-             (QStringList{"Run", "Run with Input…", "-", "Add to Favorites", "Move to Folder",
-                          "Tags", "-", "Open in Shortcuts", "Copy Name", "Copy Link"}));
-    QCOMPARE(PaneTest::actionTexts(PaneTest::findMenu(&menu, "tagsMenu")),
-             QStringList{"No tags yet"});
-    QVERIFY(!PaneTest::findAction(&menu, "noTags")->isEnabled());
-    TRIGGER(&menu, "runWithInput");
-    QCOMPARE(askedForInput, QList<ShortcutItem *>{item});
-
-    // Missing shortcuts can be removed from the library; the selection lets go first.
-    item->setIsMissing(true);
-    item->setIsFavorite(true);
-    QMenu missing;
-    ShortcutContextMenu::populate(&missing, item, services);
-    QCOMPARE(PaneTest::actionTexts(&missing).mid(3, 1), QStringList{"Remove from Favorites"});
-    QCOMPARE(PaneTest::actionTexts(&missing).mid(10), (QStringList{"-", "Remove from Library"}));
-    m_navigation->setSelectedShortcut(item);
-    TRIGGER(&missing, "removeFromLibrary");
-    QCOMPARE(m_navigation->selectedShortcut(), nullptr);
-    QVERIFY(item->isDeleted());
-    QCOMPARE(reopen()->shortcuts().size(), 0);
-}
-
-void TestDetail::contextMenuWrites()
-{
-    auto *folder = m_context->insert(new LibraryFolder(QStringLiteral("Inbox")));
-    auto *parentTag = m_context->insert(new Tag(QStringLiteral("Home"), QString()));
-    auto *childTag = m_context->insert(new Tag(QStringLiteral("Kitchen"), QString(), parentTag));
-    ShortcutItem *item = addShortcut(QStringLiteral("Grocery List"));
-    const ShortcutContextMenu::Services services{*m_context, *m_runner, *m_navigation, {}};
     const auto menuFor = [&] {
         auto menu = std::make_unique<QMenu>();
         ShortcutContextMenu::populate(menu.get(), item, services);
         return menu;
     };
-
     auto menu = menuFor();
-    QCOMPARE(PaneTest::actionTexts(PaneTest::findMenu(menu.get(), "tagsMenu")),
+    QCOMPARE(displayedTexts(menu.get()),
+             (QStringList{"Run", "Run with Input…", "-", "Add to Favorites", "Move to Folder",
+                          "Tags", "-", "Open in Shortcuts", "Copy Name", "Copy Link"}));
+    QCOMPARE(displayedTexts(PaneTest::findMenu(menu.get(), "tagsMenu")),
+             QStringList{"No tags yet"});
+    QVERIFY(!PaneTest::findAction(menu.get(), "noTags")->isEnabled());
+    TRIGGER(menu.get(), "runWithInput");
+    QCOMPARE(askedForInput, QList<ShortcutItem *>{item});
+
+    auto *folder = m_context->insert(new LibraryFolder(QStringLiteral("Inbox")));
+    auto *parentTag = m_context->insert(new Tag(QStringLiteral("Home"), QString()));
+    auto *childTag = m_context->insert(new Tag(QStringLiteral("Kitchen"), QString(), parentTag));
+    menu = menuFor();
+    QCOMPARE(displayedTexts(PaneTest::findMenu(menu.get(), "tagsMenu")),
              (QStringList{"Home", "    Kitchen"}));
     TRIGGER(menu.get(), QStringLiteral("tag:") + childTag->uuid());
     QCOMPARE(item->tags(), QList<Tag *>{childTag});
@@ -410,6 +369,19 @@ void TestDetail::contextMenuWrites()
     QCOMPARE(m_workspace.opened.size(), 1);
     QVERIFY(!m_context->hasChanges());
     QVERIFY(reopen()->shortcuts().first()->isFavorite());
+
+    // Missing shortcuts can be removed from the library; the selection lets go first.
+    m_host->gate.release();
+    QTRY_VERIFY(!m_runner->isRunning(item->identifier()));
+    item->setIsMissing(true);
+    menu = menuFor();
+    QCOMPARE(displayedTexts(menu.get()).mid(3, 1), QStringList{"Remove from Favorites"});
+    QCOMPARE(displayedTexts(menu.get()).mid(10), (QStringList{"-", "Remove from Library"}));
+    m_navigation->setSelectedShortcut(item);
+    TRIGGER(menu.get(), "removeFromLibrary");
+    QCOMPARE(m_navigation->selectedShortcut(), nullptr);
+    QVERIFY(item->isDeleted());
+    QCOMPARE(reopen()->shortcuts().size(), 0);
 }
 
 void TestDetail::historyRowsOpenTheirRuns()

@@ -22,11 +22,9 @@ class TestEditors : public QObject, PaneFixture {
 private slots:
     void init() { QVERIFY(openLibrary()); }
     void cleanup() { closeLibrary(); }
-    void pickers();
-    void pickerArrowKeys();
-    void pickerCellsAreAccessible();
+    void symbolPicker();
+    void colorPicker();
     void folderEditorRules();
-    void tagEditorAppliesNewTag();
     void smartListLiveCount();
     void ruleRowControls_data();
     void ruleRowControls();
@@ -34,7 +32,7 @@ private slots:
     void smartListSave();
 };
 
-void TestEditors::pickers()
+void TestEditors::symbolPicker()
 {
     SymbolPicker symbols;
     symbols.resize(400, symbols.heightForWidth(400));
@@ -42,38 +40,10 @@ void TestEditors::pickers()
     QCOMPARE(SymbolPicker::symbols().size(), 50);
     QCOMPARE(SymbolPicker::symbols().first(), QStringLiteral("folder"));
     QCOMPARE(SymbolPicker::symbols().last(), QStringLiteral("flag"));
-    QTest::mouseClick(&symbols, Qt::LeftButton, {}, symbols.cellRect(46).center());
-    QCOMPARE(symbols.symbol(), QStringLiteral("sparkles"));
     // Cells are 32 wide in columns of at least 34 with 6 between: 400 points hold 10.
     QCOMPARE(symbols.cellRect(10).top(), 32 + 6);
-    symbols.setSymbol(QStringLiteral("not.in.the.list"));
-    QCOMPARE(symbols.symbol(), QStringLiteral("not.in.the.list"));
 
-    ColorSwatchPicker withNone(true);
-    withNone.resize(300, withNone.heightForWidth(300));
-    withNone.show();
-    QCOMPARE(withNone.swatchCount(), 16);
-    QCOMPARE(withNone.swatchName(0), QStringLiteral("Default"));
-    withNone.setHex(QStringLiteral("#24baf7"));
-    QCOMPARE(withNone.swatchName(withNone.checkedIndex()), QStringLiteral("Blue"));
-    QTest::mouseClick(&withNone, Qt::LeftButton, {}, withNone.swatchRect(0).center());
-    QCOMPARE(withNone.hex(), QString());
-    QCOMPARE(withNone.checkedIndex(), 0);
-    QTest::mouseClick(&withNone, Qt::LeftButton, {}, withNone.swatchRect(15).center());
-    QCOMPARE(withNone.hex(), QStringLiteral("#A49995"));
-
-    ColorSwatchPicker palette(false);
-    QCOMPARE(palette.swatchCount(), 15);
-    QCOMPARE(palette.swatchName(0), QStringLiteral("Red"));
-    palette.setHex(QString());
-    QCOMPARE(palette.checkedIndex(), -1);
-}
-
-void TestEditors::pickerArrowKeys()
-{
-    SymbolPicker symbols;
-    symbols.resize(400, symbols.heightForWidth(400)); // 10 columns
-    QTest::keyClick(&symbols, Qt::Key_Down);          // nothing chosen: the first cell
+    QTest::keyClick(&symbols, Qt::Key_Down); // nothing chosen: the first cell
     QCOMPARE(symbols.symbol(), SymbolPicker::symbols().at(0));
     QTest::keyClick(&symbols, Qt::Key_Up); // at the top edge it stays
     QTest::keyClick(&symbols, Qt::Key_Left);
@@ -88,45 +58,63 @@ void TestEditors::pickerArrowKeys()
     QTest::keyClick(&symbols, Qt::Key_Right);
     QCOMPARE(symbols.symbol(), SymbolPicker::symbols().last());
 
-    // The swatches are one row: Up and Down are the parent's, Left and Right move.
-    ColorSwatchPicker colors(false);
-    colors.resize(120, colors.heightForWidth(120));
-    colors.setHex(QStringLiteral("#24BAF7"));
-    QTest::keyClick(&colors, Qt::Key_Down);
-    QCOMPARE(colors.hex(), QStringLiteral("#24BAF7"));
-    QTest::keyClick(&colors, Qt::Key_Right);
-    QCOMPARE(colors.swatchName(colors.checkedIndex()), QStringLiteral("Navy"));
-    colors.setHex(QStringLiteral("#123456"));
-    QTest::keyClick(&colors, Qt::Key_Left);
-    QCOMPARE(colors.swatchName(colors.checkedIndex()), QStringLiteral("Red"));
-}
+    QTest::mouseClick(&symbols, Qt::LeftButton, {}, symbols.cellRect(46).center());
+    QCOMPARE(symbols.symbol(), QStringLiteral("sparkles"));
+    symbols.setSymbol(QStringLiteral("not.in.the.list"));
+    QCOMPARE(symbols.symbol(), QStringLiteral("not.in.the.list"));
 
-void TestEditors::pickerCellsAreAccessible()
-{
-    ColorSwatchPicker colors(true);
-    colors.resize(300, 100);
-    colors.setHex(QStringLiteral("#24BAF7"));
-    QAccessibleInterface *palette = QAccessible::queryAccessibleInterface(&colors);
-    QVERIFY(palette);
-    QCOMPARE(palette->childCount(), 16);
-    QCOMPARE(palette->child(0)->text(QAccessible::Name), QStringLiteral("Default"));
-    QCOMPARE(palette->child(2)->text(QAccessible::Name), QStringLiteral("Orange"));
-    QCOMPARE(palette->child(8)->text(QAccessible::Name), QStringLiteral("Blue"));
-    QCOMPARE(palette->child(8)->role(), QAccessible::RadioButton);
-    QVERIFY(palette->child(8)->state().checked);
-    QVERIFY(!palette->child(2)->state().checked);
-    palette->child(2)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-    QCOMPARE(colors.hex(), QStringLiteral("#FF8E73"));
-    QCOMPARE(palette->indexOfChild(palette->child(2)), 2);
-
-    SymbolPicker symbols;
-    symbols.resize(300, 300);
     QAccessibleInterface *grid = QAccessible::queryAccessibleInterface(&symbols);
     QCOMPARE(grid->childCount(), 50);
     QCOMPARE(grid->child(1)->text(QAccessible::Name), QStringLiteral("folder fill"));
     grid->child(1)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     QCOMPARE(symbols.symbol(), QStringLiteral("folder.fill"));
     QVERIFY(grid->child(1)->state().checked);
+}
+
+void TestEditors::colorPicker()
+{
+    ColorSwatchPicker withNone(true);
+    withNone.resize(300, withNone.heightForWidth(300));
+    withNone.show();
+    QCOMPARE(withNone.swatchCount(), 16);
+    QCOMPARE(withNone.swatchName(0), QStringLiteral("Default"));
+    withNone.setHex(QStringLiteral("#24baf7"));
+    QCOMPARE(withNone.swatchName(withNone.checkedIndex()), QStringLiteral("Blue"));
+
+    QAccessibleInterface *swatches = QAccessible::queryAccessibleInterface(&withNone);
+    QVERIFY(swatches);
+    QCOMPARE(swatches->childCount(), 16);
+    QCOMPARE(swatches->child(0)->text(QAccessible::Name), QStringLiteral("Default"));
+    QCOMPARE(swatches->child(2)->text(QAccessible::Name), QStringLiteral("Orange"));
+    QCOMPARE(swatches->child(8)->text(QAccessible::Name), QStringLiteral("Blue"));
+    QCOMPARE(swatches->child(8)->role(), QAccessible::RadioButton);
+    QVERIFY(swatches->child(8)->state().checked);
+    QVERIFY(!swatches->child(2)->state().checked);
+    swatches->child(2)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    QCOMPARE(withNone.hex(), QStringLiteral("#FF8E73"));
+    QCOMPARE(swatches->indexOfChild(swatches->child(2)), 2);
+
+    QTest::mouseClick(&withNone, Qt::LeftButton, {}, withNone.swatchRect(0).center());
+    QCOMPARE(withNone.hex(), QString());
+    QCOMPARE(withNone.checkedIndex(), 0);
+    QTest::mouseClick(&withNone, Qt::LeftButton, {}, withNone.swatchRect(15).center());
+    QCOMPARE(withNone.hex(), QStringLiteral("#A49995"));
+
+    ColorSwatchPicker palette(false);
+    QCOMPARE(palette.swatchCount(), 15);
+    QCOMPARE(palette.swatchName(0), QStringLiteral("Red"));
+    palette.setHex(QString());
+    QCOMPARE(palette.checkedIndex(), -1);
+    // The swatches are one row: Up and Down are the parent's, Left and Right move.
+    palette.resize(120, palette.heightForWidth(120));
+    palette.setHex(QStringLiteral("#24BAF7"));
+    QTest::keyClick(&palette, Qt::Key_Down);
+    QCOMPARE(palette.hex(), QStringLiteral("#24BAF7"));
+    QTest::keyClick(&palette, Qt::Key_Right);
+    QCOMPARE(palette.swatchName(palette.checkedIndex()), QStringLiteral("Navy"));
+    palette.setHex(QStringLiteral("#123456"));
+    QTest::keyClick(&palette, Qt::Key_Left);
+    QCOMPARE(palette.swatchName(palette.checkedIndex()), QStringLiteral("Red"));
 }
 
 void TestEditors::folderEditorRules()
@@ -175,32 +163,6 @@ void TestEditors::folderEditorRules()
     QCOMPARE(created->parent()->name(), QStringLiteral("B"));
     QCOMPARE(created->sortOrder(), qint64(0));
     QCOMPARE(created->colorHex(), QStringLiteral("#F36F74"));
-}
-
-void TestEditors::tagEditorAppliesNewTag()
-{
-    ShortcutItem *item = addShortcut(QStringLiteral("Timer"));
-    auto *parent = m_context->insert(new Tag(QStringLiteral("Home"), QStringLiteral("#9099A3")));
-    m_context->save();
-    auto *editor = new TagEditor(*m_context, TagEditTarget::makeNew(parent), item);
-    QCOMPARE(editor->windowTitle(), QStringLiteral("New Tag"));
-    QCOMPARE(editor->parentPicker()->currentText(), QStringLiteral("Home"));
-    QCOMPARE(editor->colorPicker()->hex(), QStringLiteral("#24BAF7"));
-    editor->nameField()->setText(QStringLiteral("Kitchen"));
-    editor->saveButton()->click();
-    delete editor;
-    QCOMPARE(item->tags().size(), 1);
-    QCOMPARE(item->tags().first()->name(), QStringLiteral("Kitchen"));
-    QCOMPARE(item->tags().first()->parent(), parent);
-
-    // Editing a tag cannot nest it under itself or a descendant.
-    editor = new TagEditor(*m_context, TagEditTarget::edit(parent));
-    QCOMPARE(editor->windowTitle(), QStringLiteral("Edit Tag"));
-    QCOMPARE(editor->parentPicker()->count(), 1);
-    QCOMPARE(editor->colorPicker()->hex(), QStringLiteral("#9099A3"));
-    delete editor;
-    auto stored = reopen();
-    QCOMPARE(stored->shortcuts().first()->tags().first()->name(), QStringLiteral("Kitchen"));
 }
 
 void TestEditors::smartListLiveCount()

@@ -31,13 +31,6 @@ class LayoutTest : public QObject {
 private slots:
     void panes_data();
     void panes();
-    void emptyLibrary_data();
-    void emptyLibrary();
-    void editorSheets();
-    void toolbarReachesEveryCommand();
-
-private:
-    static void addSizes();
 };
 
 namespace {
@@ -131,30 +124,28 @@ void savePicture(QWidget *widget, const QString &pane)
     } while (false)
 } // namespace
 
-void LayoutTest::addSizes()
+void LayoutTest::panes_data()
 {
     QTest::addColumn<QSize>("size");
     QTest::newRow("minimum") << QSize(1000, 560);
     QTest::newRow("large") << QSize(1600, 1000);
 }
 
-void LayoutTest::panes_data()
-{
-    addSizes();
-}
-
 void LayoutTest::panes()
 {
     QFETCH(QSize, size);
     WindowFixture f;
-    const Hostile h = fillHostile(f);
     f.navigation->setShowInspector(true);
     LibraryWindow &window = f.open();
     window.resize(size);
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     settle();
     QCOMPARE(window.size(), size);
+    QCOMPARE(window.collection()->emptyState()->title(), QStringLiteral("No Shortcuts Yet"));
+    CHECK_LAYOUT(&window, QStringLiteral("No Shortcuts Yet"));
 
+    // The library arrives as from a first sync.
+    const Hostile h = fillHostile(f);
     f.navigation->setSelectedShortcut(nullptr);
     CHECK_LAYOUT(&window, QStringLiteral("grid, nothing selected"));
     QVERIFY(window.inspector()->isShowingEmptyState());
@@ -166,6 +157,56 @@ void LayoutTest::panes()
     WindowSettings::shared().setViewMode(WindowSettings::ViewMode::list);
     CHECK_LAYOUT(&window, QStringLiteral("list"));
     WindowSettings::shared().setViewMode(WindowSettings::ViewMode::grid);
+
+    // Each toolbar command is on the bar itself or in its overflow menu, which lists plain
+    // actions only; typing a search never moves the bar.
+    f.navigation->setSelectedShortcut(h.longName);
+    settle();
+    auto *toolbar = window.findChild<QToolBar *>(QStringLiteral("collectionToolbar"));
+    QVERIFY(toolbar);
+    auto *overflow = toolbar->findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"));
+    for (QAction *action : toolbar->actions()) {
+        QWidget *widget = toolbar->widgetForAction(action);
+        QVERIFY(widget);
+        if (widget->isVisible())
+            continue;
+        QVERIFY2(overflow && overflow->isVisible(), qPrintable(action->text()));
+        QVERIFY2(!qobject_cast<QWidgetAction *>(action), qPrintable(widget->objectName()));
+    }
+    QLineEdit *search = window.collection()->searchField();
+    const int before = search->width();
+    QTest::keyClicks(search, QStringLiteral("abc"));
+    settle();
+    QCOMPARE(search->width(), before);
+    search->clear();
+
+    // The editor sheets, each at its minimum size and a large one.
+    const auto checkSheet = [](EditorSheet *sheet, const QString &name) {
+        QVERIFY(sheet);
+        QVERIFY(QTest::qWaitForWindowExposed(sheet));
+        for (const QSize &size : {sheet->minimumSize(), QSize(900, 800)}) {
+            sheet->resize(size);
+            CHECK_LAYOUT(
+                sheet, name + QStringLiteral(" at %1x%2").arg(sheet->width()).arg(sheet->height()));
+        }
+    };
+    auto *sidebar = qobject_cast<SidebarView *>(window.sidebar());
+    QVERIFY(sidebar);
+    sidebar->editFolder(FolderEditTarget::edit(h.deepest));
+    checkSheet(sidebar->openSheet(), QStringLiteral("folder editor"));
+    sidebar->editFolder(FolderEditTarget::makeNew(h.deepest));
+    checkSheet(sidebar->openSheet(), QStringLiteral("new folder"));
+    sidebar->editTag(TagEditTarget::edit(h.longTag));
+    checkSheet(sidebar->openSheet(), QStringLiteral("tag editor"));
+    sidebar->editSmartList(SmartListEditTarget::edit(h.list));
+    checkSheet(sidebar->openSheet(), QStringLiteral("smart list editor"));
+    sidebar->openSheet()->close();
+    auto *detail = window.findChild<ShortcutDetailView *>();
+    QVERIFY(detail);
+    detail->newTag();
+    checkSheet(detail->tagEditor(), QStringLiteral("new tag from the inspector"));
+    detail->tagEditor()->close();
+    settle();
 
     const std::pair<LibrarySection, QString> sections[] = {
         {LibrarySection::folder(h.deepest->uuid()), QStringLiteral("deep folder")},
@@ -226,91 +267,6 @@ void LayoutTest::panes()
     palette->searchField()->setText(QString(150, u'Q'));
     QVERIFY(palette->results().isEmpty());
     CHECK_LAYOUT(&window, QStringLiteral("Quick Run without results"));
-}
-
-void LayoutTest::emptyLibrary_data()
-{
-    addSizes();
-}
-
-void LayoutTest::emptyLibrary()
-{
-    QFETCH(QSize, size);
-    WindowFixture f;
-    f.navigation->setShowInspector(true);
-    LibraryWindow &window = f.open();
-    window.resize(size);
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    settle();
-    QCOMPARE(window.collection()->emptyState()->title(), QStringLiteral("No Shortcuts Yet"));
-    CHECK_LAYOUT(&window, QStringLiteral("No Shortcuts Yet"));
-}
-
-void LayoutTest::editorSheets()
-{
-    WindowFixture f;
-    const Hostile h = fillHostile(f);
-    LibraryWindow &window = f.open();
-    window.resize(1000, 560);
-    settle();
-    auto *sidebar = qobject_cast<SidebarView *>(window.sidebar());
-    QVERIFY(sidebar);
-
-    const auto checkSheet = [](EditorSheet *sheet, const QString &name) {
-        QVERIFY(sheet);
-        QVERIFY(QTest::qWaitForWindowExposed(sheet));
-        for (const QSize &size : {sheet->minimumSize(), QSize(900, 800)}) {
-            sheet->resize(size);
-            CHECK_LAYOUT(
-                sheet, name + QStringLiteral(" at %1x%2").arg(sheet->width()).arg(sheet->height()));
-        }
-    };
-    sidebar->editFolder(FolderEditTarget::edit(h.deepest));
-    checkSheet(sidebar->openSheet(), QStringLiteral("folder editor"));
-    sidebar->editFolder(FolderEditTarget::makeNew(h.deepest));
-    checkSheet(sidebar->openSheet(), QStringLiteral("new folder"));
-    sidebar->editTag(TagEditTarget::edit(h.longTag));
-    checkSheet(sidebar->openSheet(), QStringLiteral("tag editor"));
-    sidebar->editSmartList(SmartListEditTarget::edit(h.list));
-    checkSheet(sidebar->openSheet(), QStringLiteral("smart list editor"));
-    sidebar->openSheet()->close();
-    settle();
-
-    f.navigation->setShowInspector(true);
-    f.navigation->setSelectedShortcut(h.longName);
-    auto *detail = window.findChild<ShortcutDetailView *>();
-    QVERIFY(detail);
-    detail->newTag();
-    checkSheet(detail->tagEditor(), QStringLiteral("new tag from the inspector"));
-}
-
-void LayoutTest::toolbarReachesEveryCommand()
-{
-    WindowFixture f;
-    const Hostile h = fillHostile(f);
-    f.navigation->setShowInspector(true);
-    LibraryWindow &window = f.open();
-    window.resize(1000, 560);
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    f.navigation->setSelectedShortcut(h.longName);
-    settle();
-    auto *toolbar = window.findChild<QToolBar *>(QStringLiteral("collectionToolbar"));
-    QVERIFY(toolbar);
-    // Each command is on the bar itself or in its overflow menu, which lists plain actions only.
-    auto *overflow = toolbar->findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"));
-    for (QAction *action : toolbar->actions()) {
-        QWidget *widget = toolbar->widgetForAction(action);
-        QVERIFY(widget);
-        if (widget->isVisible())
-            continue;
-        QVERIFY2(overflow && overflow->isVisible(), qPrintable(action->text()));
-        QVERIFY2(!qobject_cast<QWidgetAction *>(action), qPrintable(widget->objectName()));
-    }
-    const QLineEdit *search = window.collection()->searchField();
-    const int before = search->width();
-    QTest::keyClicks(window.collection()->searchField(), QStringLiteral("abc"));
-    settle();
-    QCOMPARE(search->width(), before); // typing never moves the toolbar
 }
 
 QTEST_MAIN(LayoutTest)

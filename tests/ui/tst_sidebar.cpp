@@ -39,17 +39,15 @@ private slots:
     void init();
     void cleanup();
     void sectionsRowsAndCounts();
-    void missingRowFollowsSync();
-    void healthRowAppearsCountsAndDisappears();
+    void missingAndHealthRowsFollowTheLibrary();
     void foldersThroughMenusAndSheets();
     void moveToGuardsAndMoveOut();
     void deleteFolderMovesContentsUp();
     void tagsThroughMenus();
     void smartListDuplicateAndDelete();
     void dropsOnFoldersAndTags();
-    void selectionFollowsNavigation();
+    void selectionFollowsClicksKeysAndNavigation();
     void selectionNeverMovesByItself();
-    void rightClickAndArrowKeys();
     void sheetsReplaceEachOther();
 
 private:
@@ -180,11 +178,14 @@ void TestSidebar::sectionsRowsAndCounts()
     QVERIFY(m_sidebar->treeView()->isExpanded(row(Header::folders, "Work")));
 }
 
-void TestSidebar::missingRowFollowsSync()
+void TestSidebar::missingAndHealthRowsFollowTheLibrary()
 {
-    ShortcutItem *item = addShortcut(QStringLiteral("Backup"));
-    PaneTest::settle();
     const QModelIndex library = m_sidebar->model()->headerIndex(Header::library);
+    const auto health = [&] { return row(Header::library, QStringLiteral("Library Health")); };
+    ShortcutItem *item = addShortcut(QStringLiteral("Lamp"));
+    PaneTest::settle();
+    QVERIFY(!health().isValid());
+    // The missing row comes and goes with what sync finds.
     QCOMPARE(m_sidebar->model()->rowCount(library), 5);
     item->setIsMissing(true);
     PaneTest::settle();
@@ -194,15 +195,6 @@ void TestSidebar::missingRowFollowsSync()
     PaneTest::settle();
     QCOMPARE(m_sidebar->model()->rowCount(library), 5);
     QCOMPARE(count(row(Header::library, "All Shortcuts")), 1);
-}
-
-void TestSidebar::healthRowAppearsCountsAndDisappears()
-{
-    const QModelIndex library = m_sidebar->model()->headerIndex(Header::library);
-    const auto health = [&] { return row(Header::library, QStringLiteral("Library Health")); };
-    ShortcutItem *item = addShortcut(QStringLiteral("Lamp"));
-    PaneTest::settle();
-    QVERIFY(!health().isValid());
 
     // Last in the Library section, after the missing row, counting every problem.
     auto *tag = m_context->insert(new Tag(QStringLiteral("Spare"), QString()));
@@ -254,7 +246,7 @@ void TestSidebar::foldersThroughMenusAndSheets()
     // "New Folder Inside…" from the row's context menu.
     std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::folders, "Projects")));
     QVERIFY(menu);
-    QCOMPARE(PaneTest::actionTexts(menu.get()),
+    QCOMPARE(displayedTexts(menu.get()),
              (QStringList{"New Folder Inside…", "Edit Folder…", "Copy Link", "-", "Move To", "-",
                           "Delete Folder"}));
     TRIGGER(menu.get(), "newFolderInside");
@@ -312,12 +304,12 @@ void TestSidebar::moveToGuardsAndMoveOut()
     std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::folders, "B")));
     QMenu *moveTo = PaneTest::findMenu(menu.get(), "moveToMenu");
     QVERIFY(moveTo);
-    QCOMPARE(PaneTest::actionTexts(moveTo), (QStringList{"Top Level", "A", "D"}));
+    QCOMPARE(displayedTexts(moveTo), (QStringList{"Top Level", "A", "D"}));
     QVERIFY(PaneTest::findAction(menu.get(), "moveOut"));
     QCOMPARE(PaneTest::findAction(menu.get(), "moveOut")->text(), QStringLiteral("Move Out of A"));
     // Titles are indented four spaces per level.
     menu.reset(m_sidebar->createContextMenu(row(Header::folders, "D")));
-    QCOMPARE(PaneTest::actionTexts(PaneTest::findMenu(menu.get(), "moveToMenu")),
+    QCOMPARE(displayedTexts(PaneTest::findMenu(menu.get(), "moveToMenu")),
              (QStringList{"Top Level", "A", "    B", "        C"}));
     QVERIFY(!PaneTest::findAction(menu.get(), "moveOut"));
 
@@ -386,12 +378,14 @@ void TestSidebar::tagsThroughMenus()
     QCOMPARE(homeTag->name(), QStringLiteral("Home"));
     QCOMPARE(homeTag->colorHex(), QStringLiteral("#24BAF7"));
     QCOMPARE(homeTag->shortcuts().size(), 0);
+    QCOMPARE(reopen()->tags().size(), 1); // the editor saved it
 
     std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::tags, "Home")));
-    QCOMPARE(PaneTest::actionTexts(menu.get()),
-             (QStringList{"New Tag Inside…", "Edit Tag…", "Copy Link", "-", "Move To", "-",
-                          "Delete Tag"}));
+    QCOMPARE(displayedTexts(menu.get()), (QStringList{"New Tag Inside…", "Edit Tag…", "Copy Link",
+                                                      "-", "Move To", "-", "Delete Tag"}));
     TRIGGER(menu.get(), "newTagInside");
+    QCOMPARE(m_sidebar->tagEditor()->windowTitle(), QStringLiteral("New Tag"));
+    QCOMPARE(m_sidebar->tagEditor()->parentPicker()->currentText(), QStringLiteral("Home"));
     m_sidebar->tagEditor()->nameField()->setText(QStringLiteral("Kitchen"));
     m_sidebar->tagEditor()->saveButton()->click();
     PaneTest::settle();
@@ -402,10 +396,16 @@ void TestSidebar::tagsThroughMenus()
     item->addTag(homeTag);
     saveAndSettle();
 
-    // The parent cannot move below its own child; the child moves out again.
+    // The parent cannot move below its own child, by menu or editor; the child moves out again.
+    homeTag->setColorHex(QStringLiteral("#9099A3"));
     menu.reset(m_sidebar->createContextMenu(row(Header::tags, "Home")));
-    QCOMPARE(PaneTest::actionTexts(PaneTest::findMenu(menu.get(), "moveToMenu")),
+    QCOMPARE(displayedTexts(PaneTest::findMenu(menu.get(), "moveToMenu")),
              QStringList{"Top Level"});
+    TRIGGER(menu.get(), "editTag");
+    QCOMPARE(m_sidebar->tagEditor()->windowTitle(), QStringLiteral("Edit Tag"));
+    QCOMPARE(m_sidebar->tagEditor()->parentPicker()->count(), 1);
+    QCOMPARE(m_sidebar->tagEditor()->colorPicker()->hex(), QStringLiteral("#9099A3"));
+    m_sidebar->tagEditor()->cancelButton()->click();
     menu.reset(m_sidebar->createContextMenu(row(Header::tags, "Kitchen")));
     QCOMPARE(PaneTest::findAction(menu.get(), "moveOut")->text(),
              QStringLiteral("Move Out of Home"));
@@ -437,7 +437,7 @@ void TestSidebar::smartListDuplicateAndDelete()
     saveAndSettle();
 
     std::unique_ptr<QMenu> menu(m_sidebar->createContextMenu(row(Header::smartLists, "Work")));
-    QCOMPARE(PaneTest::actionTexts(menu.get()),
+    QCOMPARE(displayedTexts(menu.get()),
              (QStringList{"Edit Smart List…", "Duplicate", "Copy Link", "Delete"}));
     m_navigation->setSection(LibrarySection::smartList(work->uuid()));
     TRIGGER(menu.get(), "duplicateSmartList");
@@ -519,9 +519,10 @@ void TestSidebar::dropsOnFoldersAndTags()
                                              : QStringLiteral("Done"));
 }
 
-void TestSidebar::selectionFollowsNavigation()
+void TestSidebar::selectionFollowsClicksKeysAndNavigation()
 {
     auto *folder = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
+    addShortcut(QStringLiteral("Filed"))->setFolder(folder); // no Library Health row
     saveAndSettle();
     QTreeView *tree = m_sidebar->treeView();
     const auto selectedTitle = [tree] {
@@ -529,6 +530,23 @@ void TestSidebar::selectionFollowsNavigation()
         return selected.isEmpty() ? QString() : selected.first().data().toString();
     };
     QCOMPARE(selectedTitle(), QStringLiteral("All Shortcuts"));
+
+    // A right-click selects nothing. Down from the last Library row passes over the "Folders"
+    // header (and the missing "Smart Lists") to the folder; up comes back.
+    m_navigation->setSection(LibrarySection::untagged());
+    QTest::mouseClick(tree->viewport(), Qt::RightButton, {},
+                      tree->visualRect(m_sidebar->model()->indexOf(folder)).center());
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::untagged());
+    tree->setFocus();
+    QTest::keyClick(tree, Qt::Key_Down);
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::folder(folder->uuid()));
+    QTest::keyClick(tree, Qt::Key_Up);
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::untagged());
+    // At the top, Up stays on the first row instead of the "Library" header.
+    m_navigation->setSection(LibrarySection::all());
+    QTest::keyClick(tree, Qt::Key_Up);
+    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::all());
+    QCOMPARE(tree->currentIndex(), m_sidebar->model()->indexOf(LibrarySection::all()));
 
     // A click on a row sets the section; headers and hints select nothing.
     QTest::mouseClick(tree->viewport(), Qt::LeftButton, {},
@@ -605,31 +623,6 @@ void TestSidebar::selectionNeverMovesByItself()
     QCOMPARE(sections.count(), 0);
 }
 
-void TestSidebar::rightClickAndArrowKeys()
-{
-    auto *folder = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
-    addShortcut(QStringLiteral("Filed"))->setFolder(folder); // no Library Health row
-    saveAndSettle();
-    QTreeView *tree = m_sidebar->treeView();
-    m_navigation->setSection(LibrarySection::untagged());
-    QTest::mouseClick(tree->viewport(), Qt::RightButton, {},
-                      tree->visualRect(m_sidebar->model()->indexOf(folder)).center());
-    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::untagged());
-
-    // Down from the last Library row passes over the "Folders" header (and the missing
-    // "Smart Lists") to the folder; up comes back.
-    tree->setFocus();
-    QTest::keyClick(tree, Qt::Key_Down);
-    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::folder(folder->uuid()));
-    QTest::keyClick(tree, Qt::Key_Up);
-    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::untagged());
-    // At the top, Up stays on the first row instead of the "Library" header.
-    m_navigation->setSection(LibrarySection::all());
-    QTest::keyClick(tree, Qt::Key_Up);
-    QCOMPARE(m_navigation->effectiveSection(), LibrarySection::all());
-    QCOMPARE(tree->currentIndex(), m_sidebar->model()->indexOf(LibrarySection::all()));
-}
-
 void TestSidebar::sheetsReplaceEachOther()
 {
     TRIGGER(m_sidebar.get(), "newFolder");
@@ -645,7 +638,7 @@ void TestSidebar::sheetsReplaceEachOther()
     QCOMPARE(m_sidebar->smartListEditor()->windowTitle(), QStringLiteral("New Smart List"));
     // The New button carries the menu and its help text.
     QCOMPARE(m_sidebar->newButton()->toolTip(), QStringLiteral("New Smart List, Folder, or Tag"));
-    QCOMPARE(PaneTest::actionTexts(m_sidebar->newMenu()),
+    QCOMPARE(displayedTexts(m_sidebar->newMenu()),
              (QStringList{"New Smart List", "New Folder", "New Tag"}));
 }
 
