@@ -123,64 +123,14 @@ ShortcutItem *ShortcutGridView::selectedItem() const
     return rows.isEmpty() ? nullptr : ShortcutItemDelegate::item(rows.first());
 }
 
-int ShortcutGridView::columnCount() const
+GridGeometry ShortcutGridView::gridGeometry() const
 {
-    if (mode() == Mode::list)
-        return 1;
-    const int available = viewport()->width() - 2 * inset;
-    return std::max(1, (available + spacing) / (minimumColumnWidth + spacing));
-}
-
-qreal ShortcutGridView::columnWidth() const
-{
-    if (mode() == Mode::list)
-        return viewport()->width();
-    const int columns = columnCount();
-    const qreal available = viewport()->width() - 2 * inset - (columns - 1) * spacing;
-    return std::clamp(available / columns, qreal(minimumColumnWidth), qreal(maximumColumnWidth));
-}
-
-int ShortcutGridView::rowHeightWithSpacing() const
-{
-    if (mode() == Mode::list)
-        return ShortcutPainter::rowHeight;
-    return qRound(columnWidth() / ShortcutPainter::tileAspectRatio) + spacing;
-}
-
-int ShortcutGridView::firstColumnLeft() const
-{
-    if (mode() == Mode::list)
-        return 0;
-    // Columns at their widest leave room: keep the grid centred.
-    const int columns = columnCount();
-    const qreal used = columns * columnWidth() + (columns - 1) * spacing;
-    return std::max(inset, qRound((viewport()->width() - used) / 2));
+    return {mode(), viewport()->width(), m_model ? m_model->rowCount() : 0};
 }
 
 QRect ShortcutGridView::itemRect(int row) const
 {
-    if (row < 0)
-        return {};
-    const int top = mode() == Mode::list ? 4 : inset;
-    if (mode() == Mode::list)
-        return QRect(0, top + row * ShortcutPainter::rowHeight, viewport()->width(),
-                     ShortcutPainter::rowHeight);
-    const int columns = columnCount();
-    const qreal width = columnWidth();
-    const int x = firstColumnLeft() + qRound((row % columns) * (width + spacing));
-    const int y = top + (row / columns) * rowHeightWithSpacing();
-    return QRect(x, y, qRound(width), rowHeightWithSpacing() - spacing);
-}
-
-int ShortcutGridView::contentHeight() const
-{
-    const int count = m_model ? m_model->rowCount() : 0;
-    if (count == 0)
-        return 0;
-    const int rows = (count + columnCount() - 1) / columnCount();
-    if (mode() == Mode::list)
-        return 8 + rows * ShortcutPainter::rowHeight;
-    return 2 * inset + rows * rowHeightWithSpacing() - spacing;
+    return gridGeometry().itemRect(row);
 }
 
 int ShortcutGridView::verticalOffset() const
@@ -202,24 +152,8 @@ QRect ShortcutGridView::runButtonRect(const QModelIndex &index) const
 
 QModelIndex ShortcutGridView::indexAt(const QPoint &point) const
 {
-    if (!m_model || m_model->rowCount() == 0)
-        return {};
-    const QPoint content = point + QPoint(0, verticalOffset());
-    const int top = mode() == Mode::list ? 4 : inset;
-    if (content.y() < top)
-        return {};
-    const int line = (content.y() - top) / rowHeightWithSpacing();
-    int column = 0;
-    if (mode() == Mode::grid) {
-        const qreal pitch = columnWidth() + spacing;
-        column = int((content.x() - firstColumnLeft()) / pitch);
-        if (content.x() < firstColumnLeft() || column >= columnCount())
-            return {};
-    }
-    const int row = line * columnCount() + column;
-    if (row >= m_model->rowCount() || !itemRect(row).contains(content))
-        return {};
-    return m_model->index(row);
+    const int row = gridGeometry().rowAt(point + QPoint(0, verticalOffset()));
+    return row < 0 ? QModelIndex() : m_model->index(row);
 }
 
 void ShortcutGridView::scrollTo(const QModelIndex &index, ScrollHint hint)
@@ -227,7 +161,7 @@ void ShortcutGridView::scrollTo(const QModelIndex &index, ScrollHint hint)
     if (!index.isValid() || m_quietSelection)
         return;
     const QRect rect = itemRect(index.row());
-    const int margin = mode() == Mode::grid ? inset : 4;
+    const int margin = gridGeometry().top();
     const int height = viewport()->height();
     int value = verticalScrollBar()->value();
     if (hint == PositionAtTop)
@@ -247,12 +181,13 @@ QModelIndex ShortcutGridView::moveCursor(CursorAction action, Qt::KeyboardModifi
 {
     if (!m_model || m_model->rowCount() == 0)
         return {};
-    const int count = m_model->rowCount();
-    const int columns = columnCount();
+    const GridGeometry grid = gridGeometry();
+    const int count = grid.count;
+    const int columns = grid.columnCount();
     int row = currentIndex().isValid() ? currentIndex().row() : -1;
     if (row < 0)
         return m_model->index(0);
-    const int pageRows = std::max(1, viewport()->height() / rowHeightWithSpacing());
+    const int pageRows = std::max(1, viewport()->height() / grid.linePitch());
     switch (action) {
     case MoveLeft:
     case MovePrevious:
@@ -303,10 +238,11 @@ QRegion ShortcutGridView::visualRegionForSelection(const QItemSelection &selecti
 
 void ShortcutGridView::updateGeometries()
 {
+    const GridGeometry grid = gridGeometry();
     const int height = viewport()->height();
-    verticalScrollBar()->setSingleStep(std::max(20, rowHeightWithSpacing() / 3));
+    verticalScrollBar()->setSingleStep(std::max(20, grid.linePitch() / 3));
     verticalScrollBar()->setPageStep(height);
-    verticalScrollBar()->setRange(0, std::max(0, contentHeight() - height));
+    verticalScrollBar()->setRange(0, std::max(0, grid.contentHeight() - height));
     QAbstractItemView::updateGeometries();
 }
 
@@ -324,12 +260,13 @@ ShortcutGridView::Anchor ShortcutGridView::anchor() const
     result.scrollValue = verticalOffset();
     if (!m_model || result.scrollValue == 0)
         return result;
-    const QModelIndex first = indexAt(QPoint(firstColumnLeft() + 1, 0));
+    const GridGeometry grid = gridGeometry();
+    const QModelIndex first = indexAt(QPoint(grid.firstColumnLeft() + 1, 0));
     int row = first.isValid() ? first.row() : -1;
     if (row < 0) {
         // The point fell into spacing: take the first row of the next line.
-        const int top = mode() == Mode::list ? 4 : inset;
-        row = std::max(0, (result.scrollValue - top) / rowHeightWithSpacing() + 1) * columnCount();
+        row = std::max(0, (result.scrollValue - grid.top()) / grid.linePitch() + 1) *
+              grid.columnCount();
     }
     if (row >= m_model->rowCount())
         return result;
@@ -363,13 +300,13 @@ void ShortcutGridView::paintEvent(QPaintEvent *event)
     QPainter painter(viewport());
     if (!m_model)
         return;
-    const int count = m_model->rowCount();
-    const int columns = columnCount();
-    const int lineHeight = rowHeightWithSpacing();
-    const int top = mode() == Mode::list ? 4 : inset;
+    const GridGeometry grid = gridGeometry();
+    const int count = grid.count;
+    const int columns = grid.columnCount();
+    const int lineHeight = grid.linePitch();
     const int offset = verticalOffset();
-    const int firstLine = std::max(0, (offset - top) / lineHeight);
-    const int lastLine = (offset + viewport()->height() - top) / lineHeight;
+    const int firstLine = std::max(0, (offset - grid.top()) / lineHeight);
+    const int lastLine = (offset + viewport()->height() - grid.top()) / lineHeight;
     const int first = std::min(count, firstLine * columns);
     const int last = std::min(count - 1, (lastLine + 1) * columns - 1);
 

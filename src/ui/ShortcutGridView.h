@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/GridGeometry.h"
 #include "ui/ShortcutItemDelegate.h"
 
 #include <QAbstractItemView>
@@ -12,18 +13,11 @@
 class ShortcutItem;
 class ShortcutListModel;
 
-// The collection's grid of tiles (adaptive columns 128–156 wide, 13 apart, inset 16) or list
-// of rows. Geometry is pure arithmetic over the row number, so 10,000 items cost nothing to
-// lay out. A single click selects at once; a double-click (which runs) puts back the selection
-// from before its first click.
+// The collection's grid of tiles or list of rows, laid out by GridGeometry. A single click selects
+// at once; a double-click (which runs) puts back the selection from before its first click.
 class ShortcutGridView : public QAbstractItemView {
     Q_OBJECT
 public:
-    static constexpr int minimumColumnWidth = 128;
-    static constexpr int maximumColumnWidth = 156;
-    static constexpr int spacing = 13;
-    static constexpr int inset = 16;
-
     explicit ShortcutGridView(QWidget *parent = nullptr);
 
     void setListModel(ShortcutListModel *model);
@@ -38,9 +32,8 @@ public:
     void setSelectedItem(ShortcutItem *item);
     ShortcutItem *selectedItem() const;
 
-    // Column count and width of the grid at the current viewport width.
-    int columnCount() const;
-    qreal columnWidth() const;
+    // Where everything goes at the current viewport width.
+    GridGeometry gridGeometry() const;
     QRect itemRect(int row) const; // in content coordinates
     QRect runButtonRect(const QModelIndex &index) const;
     QModelIndex hoveredIndex() const { return m_hovered; }
@@ -90,9 +83,6 @@ protected:
     void startDrag(Qt::DropActions supportedActions) override;
 
 private:
-    int rowHeightWithSpacing() const;
-    int contentHeight() const;
-    int firstColumnLeft() const;
     void setHovered(const QModelIndex &index);
     void updateSpinner();
     void beginAnchoring();
