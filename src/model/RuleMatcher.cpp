@@ -266,7 +266,7 @@ RuleSetMatcher::RuleSetMatcher(const SmartRuleSet &set)
     const QDateTime now = Clock::now();
     m_rules.reserve(rules.size());
     for (const SmartRule &rule : std::as_const(rules))
-        m_rules.append(RuleMatcher(rule, now));
+        m_rules.emplace_back(rule, now);
 }
 
 bool RuleMatcher::readsClock() const
@@ -310,7 +310,7 @@ bool RuleSetMatcher::selects(const ShortcutItem &item) const
 {
     if (!m_includeMissing && item.isMissing())
         return false;
-    if (m_rules.isEmpty())
+    if (m_rules.empty())
         return true;
     for (const RuleMatcher &rule : m_rules)
         if (rule.matches(item) != m_matchAll)

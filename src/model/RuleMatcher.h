@@ -73,5 +73,6 @@ public:
 private:
     bool m_matchAll;
     bool m_includeMissing;
-    QList<RuleMatcher> m_rules;
+    // Held by value: a copy (one per counting thread) must not share the answers kept inside.
+    std::vector<RuleMatcher> m_rules;
 };
