@@ -1,6 +1,8 @@
+#include "common/RandomOrganisation.h"
 #include "model/LibraryStore.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
+#include "model/OrganisationDocument.h"
 #include "model/ShortcutItemJson.h"
 #include "model/SmartRuleSet.h"
 
@@ -45,36 +47,20 @@ static QJsonArray snapshot(const ModelContext &ctx)
 void StoreTest::everyFieldAndRelationshipSurvivesReopen()
 {
     QTemporaryDir dir;
-    QString folderUuid, childUuid, tagUuid, subTagUuid, listUuid;
     QJsonArray written;
-    QByteArray rulesWritten;
-    SmartRuleSet rules;
-    rules.matchAll = false;
-    rules.sort = ShortcutSort::dateAdded;
-    rules.rules.first().text = QStringLiteral("  Café \"quoted\"\n");
+    QByteArray organisation;
+    QString listUuid;
     {
         auto ctx = open(dir);
         QVERIFY(ctx);
-        auto *folder = ctx->insert(new LibraryFolder("Home"));
-        folder->setSymbolName("house");
-        folder->setColorHex("#FF9500");
-        folder->setSortOrder(3);
-        auto *child = ctx->insert(new LibraryFolder("Lights", folder));
-        auto *tag = ctx->insert(new Tag("Work", "#007AFF"));
-        tag->setSortOrder(-2);
-        auto *subTag = ctx->insert(new Tag("Meetings", "#34C759", tag));
-        folderUuid = folder->uuid();
-        childUuid = child->uuid();
-        tagUuid = tag->uuid();
-        subTagUuid = subTag->uuid();
-        SmartList *list = ctx->insert(new SmartList("Recent work", rules));
+        fillRandomOrganisation(*ctx, 4, 20);
+        SmartList *list = ctx->insert(new SmartList("Recent work", SmartRuleSet()));
         QCOMPARE(list->uuid().size(), 36);
         QCOMPARE(list->uuid(), list->uuid().toUpper());
         QVERIFY(list->createdAt().isValid());
         QCOMPARE(list->symbolName(), "sparkles");
         QCOMPARE(list->colorHex(), "#AF52DE");
         listUuid = list->uuid();
-        rulesWritten = list->rulesData();
 
         auto *item = ctx->insert(new ShortcutItem("5A1B-ID", "Morning Routine ☀️"));
         item->setSubtitle("3 actions");
@@ -98,53 +84,35 @@ void StoreTest::everyFieldAndRelationshipSurvivesReopen()
         item->setLastRunAt(at("2024-02-04T12:00:00.000Z"));
         item->setRunCount(12);
         item->setNotes("Line one\nLine two — with “quotes”");
-        item->setFolder(child);
-        item->addTag(tag);
-        item->addTag(subTag);
+        item->setFolder(ctx->folders().last());
+        item->addTag(ctx->tags().last());
 
         auto *bare = ctx->insert(new ShortcutItem("name:Bare", "Bare"));
         bare->setIconData(QByteArray()); // present but empty differs from absent
         written = snapshot(*ctx);
+        organisation = exportDocument(*ctx);
         QVERIFY(ctx->save());
     }
     auto ctx = open(dir);
     QVERIFY(ctx);
-    // Every field of both items, with dates to the millisecond and relationships by uuid.
+    // Every field of every item, with dates to the millisecond and relationships by uuid; the
+    // folders, tags and lists with their names, trees, orders, symbols, colours and rules.
     QCOMPARE(snapshot(*ctx), written);
-    QCOMPARE(written[0][QLatin1String("nativeCreatedAt")].toString(), "2023-05-06T07:08:09.123Z");
-    QVERIFY(written[1][QLatin1String("lastRunAt")].isNull());
-    QCOMPARE(ctx->folders().size(), 2);
-    QCOMPARE(ctx->tags().size(), 2);
-    const ShortcutItem *item = ctx->shortcuts().at(0);
-    QCOMPARE(item->iconData(), std::optional<QByteArray>(QByteArray("\x89PNG\0bytes", 10)));
-    QCOMPARE(ctx->shortcuts().at(1)->iconData(), std::optional<QByteArray>(QByteArray()));
-
-    LibraryFolder *folder = ctx->folder(folderUuid);
-    LibraryFolder *child = ctx->folder(childUuid);
-    QVERIFY(folder && child);
-    QCOMPARE(folder->name(), "Home");
-    QCOMPARE(folder->symbolName(), "house");
-    QCOMPARE(folder->colorHex(), "#FF9500");
-    QCOMPARE(folder->sortOrder(), 3);
-    QCOMPARE(child->symbolName(), "folder");
-    QCOMPARE(child->parent(), folder);
-    QCOMPARE(folder->children(), QList<LibraryFolder *>{child});
-    QCOMPARE(child->shortcuts(), QList<ShortcutItem *>{const_cast<ShortcutItem *>(item)});
-
-    Tag *tag = ctx->tag(tagUuid);
-    Tag *subTag = ctx->tag(subTagUuid);
-    QVERIFY(tag && subTag);
-    QCOMPARE(tag->colorHex(), "#007AFF");
-    QCOMPARE(tag->sortOrder(), -2);
-    QCOMPARE(subTag->parent(), tag);
-    QCOMPARE(item->tags(), (QList<Tag *>{tag, subTag}));
-    QCOMPARE(subTag->shortcuts().size(), 1);
-
-    const SmartList *list = ctx->smartList(listUuid);
-    QVERIFY(list);
-    QCOMPARE(list->name(), "Recent work");
-    QCOMPARE(list->rulesData(), rulesWritten);
-    QCOMPARE(list->ruleSet(), rules);
+    QCOMPARE(exportDocument(*ctx), organisation);
+    QCOMPARE(written[20][QLatin1String("nativeCreatedAt")].toString(), "2023-05-06T07:08:09.123Z");
+    QVERIFY(written[21][QLatin1String("lastRunAt")].isNull());
+    QCOMPARE(ctx->shortcuts().at(20)->iconData(),
+             std::optional<QByteArray>(QByteArray("\x89PNG\0bytes", 10)));
+    QCOMPARE(ctx->shortcuts().at(21)->iconData(), std::optional<QByteArray>(QByteArray()));
+    QCOMPARE(ctx->smartList(listUuid)->name(), "Recent work");
+    // Both sides of every relationship are rebuilt.
+    for (ShortcutItem *i : ctx->shortcuts()) {
+        QVERIFY(!i->folder() || i->folder()->shortcuts().contains(i));
+        for (const Tag *t : i->tags())
+            QVERIFY(t->shortcuts().contains(i));
+    }
+    for (LibraryFolder *f : ctx->folders())
+        QVERIFY(!f->parent() || f->parent()->children().contains(f));
     QVERIFY(!ctx->hasChanges()); // loading is not a change
 }
 
