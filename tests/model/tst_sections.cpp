@@ -82,8 +82,6 @@ private slots:
                  LibrarySection::smartList(QStringLiteral("X")));
         QVERIFY(LibrarySection::tag(QStringLiteral("X")) !=
                 LibrarySection::folder(QStringLiteral("X")));
-        QVERIFY(qHash(LibrarySection::tag(QStringLiteral("X"))) ==
-                qHash(LibrarySection::tag(QStringLiteral("X"))));
     }
 
     void settingsDefaultsAndStoredNames()

@@ -16,7 +16,6 @@ private slots:
     void iconBytesAreReadOnFirstUse();
     void changesAndDeletesSurviveReopen();
     void seenStampsAndOrderSurviveReopen();
-    void schemaVersionAndJournalAreRecorded();
     void failedSaveWritesNothing();
     void newerSchemaIsRefusedUntouched();
     void firstSchemaIsMigrated();
@@ -230,7 +229,8 @@ void StoreTest::seenStampsAndOrderSurviveReopen()
     QCOMPARE(ctx->shortcuts().at(4)->lastSeenAt(), before);
 }
 
-void StoreTest::schemaVersionAndJournalAreRecorded()
+// A new store records its schema and journal mode; a save that fails midway writes nothing.
+void StoreTest::failedSaveWritesNothing()
 {
     QTemporaryDir dir;
     auto ctx = open(dir);
@@ -240,23 +240,16 @@ void StoreTest::schemaVersionAndJournalAreRecorded()
              LibraryStore::schemaVersionText);
     QCOMPARE(db.scalar("PRAGMA journal_mode")->toString(), "wal");
     QCOMPARE(LibraryStoreContainer::storePath(dir.path()), dir.filePath("Thimblecraft.store"));
-}
-
-void StoreTest::failedSaveWritesNothing()
-{
-    QTemporaryDir dir;
-    auto ctx = open(dir);
     auto *item = ctx->insert(new ShortcutItem("ID", "Before"));
     QVERIFY(ctx->save());
     // Break the icon table behind the context's back so the icon write fails mid-save.
-    QVERIFY(ctx->store()->database().exec("DROP TABLE shortcut_icons"));
+    QVERIFY(db.exec("DROP TABLE shortcut_icons"));
     item->setName("After");
     ctx->insert(new ShortcutItem("ID2", "New"))->setIconData(QByteArray("x"));
     QString error;
     QVERIFY(!ctx->save(&error));
     QVERIFY(!error.isEmpty());
     QVERIFY(ctx->hasChanges()); // nothing is forgotten: a later save can still write it
-    SqliteDatabase &db = ctx->store()->database();
     QCOMPARE(db.scalar("SELECT name FROM shortcut_items")->toString(), "Before");
     QCOMPARE(db.scalar("SELECT count(*) FROM shortcut_items")->toInt(), 1);
 }
