@@ -187,14 +187,13 @@ private slots:
 
     void dateRules()
     {
-        ShortcutItem *runNow = item(QStringLiteral("now"));
-        runNow->setLastRunAt(pinnedNow);
-        ShortcutItem *runEarlier = item(QStringLiteral("earlier"));
-        runEarlier->setLastRunAt(pinnedNow.addSecs(-1));
-        ShortcutItem *runWeekAgo = item(QStringLiteral("week"));
-        runWeekAgo->setLastRunAt(pinnedNow.addDays(-7));
-        ShortcutItem *runLongAgo = item(QStringLiteral("long ago"));
-        runLongAgo->setLastRunAt(pinnedNow.addDays(-7).addMSecs(-1));
+        const QDateTime weekAgo = pinnedNow.addDays(-7);
+        const std::pair<const char *, QDateTime> runs[] = {{"now", pinnedNow},
+                                                           {"earlier", pinnedNow.addSecs(-1)},
+                                                           {"week", weekAgo},
+                                                           {"long ago", weekAgo.addMSecs(-1)}};
+        for (const auto &[name, at] : runs)
+            item(QString::fromLatin1(name))->setLastRunAt(at);
         ShortcutItem *never = item(QStringLiteral("never"));
         const QList<ShortcutItem *> all = ctx->shortcuts();
 
