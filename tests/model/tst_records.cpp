@@ -13,15 +13,10 @@ private slots:
     void colourParsing();
     void hexColorStringRoundsHalfAwayFromZero();
     void relationshipsStayConsistentOnBothSides();
-    void deleteRulesNullify();
     void sortedChildrenUseNaturalOrder();
-    void allShortcutsIsDepthFirstPreOrder();
-    void collectShortcutsVisitsEachItemOnce();
     void treeWalksStopAfter64Steps();
-    void isDescendant();
     void sortedTagsAndDerivedDates();
     void applyProcessedIcon();
-    void flattenedTreeIndentsByDepth();
     void movesThatWouldCloseACycleAreLeftOut();
     void changesAreCoalescedPerEventLoopTurn();
 };
@@ -114,36 +109,7 @@ void RecordsTest::relationshipsStayConsistentOnBothSides()
     QCOMPARE(a->shortcuts(), (QList<ShortcutItem *>{early, late}));
 }
 
-void RecordsTest::deleteRulesNullify()
-{
-    ModelContext ctx;
-    auto *parent = ctx.insert(new LibraryFolder("Parent"));
-    auto *folder = ctx.insert(new LibraryFolder("Folder", parent));
-    auto *child = ctx.insert(new LibraryFolder("Child", folder));
-    auto *tag = ctx.insert(new Tag("Tag", "#8E8E93"));
-    auto *subTag = ctx.insert(new Tag("Sub", "#8E8E93", tag));
-    auto *item = ctx.insert(new ShortcutItem("ID", "Item"));
-    item->setFolder(folder);
-    item->addTag(tag);
-    item->addTag(subTag);
-
-    ctx.deleteRecord(folder);
-    QVERIFY(folder->isDeleted());
-    QCOMPARE(item->folder(), nullptr);
-    QCOMPARE(child->parent(), nullptr); // top level, not moved to the deleted folder's parent
-    QVERIFY(!parent->children().contains(folder));
-    QVERIFY(!ctx.folders().contains(folder));
-    QCOMPARE(ctx.folder(folder->uuid()), nullptr);
-
-    ctx.deleteRecord(tag);
-    QCOMPARE(item->tags(), QList<Tag *>{subTag});
-    QCOMPARE(subTag->parent(), nullptr);
-
-    ctx.deleteRecord(item);
-    QVERIFY(subTag->shortcuts().isEmpty());
-    QVERIFY(ctx.shortcuts().isEmpty());
-}
-
+// Sibling order is sortOrder, then natural name order, then creation; walks go depth first.
 void RecordsTest::sortedChildrenUseNaturalOrder()
 {
     ModelContext ctx;
@@ -153,48 +119,51 @@ void RecordsTest::sortedChildrenUseNaturalOrder()
     auto *first = ctx.insert(new LibraryFolder("Zed", root));
     first->setSortOrder(-1);
     auto *twin = ctx.insert(new LibraryFolder("Folder 10", root));
+    auto *deep = ctx.insert(new LibraryFolder("Deep", f2));
+    auto *last = ctx.insert(new LibraryFolder("aaa"));
+    last->setSortOrder(1);
     QCOMPARE(root->sortedChildren(), (QList<LibraryFolder *>{first, f2, f10, twin}));
-}
 
-void RecordsTest::allShortcutsIsDepthFirstPreOrder()
-{
-    ModelContext ctx;
-    auto *root = ctx.insert(new LibraryFolder("Root"));
-    auto *second = ctx.insert(new LibraryFolder("B", root));
-    auto *first = ctx.insert(new LibraryFolder("A", root));
-    auto *grandchild = ctx.insert(new LibraryFolder("A1", first));
     auto item = [&](const char *name, LibraryFolder *f) {
         auto *i = ctx.insert(new ShortcutItem(QString("ID-") + name, name));
         i->setFolder(f);
         return i;
     };
+    auto *inTwin = item("inTwin", twin);
     auto *own = item("own", root);
-    auto *inB = item("inB", second);
-    auto *inA = item("inA", first);
-    auto *inA1 = item("inA1", grandchild);
-    QCOMPARE(root->allShortcuts(), (QList<ShortcutItem *>{own, inA, inA1, inB}));
+    auto *inDeep = item("inDeep", deep);
+    auto *inF2 = item("inF2", f2);
+    QCOMPARE(root->allShortcuts(), (QList<ShortcutItem *>{own, inF2, inDeep, inTwin}));
+
+    QStringList titles;
+    QList<LibraryFolder *> records;
+    for (const auto &e : flattenedTree(ctx.folders())) {
+        titles << e.title();
+        records << e.record;
+    }
+    QCOMPARE(titles, (QStringList{"Root", "    Zed", "    folder 2", "        Deep",
+                                  "    Folder 10", "    Folder 10", "aaa"}));
+    QCOMPARE(records, (QList<LibraryFolder *>{root, first, f2, deep, f10, twin, last}));
 }
 
-void RecordsTest::collectShortcutsVisitsEachItemOnce()
+// Tag walks visit each item once, however many of its tags lie on the way; every walk stops
+// after 64 steps, so a corrupted chain with a cycle ends instead of looping.
+void RecordsTest::treeWalksStopAfter64Steps()
 {
     ModelContext ctx;
-    auto *tag = ctx.insert(new Tag("Work", "#8E8E93"));
-    auto *sub = ctx.insert(new Tag("Meetings", "#8E8E93", tag));
+    auto *work = ctx.insert(new Tag("Work", "#8E8E93"));
+    auto *sub = ctx.insert(new Tag("Meetings", "#8E8E93", work));
     auto *both = ctx.insert(new ShortcutItem("ID-1", "Both"));
     auto *onlySub = ctx.insert(new ShortcutItem("ID-2", "Sub only"));
     onlySub->addTag(sub);
     both->addTag(sub);
-    both->addTag(tag);
+    both->addTag(work);
     QList<ShortcutItem *> into;
     QSet<ShortcutItem *> seen;
-    tag->collectShortcuts(into, seen);
+    work->collectShortcuts(into, seen);
     QCOMPARE(into, (QList<ShortcutItem *>{both, onlySub}));
     QCOMPARE(seen.size(), 2);
-}
 
-void RecordsTest::treeWalksStopAfter64Steps()
-{
-    ModelContext ctx;
     QList<LibraryFolder *> chain{ctx.insert(new LibraryFolder("0"))};
     for (int i = 1; i <= 70; ++i)
         chain.append(ctx.insert(new LibraryFolder(QString::number(i), chain.last())));
@@ -205,34 +174,26 @@ void RecordsTest::treeWalksStopAfter64Steps()
     QCOMPARE(path.last(), chain.last());
     QVERIFY(chain.last()->isDescendant(chain[6]));
     QVERIFY(!chain.last()->isDescendant(chain[5])); // beyond 64 comparisons
+    // The walk under a top-level record stops at the same depth as the climbs.
+    const auto flat = flattenedTree(ctx.folders());
+    QCOMPARE(flat.size(), 65);
+    QCOMPARE(flat.last().record, chain[64]);
+    QCOMPARE(flat.last().depth, 64);
 
-    // A corrupted chain with a cycle ends instead of looping.
     auto *a = ctx.insert(new Tag("a", ""));
     auto *b = ctx.insert(new Tag("b", "", a));
     a->setParent(b);
     QCOMPARE(a->pathFromRoot().size(), 65);
     QVERIFY(a->isDescendant(a)); // its own ancestor through the cycle
     QVERIFY(!a->isDescendant(nullptr));
-    QList<ShortcutItem *> into;
-    QSet<ShortcutItem *> seen;
+    into.clear();
+    seen.clear();
     a->collectShortcuts(into, seen);
     QVERIFY(into.isEmpty());
     auto *f1 = ctx.insert(new LibraryFolder("f1"));
     auto *f2 = ctx.insert(new LibraryFolder("f2", f1));
     f1->setParent(f2);
     QVERIFY(f1->allShortcuts().isEmpty());
-}
-
-void RecordsTest::isDescendant()
-{
-    ModelContext ctx;
-    auto *root = ctx.insert(new Tag("root", ""));
-    auto *mid = ctx.insert(new Tag("mid", "", root));
-    auto *leaf = ctx.insert(new Tag("leaf", "", mid));
-    QVERIFY(leaf->isDescendant(root));
-    QVERIFY(leaf->isDescendant(mid));
-    QVERIFY(!root->isDescendant(leaf));
-    QVERIFY(!leaf->isDescendant(leaf));
 }
 
 void RecordsTest::sortedTagsAndDerivedDates()
@@ -279,28 +240,6 @@ void RecordsTest::applyProcessedIcon()
     QCOMPARE(item->iconBottomHex(), "#FFFFFF");
 }
 
-void RecordsTest::flattenedTreeIndentsByDepth()
-{
-    ModelContext ctx;
-    auto *b = ctx.insert(new LibraryFolder("beta"));
-    auto *a = ctx.insert(new LibraryFolder("Alpha"));
-    auto *a2 = ctx.insert(new LibraryFolder("Child 2", a));
-    auto *a10 = ctx.insert(new LibraryFolder("Child 10", a));
-    auto *deep = ctx.insert(new LibraryFolder("Deep", a2));
-    auto *last = ctx.insert(new LibraryFolder("aaa"));
-    last->setSortOrder(1);
-    const auto entries = flattenedTree(ctx.folders());
-    QStringList titles;
-    QList<LibraryFolder *> records;
-    for (const auto &e : entries) {
-        titles << e.title();
-        records << e.record;
-    }
-    QCOMPARE(titles,
-             (QStringList{"Alpha", "    Child 2", "        Deep", "    Child 10", "beta", "aaa"}));
-    QCOMPARE(records, (QList<LibraryFolder *>{a, a2, deep, a10, b, last}));
-}
-
 void RecordsTest::movesThatWouldCloseACycleAreLeftOut()
 {
     ModelContext ctx;
@@ -324,15 +263,10 @@ void RecordsTest::movesThatWouldCloseACycleAreLeftOut()
     QCOMPARE(titles(mid), (QStringList{"other", "root"}));
     QCOMPARE(titles(leaf), (QStringList{"other", "root", "    mid"}));
     QCOMPARE(titles(nullptr), (QStringList{"other", "root", "    mid", "        leaf"}));
-
-    // The walk under a top-level record stops at the same depth as the climbs.
-    QList<LibraryFolder *> chain{ctx.insert(new LibraryFolder("0"))};
-    for (int i = 1; i <= 70; ++i)
-        chain.append(ctx.insert(new LibraryFolder(QString::number(i), chain.last())));
-    const auto deep = flattenedTree(ctx.folders());
-    QCOMPARE(deep.size(), 65);
-    QCOMPARE(deep.last().record, chain[64]);
-    QCOMPARE(deep.last().depth, 64);
+    QVERIFY(leaf->isDescendant(root));
+    QVERIFY(leaf->isDescendant(mid));
+    QVERIFY(!root->isDescendant(leaf));
+    QVERIFY(!leaf->isDescendant(leaf));
 }
 
 void RecordsTest::changesAreCoalescedPerEventLoopTurn()

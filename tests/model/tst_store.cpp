@@ -1,6 +1,10 @@
+#include "common/RandomOrganisation.h"
 #include "model/LibraryStore.h"
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
+#include "model/OrganisationDocument.h"
+#include "model/ShortcutItemJson.h"
+#include "model/SmartRuleSet.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -12,7 +16,6 @@ private slots:
     void iconBytesAreReadOnFirstUse();
     void changesAndDeletesSurviveReopen();
     void seenStampsAndOrderSurviveReopen();
-    void schemaVersionAndJournalAreRecorded();
     void failedSaveWritesNothing();
     void newerSchemaIsRefusedUntouched();
     void firstSchemaIsMigrated();
@@ -34,25 +37,29 @@ static QDateTime at(const char *iso)
     return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODateWithMs);
 }
 
+// Every field of every item, for comparing a library before and after a reopen.
+static QJsonArray snapshot(const ModelContext &ctx)
+{
+    return shortcutItemsJson(ctx.shortcuts());
+}
+
 void StoreTest::everyFieldAndRelationshipSurvivesReopen()
 {
     QTemporaryDir dir;
-    QString folderUuid, childUuid, tagUuid, subTagUuid, smartUuid;
+    QJsonArray written;
+    QByteArray organisation;
+    QString listUuid;
     {
         auto ctx = open(dir);
         QVERIFY(ctx);
-        auto *folder = ctx->insert(new LibraryFolder("Home"));
-        folder->setSymbolName("house");
-        folder->setColorHex("#FF9500");
-        folder->setSortOrder(3);
-        auto *child = ctx->insert(new LibraryFolder("Lights", folder));
-        auto *tag = ctx->insert(new Tag("Work", "#007AFF"));
-        tag->setSortOrder(-2);
-        auto *subTag = ctx->insert(new Tag("Meetings", "#34C759", tag));
-        folderUuid = folder->uuid();
-        childUuid = child->uuid();
-        tagUuid = tag->uuid();
-        subTagUuid = subTag->uuid();
+        fillRandomOrganisation(*ctx, 4, 20);
+        SmartList *list = ctx->insert(new SmartList("Recent work", SmartRuleSet()));
+        QCOMPARE(list->uuid().size(), 36);
+        QCOMPARE(list->uuid(), list->uuid().toUpper());
+        QVERIFY(list->createdAt().isValid());
+        QCOMPARE(list->symbolName(), "sparkles");
+        QCOMPARE(list->colorHex(), "#AF52DE");
+        listUuid = list->uuid();
 
         auto *item = ctx->insert(new ShortcutItem("5A1B-ID", "Morning Routine ☀️"));
         item->setSubtitle("3 actions");
@@ -76,71 +83,35 @@ void StoreTest::everyFieldAndRelationshipSurvivesReopen()
         item->setLastRunAt(at("2024-02-04T12:00:00.000Z"));
         item->setRunCount(12);
         item->setNotes("Line one\nLine two — with “quotes”");
-        item->setFolder(child);
-        item->addTag(tag);
-        item->addTag(subTag);
+        item->setFolder(ctx->folders().last());
+        item->addTag(ctx->tags().last());
 
         auto *bare = ctx->insert(new ShortcutItem("name:Bare", "Bare"));
         bare->setIconData(QByteArray()); // present but empty differs from absent
+        written = snapshot(*ctx);
+        organisation = exportDocument(*ctx);
         QVERIFY(ctx->save());
     }
     auto ctx = open(dir);
     QVERIFY(ctx);
-    QCOMPARE(ctx->shortcuts().size(), 2);
-    QCOMPARE(ctx->folders().size(), 2);
-    QCOMPARE(ctx->tags().size(), 2);
-    const ShortcutItem *item = ctx->shortcuts().at(0);
-    QCOMPARE(item->identifier(), "5A1B-ID");
-    QCOMPARE(item->name(), "Morning Routine ☀️");
-    QCOMPARE(item->subtitle(), "3 actions");
-    QCOMPARE(item->nativeFolderName(), "Starter Shortcuts");
-    QCOMPARE(item->colorHex(), "#FF3B30");
-    QCOMPARE(item->iconData(), std::optional<QByteArray>(QByteArray("\x89PNG\0bytes", 10)));
-    QCOMPARE(item->iconTopHex(), "#FF0000");
-    QCOMPARE(item->iconBottomHex(), "#FF8000");
-    QCOMPARE(item->libraryOrder(), 42);
-    QCOMPARE(item->appBundleID(), "com.apple.Notes");
-    QCOMPARE(item->iconAppBundleID(), "com.apple.Notes");
-    QCOMPARE(item->acceptsInput(), true);
-    QCOMPARE(item->actionCount(), 7);
-    QCOMPARE(item->nativeCreatedAt(), at("2023-05-06T07:08:09.123Z"));
-    QCOMPARE(item->nativeModifiedAt(), at("2024-01-02T03:04:05.006Z"));
-    QCOMPARE(item->firstSeenAt(), at("2024-02-01T00:00:00.000Z"));
-    QCOMPARE(item->lastChangedAt(), at("2024-02-02T00:00:00.500Z"));
-    QCOMPARE(item->lastSeenAt(), at("2024-02-03T00:00:00.000Z"));
-    QCOMPARE(item->isMissing(), true);
-    QCOMPARE(item->isFavorite(), true);
-    QCOMPARE(item->lastRunAt(), at("2024-02-04T12:00:00.000Z"));
-    QCOMPARE(item->runCount(), 12);
-    QCOMPARE(item->notes(), "Line one\nLine two — with “quotes”");
-
-    LibraryFolder *folder = ctx->folder(folderUuid);
-    LibraryFolder *child = ctx->folder(childUuid);
-    QVERIFY(folder && child);
-    QCOMPARE(folder->name(), "Home");
-    QCOMPARE(folder->symbolName(), "house");
-    QCOMPARE(folder->colorHex(), "#FF9500");
-    QCOMPARE(folder->sortOrder(), 3);
-    QCOMPARE(child->symbolName(), "folder");
-    QCOMPARE(child->parent(), folder);
-    QCOMPARE(folder->children(), QList<LibraryFolder *>{child});
-    QCOMPARE(item->folder(), child);
-    QCOMPARE(child->shortcuts(), QList<ShortcutItem *>{const_cast<ShortcutItem *>(item)});
-
-    Tag *tag = ctx->tag(tagUuid);
-    Tag *subTag = ctx->tag(subTagUuid);
-    QVERIFY(tag && subTag);
-    QCOMPARE(tag->colorHex(), "#007AFF");
-    QCOMPARE(tag->sortOrder(), -2);
-    QCOMPARE(subTag->parent(), tag);
-    QCOMPARE(item->tags(), (QList<Tag *>{tag, subTag}));
-    QCOMPARE(subTag->shortcuts().size(), 1);
-
-    const ShortcutItem *bare = ctx->shortcuts().at(1);
-    QCOMPARE(bare->iconData(), std::optional<QByteArray>(QByteArray()));
-    QCOMPARE(bare->nativeCreatedAt(), std::nullopt);
-    QCOMPARE(bare->lastRunAt(), std::nullopt);
-    QCOMPARE(bare->folder(), nullptr);
+    // Every field of every item, with dates to the millisecond and relationships by uuid; the
+    // folders, tags and lists with their names, trees, orders, symbols, colours and rules.
+    QCOMPARE(snapshot(*ctx), written);
+    QCOMPARE(exportDocument(*ctx), organisation);
+    QCOMPARE(written[20][QLatin1String("nativeCreatedAt")].toString(), "2023-05-06T07:08:09.123Z");
+    QVERIFY(written[21][QLatin1String("lastRunAt")].isNull());
+    QCOMPARE(ctx->shortcuts().at(20)->iconData(),
+             std::optional<QByteArray>(QByteArray("\x89PNG\0bytes", 10)));
+    QCOMPARE(ctx->shortcuts().at(21)->iconData(), std::optional<QByteArray>(QByteArray()));
+    QCOMPARE(ctx->smartList(listUuid)->name(), "Recent work");
+    // Both sides of every relationship are rebuilt.
+    for (ShortcutItem *i : ctx->shortcuts()) {
+        QVERIFY(!i->folder() || i->folder()->shortcuts().contains(i));
+        for (const Tag *t : i->tags())
+            QVERIFY(t->shortcuts().contains(i));
+    }
+    for (LibraryFolder *f : ctx->folders())
+        QVERIFY(!f->parent() || f->parent()->children().contains(f));
     QVERIFY(!ctx->hasChanges()); // loading is not a change
 }
 
@@ -168,41 +139,58 @@ void StoreTest::iconBytesAreReadOnFirstUse()
     QCOMPARE(db.scalar("SELECT count(*) FROM shortcut_icons")->toInt(), 0);
 }
 
+// Deleting nullifies: the folder's items and sub-folders move to no folder and the top level
+// (not to the deleted folder's parent), a tag leaves its items and sub-tags, in memory and on disk.
 void StoreTest::changesAndDeletesSurviveReopen()
 {
     QTemporaryDir dir;
     {
         auto ctx = open(dir);
-        auto *folder = ctx->insert(new LibraryFolder("Doomed"));
+        auto *parent = ctx->insert(new LibraryFolder("Parent"));
+        auto *folder = ctx->insert(new LibraryFolder("Doomed", parent));
         auto *kept = ctx->insert(new LibraryFolder("Kept", folder));
         auto *tag = ctx->insert(new Tag("Doomed tag", ""));
+        auto *subTag = ctx->insert(new Tag("Sub", "", tag));
         auto *item = ctx->insert(new ShortcutItem("ID", "Item"));
         auto *gone = ctx->insert(new ShortcutItem("ID2", "Gone"));
         item->setFolder(folder);
         item->addTag(tag);
-        gone->addTag(tag);
+        item->addTag(subTag);
+        gone->addTag(subTag);
         QVERIFY(ctx->save());
+        const QString folderUuid = folder->uuid();
         ctx->deleteRecord(folder);
+        QVERIFY(folder->isDeleted());
+        QCOMPARE(item->folder(), nullptr);
+        QCOMPARE(kept->parent(), nullptr);
+        QVERIFY(parent->children().isEmpty());
+        QVERIFY(!ctx->folders().contains(folder));
+        QCOMPARE(ctx->folder(folderUuid), nullptr);
         ctx->deleteRecord(tag);
+        QCOMPARE(item->tags(), QList<Tag *>{subTag});
+        QCOMPARE(subTag->parent(), nullptr);
         ctx->deleteRecord(gone);
+        QCOMPARE(subTag->shortcuts(), QList<ShortcutItem *>{item});
         item->setName("Renamed");
         kept->setName("Kept at top");
         QVERIFY(ctx->save());
     }
     auto ctx = open(dir);
     QCOMPARE(ctx->shortcuts().size(), 1);
-    QCOMPARE(ctx->shortcuts().at(0)->name(), "Renamed");
-    QCOMPARE(ctx->shortcuts().at(0)->folder(), nullptr);
-    QVERIFY(ctx->shortcuts().at(0)->tags().isEmpty());
-    QVERIFY(ctx->tags().isEmpty());
-    QCOMPARE(ctx->folders().size(), 1);
-    QCOMPARE(ctx->folders().at(0)->name(), "Kept at top");
-    QCOMPARE(ctx->folders().at(0)->parent(), nullptr);
-    QCOMPARE(ctx->store()->database().scalar("SELECT count(*) FROM shortcut_tags")->toInt(), 0);
+    const ShortcutItem *item = ctx->shortcuts().at(0);
+    QCOMPARE(item->name(), "Renamed");
+    QCOMPARE(item->folder(), nullptr);
+    QCOMPARE(item->tags().size(), 1);
+    QCOMPARE(ctx->tags().size(), 1);
+    QCOMPARE(ctx->tags().at(0)->parent(), nullptr);
+    QCOMPARE(ctx->folders().size(), 2);
+    QCOMPARE(ctx->folders().at(1)->name(), "Kept at top");
+    QCOMPARE(ctx->folders().at(1)->parent(), nullptr);
+    QCOMPARE(ctx->store()->database().scalar("SELECT count(*) FROM shortcut_tags")->toInt(), 1);
 
     // Ids are never reused after a delete and reopen.
     auto *fresh = ctx->insert(new ShortcutItem("ID3", "Fresh"));
-    QVERIFY(fresh->persistentId() > ctx->shortcuts().at(0)->persistentId());
+    QVERIFY(fresh->persistentId() > item->persistentId());
 }
 
 // Sync stamps lastSeenAt / isMissing and moves libraryOrder far more often than it changes
@@ -213,6 +201,7 @@ void StoreTest::seenStampsAndOrderSurviveReopen()
     QTemporaryDir dir;
     const QDateTime before = at("2024-01-01T00:00:00.000Z");
     const QDateTime later = at("2024-02-02T10:20:30.456Z");
+    QJsonArray written;
     {
         auto ctx = open(dir);
         for (int i = 1; i <= 7; ++i) {
@@ -232,22 +221,16 @@ void StoreTest::seenStampsAndOrderSurviveReopen()
         s[5]->setIsMissing(true);
         s[6]->setName(QStringLiteral("Renamed")); // a full row beside a stamp
         s[6]->setLastSeenAt(later);
+        written = snapshot(*ctx);
         QVERIFY(ctx->save());
     }
     auto ctx = open(dir);
-    const QList<ShortcutItem *> &s = ctx->shortcuts();
-    QCOMPARE(s.size(), 7);
-    const QList<bool> stamped = {true, true, true, true, false, true, true};
-    for (int i = 0; i < 7; ++i) {
-        QCOMPARE(s[i]->lastSeenAt(), stamped[i] ? later : before);
-        QCOMPARE(s[i]->isMissing(), i == 5);
-        QCOMPARE(s[i]->libraryOrder(), i == 2 ? 30 : i + 1);
-        QCOMPARE(s[i]->name(), i == 6 ? QStringLiteral("Renamed") : QString::number(i + 1));
-        QCOMPARE(s[i]->notes(), QStringLiteral("note %1").arg(i + 1));
-    }
+    QCOMPARE(snapshot(*ctx), written);
+    QCOMPARE(ctx->shortcuts().at(4)->lastSeenAt(), before);
 }
 
-void StoreTest::schemaVersionAndJournalAreRecorded()
+// A new store records its schema and journal mode; a save that fails midway writes nothing.
+void StoreTest::failedSaveWritesNothing()
 {
     QTemporaryDir dir;
     auto ctx = open(dir);
@@ -257,23 +240,16 @@ void StoreTest::schemaVersionAndJournalAreRecorded()
              LibraryStore::schemaVersionText);
     QCOMPARE(db.scalar("PRAGMA journal_mode")->toString(), "wal");
     QCOMPARE(LibraryStoreContainer::storePath(dir.path()), dir.filePath("Thimblecraft.store"));
-}
-
-void StoreTest::failedSaveWritesNothing()
-{
-    QTemporaryDir dir;
-    auto ctx = open(dir);
     auto *item = ctx->insert(new ShortcutItem("ID", "Before"));
     QVERIFY(ctx->save());
     // Break the icon table behind the context's back so the icon write fails mid-save.
-    QVERIFY(ctx->store()->database().exec("DROP TABLE shortcut_icons"));
+    QVERIFY(db.exec("DROP TABLE shortcut_icons"));
     item->setName("After");
     ctx->insert(new ShortcutItem("ID2", "New"))->setIconData(QByteArray("x"));
     QString error;
     QVERIFY(!ctx->save(&error));
     QVERIFY(!error.isEmpty());
     QVERIFY(ctx->hasChanges()); // nothing is forgotten: a later save can still write it
-    SqliteDatabase &db = ctx->store()->database();
     QCOMPARE(db.scalar("SELECT name FROM shortcut_items")->toString(), "Before");
     QCOMPARE(db.scalar("SELECT count(*) FROM shortcut_items")->toInt(), 1);
 }
