@@ -1,6 +1,5 @@
 // The helper shortcut's imports, the icon queue, the database pass and the icon upgrades.
 #include "SyncTestSupport.h"
-#include "common/ScriptedHost.h"
 #include "common/TestImages.h"
 #include "model/Clock.h"
 #include "shortcuts/IconProcessing.h"
@@ -39,13 +38,6 @@ public:
     }
 };
 
-QStringList ids(int n)
-{
-    QStringList out;
-    for (int i = 0; i < n; ++i)
-        out.append(QStringLiteral("ID%1").arg(i));
-    return out;
-}
 } // namespace
 
 class TestSyncHelperIcons : public QObject {
@@ -257,7 +249,7 @@ private slots:
     {
         SyncFixture f;
         QList<ShortcutSnapshot> list;
-        for (const QString &id : ids(20)) {
+        for (const QString &id : ids(0, 20)) {
             f.add(id, id);
             list.append(snapshot(id, id));
         }
@@ -281,7 +273,7 @@ private slots:
                                            SyncPhase::icons(20, 20), SyncPhase::idle()}));
         QCOMPARE(c.iconsTotal(), 0);
         QCOMPARE(c.iconsCompleted(), 0);
-        for (const QString &id : ids(20))
+        for (const QString &id : ids(0, 20))
             QVERIFY2(f.item(id)->hasIconData(), qPrintable(id));
         QVERIFY(!f.item("name:Placeholder")->hasIconData());
 
@@ -296,7 +288,7 @@ private slots:
     void blockedIcons()
     {
         SyncFixture f;
-        for (const QString &id : ids(5))
+        for (const QString &id : ids(0, 5))
             f.add(id, id);
         f.library.switches.scriptedIconsAllowed = false;
         f.publish();
@@ -322,35 +314,6 @@ private slots:
         runToEnd(f.controller->iconFetchFinished());
         QVERIFY(f.item("ID4")->iconData() != QByteArray("old"));
         QCOMPARE(f.settings->value(LibrarySyncController::iconFetchBlockedKey).toBool(), false);
-    }
-
-    // A refusal in the middle of a cycle ends the worker there: nothing of that cycle is stored
-    // and the phase goes straight back to idle.
-    void refusalInTheMiddleOfACycle()
-    {
-        SyncFixture f;
-        auto host = std::make_shared<ScriptedHost>();
-        const QByteArray png = SimulatedIconRenderer::renderPNG(QStringLiteral("star"),
-                                                                QColor(Qt::red), QColor(Qt::blue));
-        host->answer = [png](const QString &script) {
-            if (script.endsWith(QLatin1String("\"B\"")))
-                return ScriptHostReply::failure(-10004, QStringLiteral("A privilege violation."));
-            return ScriptHostReply::success(AppleEventDescriptor::data(DescriptorType::png, png));
-        };
-        ShortcutsEventsBridge bridge(host);
-        LibrarySyncController c(*f.context, bridge, *f.settings);
-        c.merge({snapshot("A", "A"), snapshot("B", "B"), snapshot("C", "C")});
-        QList<SyncPhase> phases;
-        connect(&c, &LibrarySyncController::phaseChanged, this, [&] { phases.append(c.phase()); });
-        c.startIconFetch();
-        runToEnd(c.iconFetchFinished());
-        QVERIFY(c.iconFetchBlocked());
-        QVERIFY(!f.item("A")->hasIconData());
-        QCOMPARE(host->scripts().size(), 2); // C was never asked for
-        QVERIFY(c.iconQueue().isEmpty());
-        QVERIFY(c.phase().isIdle());
-        for (const SyncPhase &phase : phases)
-            QVERIFY(!phase.isIcons());
     }
 
     // Dates, last runs and app icons from the Shortcuts database.
