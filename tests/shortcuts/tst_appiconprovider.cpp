@@ -81,16 +81,8 @@ private Q_SLOTS:
         QCOMPARE(heart.size(), QSize(128, 128));
         QCOMPARE(qAlpha(heart.pixel(0, 0)), 0); // rounded corner
         QVERIFY(near(heart.pixel(64, 3), Qt::white));
-        int heartPixels = 0;
-        QRect heartBox;
-        for (int y = 0; y < 128; ++y) {
-            for (int x = 0; x < 128; ++x) {
-                if (near(heart.pixel(x, y), QColor::fromRgbF(1.0, 0.23, 0.4), 4)) {
-                    ++heartPixels;
-                    heartBox |= QRect(x, y, 1, 1);
-                }
-            }
-        }
+        const auto [heartPixels, heartBox] = pixelsWhere(
+            heart, [](QRgb px) { return near(px, QColor::fromRgbF(1.0, 0.23, 0.4), 4); });
         QVERIFY2(heartPixels > 1000, qPrintable(QString::number(heartPixels)));
         // Centred, about 0.46 of the edge.
         QVERIFY(qAbs(heartBox.center().x() - 64) <= 2 && qAbs(heartBox.center().y() - 64) <= 2);

@@ -195,25 +195,20 @@ private slots:
                    "        {{\"ID-A\", \"ID-C\"}, {\"ID-C\", 5}, {\"ID-A\"}}}");
         const auto r = ShortcutsEventsBridge::decodeShortcutList(reply);
         QVERIFY(r);
-        const QList<ShortcutSnapshot> &s = r.value();
-        QCOMPARE(s.size(), 2);
-        QCOMPARE(s[0].identifier, QStringLiteral("ID-A"));
-        QCOMPARE(s[0].name, QStringLiteral("Alpha"));
-        QCOMPARE(s[0].subtitle, QStringLiteral("sub A"));
-        QCOMPARE(s[0].colorHex, QStringLiteral("#FF8000"));
-        QVERIFY(s[0].acceptsInput);
-        QCOMPARE(s[0].actionCount, 12);
-        // Listed under "Home" and then under the nameless third folder: the last one wins.
-        QCOMPARE(s[0].folderName, QString());
-        QCOMPARE(s[1].identifier, QStringLiteral("ID-C"));
-        QCOMPARE(s[1].name, QStringLiteral("Gamma"));
-        QCOMPARE(s[1].subtitle, QString());
-        QCOMPARE(s[1].colorHex, QStringLiteral("#00FF00"));
-        QVERIFY(s[1].acceptsInput); // 1 reads as true
-        QCOMPARE(s[1].actionCount, 4);
-        QCOMPARE(s[1].folderName, QStringLiteral("Work"));
-        QVERIFY(!s[1].createdAt && !s[1].modifiedAt && !s[1].iconImageData && !s[1].processedIcon &&
-                !s[1].libraryOrder);
+        // Listed under "Home" and then under the nameless third folder: the last one wins; 1
+        // reads as true.
+        QCOMPARE(r.value(), (QList<ShortcutSnapshot>{{.identifier = "ID-A",
+                                                      .name = "Alpha",
+                                                      .subtitle = "sub A",
+                                                      .colorHex = "#FF8000",
+                                                      .acceptsInput = true,
+                                                      .actionCount = 12},
+                                                     {.identifier = "ID-C",
+                                                      .name = "Gamma",
+                                                      .colorHex = "#00FF00",
+                                                      .acceptsInput = true,
+                                                      .actionCount = 4,
+                                                      .folderName = "Work"}}));
     }
 
     void colors_data()

@@ -76,103 +76,86 @@ private Q_SLOTS:
         QCOMPARE(result->topHex, result->topHex.toUpper());
 
         const QImage glyph = decodedPng(result->glyphPNG);
-        QVERIFY(!glyph.isNull());
         // The circle is half the icon wide: about 64 of 128 working pixels, cropped square.
         QCOMPARE(glyph.width(), glyph.height());
         QVERIFY2(qAbs(glyph.width() - 64) <= 2, qPrintable(QString::number(glyph.width())));
-        int opaque = 0;
-        for (int y = 0; y < glyph.height(); ++y) {
-            for (int x = 0; x < glyph.width(); ++x) {
-                const QRgb px = glyph.pixel(x, y);
-                if (qAlpha(px) == 0)
-                    continue;
-                // Soft edges fade in alpha, never in colour: every visible pixel is white.
-                QVERIFY(qRed(px) >= 250 && qGreen(px) >= 250 && qBlue(px) >= 250);
-                if (qAlpha(px) == 255)
-                    ++opaque;
-            }
-        }
+        // Soft edges fade in alpha, never in colour: every visible pixel is white.
+        QCOMPARE(pixelsWhere(glyph,
+                             [](QRgb px) {
+                                 return qAlpha(px) > 0 &&
+                                        (qRed(px) < 250 || qGreen(px) < 250 || qBlue(px) < 250);
+                             })
+                     .first,
+                 0);
         QCOMPARE(qAlpha(glyph.pixel(glyph.width() / 2, glyph.height() / 2)), 255);
         QVERIFY(qAlpha(glyph.pixel(0, 0)) == 0); // outside the circle
-        QVERIFY(opaque > 2500);                  // ~ pi * 32^2 minus the rim
+        // ~ pi * 32^2 minus the rim
+        QVERIFY(pixelsWhere(glyph, [](QRgb px) { return qAlpha(px) == 255; }).first > 2500);
     }
 
-    void colouredGlyphKeepsItsColours()
+    // One pixel of a 64 x 64 glyph cut from a 128-pixel working copy: its colour and alpha.
+    void glyphPixels_data()
     {
+        QTest::addColumn<QImage>("icon");
+        QTest::addColumn<QPoint>("at");
+        QTest::addColumn<QColor>("expected");
+        QTest::addColumn<int>("tolerance");
         const QColor blue(20, 60, 230);
         const QColor yellow(250, 220, 20);
-        const QImage source = gradientIcon(256, kRed, kOrange, [&](QPainter &p, int) {
+        const QImage coloured = gradientIcon(256, kRed, kOrange, [&](QPainter &p, int) {
             p.fillRect(QRect(64, 64, 64, 128), blue);
             p.fillRect(QRect(128, 64, 64, 128), yellow);
         });
-        const auto result = IconProcessing::process(encodedImage(source));
-        QVERIFY(result.has_value());
-        const QImage glyph = decodedPng(result->glyphPNG);
-        // 64 x 64 working pixels of glyph; the crop is square.
-        QCOMPARE(glyph.width(), 64);
-        QCOMPARE(glyph.height(), 64);
-        const QRgb left = glyph.pixel(16, 32);
-        const QRgb right = glyph.pixel(48, 32);
-        QCOMPARE(qAlpha(left), 255);
-        QVERIFY(qAbs(qRed(left) - blue.red()) <= 2 && qAbs(qBlue(left) - blue.blue()) <= 2);
-        QCOMPARE(qAlpha(right), 255);
-        QVERIFY(qAbs(qRed(right) - yellow.red()) <= 2 && qAbs(qGreen(right) - yellow.green()) <= 2);
-    }
-
-    void backgroundInsideGlyphBecomesTransparent()
-    {
+        QTest::newRow("coloured glyph, blue half") << coloured << QPoint(16, 32) << blue << 2;
+        QTest::newRow("coloured glyph, yellow half") << coloured << QPoint(48, 32) << yellow << 2;
         // A white frame whose inside shows the gradient again, as the letter O shows the
-        // background.
-        const QImage source = gradientIcon(256, kRed, kOrange, [](QPainter &p, int edge) {
+        // background: the inside is transparent.
+        const QImage frame = gradientIcon(256, kRed, kOrange, [](QPainter &p, int edge) {
             p.fillRect(QRect(64, 64, 128, 128), Qt::white);
             p.fillRect(QRect(96, 96, 64, 64), verticalGradient(edge, kRed, kOrange));
         });
-        const auto result = IconProcessing::process(encodedImage(source));
-        QVERIFY(result.has_value());
-        const QImage glyph = decodedPng(result->glyphPNG);
-        QCOMPARE(glyph.size(), QSize(64, 64));
-        QCOMPARE(qAlpha(glyph.pixel(32, 32)), 0);
-        QCOMPARE(qAlpha(glyph.pixel(4, 32)), 255);
-        QCOMPARE(qAlpha(glyph.pixel(32, 60)), 255);
-    }
-
-    void whiteThreshold_data()
-    {
-        QTest::addColumn<double>("backgroundGrey");
-        QTest::addColumn<double>("glyphGrey");
-        QTest::addColumn<int>("expectedAlpha");
-        QTest::addColumn<bool>("expectWhite");
-        // Dark background: threshold 0.6, so grey 0.8 is half way to white.
-        QTest::newRow("dark, grey 0.8") << 0.05 << 0.8 << 128 << true;
-        QTest::newRow("dark, white") << 0.05 << 1.0 << 255 << true;
-        // Light background: threshold 0.9, so grey 0.95 is half way to white.
-        QTest::newRow("light, grey 0.95") << 0.8 << 0.95 << 128 << true;
-        QTest::newRow("light, white") << 0.8 << 1.0 << 255 << true;
+        const QColor clear(0, 0, 0, 0);
+        const QColor white(Qt::white);
+        QTest::newRow("frame, inside") << frame << QPoint(32, 32) << clear << 0;
+        QTest::newRow("frame, left side") << frame << QPoint(4, 32) << white << 2;
+        QTest::newRow("frame, bottom side") << frame << QPoint(32, 60) << white << 2;
+        // A grey square on a grey background. Dark background: threshold 0.6, so grey 0.8 is
+        // half way to white. Light background: threshold 0.9, so grey 0.95 is.
+        auto square = [](double background, double glyph) {
+            const QColor bg = QColor::fromRgbF(background, background, background);
+            const QColor fg = QColor::fromRgbF(glyph, glyph, glyph);
+            return gradientIcon(128, bg, bg,
+                                [&](QPainter &p, int) { p.fillRect(QRect(32, 32, 64, 64), fg); });
+        };
+        const QColor halfWhite(255, 255, 255, 128);
+        QTest::newRow("dark, grey 0.8") << square(0.05, 0.8) << QPoint(32, 32) << halfWhite << 4;
+        QTest::newRow("dark, white") << square(0.05, 1.0) << QPoint(32, 32) << white << 4;
+        QTest::newRow("light, grey 0.95") << square(0.8, 0.95) << QPoint(32, 32) << halfWhite << 4;
+        QTest::newRow("light, white") << square(0.8, 1.0) << QPoint(32, 32) << white << 4;
         // Below the threshold a glyph pixel counts as coloured and keeps its own colour.
-        QTest::newRow("light, grey 0.3") << 0.8 << 0.3 << 255 << false;
+        QTest::newRow("light, grey 0.3")
+            << square(0.8, 0.3) << QPoint(32, 32) << QColor::fromRgbF(0.3, 0.3, 0.3) << 1;
     }
 
-    void whiteThreshold()
+    void glyphPixels()
     {
-        QFETCH(double, backgroundGrey);
-        QFETCH(double, glyphGrey);
-        QFETCH(int, expectedAlpha);
-        QFETCH(bool, expectWhite);
-        const QColor bg = QColor::fromRgbF(backgroundGrey, backgroundGrey, backgroundGrey);
-        const QColor fg = QColor::fromRgbF(glyphGrey, glyphGrey, glyphGrey);
-        const QImage source = gradientIcon(
-            128, bg, bg, [&](QPainter &p, int) { p.fillRect(QRect(32, 32, 64, 64), fg); });
-        const auto result = IconProcessing::process(encodedImage(source));
+        QFETCH(QImage, icon);
+        QFETCH(QPoint, at);
+        QFETCH(QColor, expected);
+        QFETCH(int, tolerance);
+        const auto result = IconProcessing::process(encodedImage(icon));
         QVERIFY(result.has_value());
         const QImage glyph = decodedPng(result->glyphPNG);
         QCOMPARE(glyph.size(), QSize(64, 64));
-        const QRgb centre = glyph.pixel(32, 32);
-        QVERIFY2(qAbs(qAlpha(centre) - expectedAlpha) <= 4,
-                 qPrintable(QString::number(qAlpha(centre))));
-        if (expectWhite)
-            QCOMPARE(qRed(centre), 255);
-        else
-            QVERIFY(qAbs(qRed(centre) - fg.red()) <= 1);
+        const QColor got = glyph.pixelColor(at);
+        const auto text =
+            QStringLiteral("%1 alpha %2").arg(got.name(), QString::number(got.alpha()));
+        QVERIFY2(qAbs(got.alpha() - expected.alpha()) <= tolerance, qPrintable(text));
+        if (expected.alpha() > 0)
+            QVERIFY2(qAbs(got.red() - expected.red()) <= tolerance &&
+                         qAbs(got.green() - expected.green()) <= tolerance &&
+                         qAbs(got.blue() - expected.blue()) <= tolerance,
+                     qPrintable(text));
     }
 
     void noResult_data()
@@ -261,10 +244,7 @@ private Q_SLOTS:
         QVERIFY(result);
         const QImage glyph = decodedPng(result->glyphPNG);
         QCOMPARE(glyph.width(), glyph.height());
-        int opaque = 0;
-        for (int y = 0; y < glyph.height(); ++y)
-            for (int x = 0; x < glyph.width(); ++x)
-                opaque += qAlpha(glyph.pixel(x, y)) > 200 ? 1 : 0;
+        const int opaque = pixelsWhere(glyph, [](QRgb px) { return qAlpha(px) > 200; }).first;
         QVERIFY2(opaque > 150, qPrintable(QString::number(opaque)));
 
         // The glyph's first and last inked rows are as far from the top as from the bottom.
@@ -272,20 +252,12 @@ private Q_SLOTS:
             gradientIcon(128, QColor(200, 40, 40), QColor(230, 120, 40),
                          [](QPainter &p, int) { p.fillRect(QRect(24, 40, 80, 20), Qt::white); });
         const QImage car = decodedPng(IconProcessing::process(encodedImage(high))->glyphPNG);
-        int top = -1, bottom = -1;
-        for (int y = 0; y < car.height(); ++y) {
-            for (int x = 0; x < car.width(); ++x) {
-                if (qAlpha(car.pixel(x, y)) > 8) {
-                    top = top < 0 ? y : top;
-                    bottom = y;
-                }
-            }
-        }
-        QVERIFY(top >= 0);
-        QVERIFY2(
-            qAbs(top - (car.height() - 1 - bottom)) <= 1,
-            qPrintable(QStringLiteral("%1 rows above, %2 below")
-                           .arg(QString::number(top), QString::number(car.height() - 1 - bottom))));
+        const QRect ink = pixelsWhere(car, [](QRgb px) { return qAlpha(px) > 8; }).second;
+        QVERIFY(!ink.isNull());
+        const int below = car.height() - 1 - ink.bottom();
+        QVERIFY2(qAbs(ink.top() - below) <= 1,
+                 qPrintable(QStringLiteral("%1 rows above, %2 below")
+                                .arg(QString::number(ink.top()), QString::number(below))));
     }
 
     // A Display P3 icon: its colours are converted before they are measured.

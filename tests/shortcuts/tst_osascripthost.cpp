@@ -63,15 +63,17 @@ private slots:
         ShortcutsEventsBridge bridge(std::make_shared<OsascriptHost>(fake.program()));
         const auto r = awaitTask(bridge.listShortcuts());
         QVERIFY(r);
-        QCOMPARE(r.value().size(), 2);
-        QCOMPARE(r.value()[0].name, QStringLiteral("Morning \"Routine\""));
-        QCOMPARE(r.value()[0].colorHex, QStringLiteral("#FF8000"));
-        QCOMPARE(r.value()[0].folderName, QString());
-        QCOMPARE(r.value()[1].colorHex, QStringLiteral("#0000FF"));
-        QCOMPARE(r.value()[1].subtitle, QStringLiteral("Add a glass"));
-        QVERIFY(r.value()[1].acceptsInput);
-        QCOMPARE(r.value()[1].actionCount, 2);
-        QCOMPARE(r.value()[1].folderName, QStringLiteral("Health"));
+        QCOMPARE(r.value(), (QList<ShortcutSnapshot>{{.identifier = "9F1C-1",
+                                                      .name = "Morning \"Routine\"",
+                                                      .colorHex = "#FF8000",
+                                                      .actionCount = 12},
+                                                     {.identifier = "9F1C-2",
+                                                      .name = "Log Water",
+                                                      .subtitle = "Add a glass",
+                                                      .colorHex = "#0000FF",
+                                                      .acceptsInput = true,
+                                                      .actionCount = 2,
+                                                      .folderName = "Health"}}));
         QCOMPARE(fake.recorded(QStringLiteral("stdin")),
                  ShortcutsEventsBridge::listScript().toUtf8());
 
