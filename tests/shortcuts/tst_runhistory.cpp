@@ -50,10 +50,8 @@ private slots:
 
     void everySourceRecordsOnce()
     {
-        auto *item =
-            m_context->insert(new ShortcutItem(QStringLiteral("ID-1"), QStringLiteral("Ok")));
-        auto *broken =
-            m_context->insert(new ShortcutItem(QStringLiteral("ID-2"), QStringLiteral("Broken")));
+        auto *item = add("ID-1", "Ok");
+        auto *broken = add("ID-2", "Broken");
         QVERIFY(m_context->save());
 
         // The count and an unfinished entry are saved together, before the run starts.
@@ -105,8 +103,7 @@ private slots:
 
     void keptOnlyWhenAsked()
     {
-        auto *item =
-            m_context->insert(new ShortcutItem(QStringLiteral("ID-1"), QStringLiteral("Ok")));
+        auto *item = add("ID-1", "Ok");
         LibrarySettings::setKeepRunHistory(false);
         runAndWait(item, std::nullopt, RunSource::window);
         m_runner->handleCallbackURL(QStringLiteral("thimblecraft://run-error?name=Ok"));
@@ -118,12 +115,9 @@ private slots:
 
     void callbacksNameOneShortcut()
     {
-        auto *a =
-            m_context->insert(new ShortcutItem(QStringLiteral("ID-1"), QStringLiteral("Twin")));
-        auto *b =
-            m_context->insert(new ShortcutItem(QStringLiteral("ID-2"), QStringLiteral("Twin")));
-        auto *c =
-            m_context->insert(new ShortcutItem(QStringLiteral("ID-3"), QStringLiteral("twin")));
+        auto *a = add("ID-1", "Twin");
+        auto *b = add("ID-2", "Twin");
+        auto *c = add("ID-3", "twin");
         QVERIFY(m_context->save());
         m_runner->handleCallbackURL(QStringLiteral("thimblecraft://run-success?name=Twin"));
         m_runner->handleCallbackURL(QStringLiteral("thimblecraft://run-success?name=Nobody"));
@@ -139,12 +133,10 @@ private slots:
 
     void boundsAndTruncation()
     {
-        auto *busy =
-            m_context->insert(new ShortcutItem(QStringLiteral("ID-1"), QStringLiteral("A")));
-        auto *other =
-            m_context->insert(new ShortcutItem(QStringLiteral("ID-2"), QStringLiteral("B")));
+        auto *busy = add("ID-1", "A");
+        auto *other = add("ID-2", "B");
         QVERIFY(m_context->save());
-        auto add = [&](ShortcutItem *item, int count) {
+        auto addRuns = [&](ShortcutItem *item, int count) {
             for (int i = 0; i < count; ++i) {
                 RunEntry e;
                 e.itemId = item->persistentId();
@@ -155,7 +147,7 @@ private slots:
             }
             QVERIFY(m_context->save());
         };
-        add(busy, RunEntry::maxPerShortcut + 5);
+        addRuns(busy, RunEntry::maxPerShortcut + 5);
         QList<RunEntry> kept = historyOf(busy);
         QCOMPARE(kept.size(), RunEntry::maxPerShortcut);
         QCOMPARE(kept.first().text, QString::number(RunEntry::maxPerShortcut + 4));
@@ -163,9 +155,8 @@ private slots:
 
         // Over the whole library the oldest go, whichever shortcut they belong to.
         for (int i = 0; i < RunEntry::maxEntries / RunEntry::maxPerShortcut; ++i) {
-            auto *item = m_context->insert(
-                new ShortcutItem(QStringLiteral("F-%1").arg(i), QStringLiteral("F")));
-            add(item, RunEntry::maxPerShortcut);
+            auto *item = add(QStringLiteral("F-%1").arg(i), "F");
+            addRuns(item, RunEntry::maxPerShortcut);
         }
         QVERIFY(historyOf(busy).isEmpty());
         QCOMPARE(m_context->runHistory({}).size(), RunEntry::maxEntries);
@@ -196,10 +187,8 @@ private slots:
 
     void followsTheRecord()
     {
-        auto *placeholder = m_context->insert(
-            new ShortcutItem(QStringLiteral("name:Lights"), QStringLiteral("Lights")));
-        auto *gone =
-            m_context->insert(new ShortcutItem(QStringLiteral("ID-9"), QStringLiteral("Gone")));
+        auto *placeholder = add("name:Lights", "Lights");
+        auto *gone = add("ID-9", "Gone");
         QVERIFY(m_context->save());
         runAndWait(placeholder, std::nullopt, RunSource::window);
         runAndWait(gone, std::nullopt, RunSource::window);
@@ -275,6 +264,11 @@ private:
         [&] { QTRY_VERIFY(m_runner->runningIdentifiers().isEmpty()); }();
         const QList<RunEntry> entries = historyOf(item);
         return entries.isEmpty() ? RunEntry() : entries.first();
+    }
+
+    ShortcutItem *add(const QString &identifier, const QString &name)
+    {
+        return m_context->insert(new ShortcutItem(identifier, name));
     }
 
     QList<RunEntry> historyOf(const ShortcutItem *item) const

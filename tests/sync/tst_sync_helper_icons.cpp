@@ -42,9 +42,19 @@ public:
 
 class TestSyncHelperIcons : public QObject {
     Q_OBJECT
+    QDateTime m_now;
 
 private slots:
-    void cleanup() { SimulatedHelperShortcut::setIntentSender({}); }
+    void init()
+    {
+        m_now = QDateTime(QDate(2024, 1, 1), QTime(8, 0), Qt::UTC);
+        Clock::setOverride([this] { return m_now; });
+    }
+    void cleanup()
+    {
+        Clock::setOverride({});
+        SimulatedHelperShortcut::setIntentSender({});
+    }
 
     // What an import turns into before it is merged.
     void importSnapshots()
@@ -101,21 +111,18 @@ private slots:
     {
         SyncFixture f;
         auto &c = *f.controller;
-        QDateTime now(QDate(2024, 1, 1), QTime(8, 0), Qt::UTC);
-        Clock::setOverride([&now] { return now; });
         c.enqueueImport(snapshot("A", "Alpha"));
         QVERIFY(c.isFlushScheduled());
         QTest::qWait(300);
         c.enqueueImport(snapshot("B", "Beta"));
         QCOMPARE(c.pendingImportCount(), 2);
         QVERIFY(f.context->shortcuts().isEmpty());
-        now = now.addSecs(1); // the merge's time, taken once for the batch
+        m_now = m_now.addSecs(1); // the merge's time, taken once for the batch
         QTRY_COMPARE_WITH_TIMEOUT(c.pendingImportCount(), 0, 2000);
         QCOMPARE(f.context->shortcuts().size(), 2);
-        QCOMPARE(f.item("A")->lastSeenAt(), now);
-        QCOMPARE(f.item("B")->lastSeenAt(), now);
+        QCOMPARE(f.item("A")->lastSeenAt(), m_now);
+        QCOMPARE(f.item("B")->lastSeenAt(), m_now);
         QVERIFY(!c.isFlushScheduled());
-        Clock::setOverride({});
     }
 
     // Begin, imports and Finish, including the odd orders a helper can produce.
@@ -123,18 +130,16 @@ private slots:
     {
         SyncFixture f;
         auto &c = *f.controller;
-        QDateTime now(QDate(2024, 1, 1), QTime(8, 0), Qt::UTC);
-        Clock::setOverride([&now] { return now; });
         c.merge({snapshot("A", "Alpha"), snapshot("B", "Beta"), snapshot("C", "Gamma")});
 
         // Finish without Begin: nothing missing, the total is every record.
         auto summary = c.finishIncrementalSync();
         QCOMPARE(*summary, (SyncSummary{0, 0, 0, 3}));
 
-        now = now.addSecs(10);
+        m_now = m_now.addSecs(10);
         c.beginIncrementalSync();
         QVERIFY(f.settings->contains(LibrarySyncController::incrementalSyncStartedAtKey));
-        now = now.addSecs(1);
+        m_now = m_now.addSecs(1);
         c.enqueueImport(snapshot("A", "Alpha"));
         c.enqueueImport(snapshot("", "Gamma"));
         // Finish right after the burst: the queued imports are merged first.
@@ -144,12 +149,11 @@ private slots:
         QVERIFY(f.item("B")->isMissing());
         QVERIFY(!f.item("A")->isMissing() && !f.item("C")->isMissing());
         QVERIFY(!f.settings->contains(LibrarySyncController::incrementalSyncStartedAtKey));
-        QCOMPARE(c.lastSyncDate(), now);
+        QCOMPARE(c.lastSyncDate(), m_now);
         QCOMPARE(c.pendingImportCount(), 0);
         // A second Finish uses the distant past and marks nothing more.
         summary = c.finishIncrementalSync();
         QCOMPARE(*summary, (SyncSummary{0, 0, 0, 3}));
-        Clock::setOverride({});
     }
 
     // The helper shortcut: install through the workspace, run through the intent sender.
