@@ -385,15 +385,11 @@ private slots:
         QCOMPARE(host->scripts(), expected);
         QCOMPARE(most.load(), 1);
         QVERIFY(!wrongThread);
+        // One labelled queue, at the priority of work the user asked for.
         QCOMPARE(ShortcutsEventsBridge::queue().maxThreadCount(), 1);
-    }
-
-    void queueIsLabelledAndUserInitiated()
-    {
         QCOMPARE(ShortcutsEventsBridge::queue().objectName(),
                  QStringLiteral("com.thimblecraft.Thimblecraft.shortcuts-events"));
         QCOMPARE(ShortcutsEventsBridge::queue().threadPriority(), QThread::HighPriority);
-        QCOMPARE(ShortcutsEventsBridge::queue().maxThreadCount(), 1);
     }
 };
 
