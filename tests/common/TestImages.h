@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <functional>
 #include <optional>
+#include <utility>
 
 // Image bytes in the given format, as a file or a script reply would carry them.
 inline QByteArray encodedImage(const QImage &image, const char *format = "PNG")
@@ -53,4 +54,20 @@ inline QImage gradientIcon(int edge, const QColor &top, const QColor &bottom,
         glyph(p, edge);
     }
     return image;
+}
+
+// How many pixels pass the test, and the smallest rectangle that holds them all.
+inline std::pair<int, QRect> pixelsWhere(const QImage &image, const std::function<bool(QRgb)> &test)
+{
+    int count = 0;
+    QRect box;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (test(image.pixel(x, y))) {
+                ++count;
+                box |= QRect(x, y, 1, 1);
+            }
+        }
+    }
+    return {count, box};
 }

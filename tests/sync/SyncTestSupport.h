@@ -63,6 +63,20 @@ inline ShortcutSnapshot snapshot(const QString &identifier, const QString &name)
     return s;
 }
 
+inline QString idAt(int i)
+{
+    return QStringLiteral("ID%1").arg(i);
+}
+
+// ID<from> up to, not including, ID<to>.
+inline QStringList ids(int from, int to)
+{
+    QStringList out;
+    for (int i = from; i < to; ++i)
+        out.append(idAt(i));
+    return out;
+}
+
 // Runs a task to its end, keeping the event loop turning.
 template<typename T> void runToEnd(QCoro::Task<T> &&task)
 {

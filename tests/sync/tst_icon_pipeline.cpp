@@ -14,19 +14,6 @@
 namespace {
 enum class Answer { icon, nil, failure, refusal };
 
-QString idAt(int i)
-{
-    return QStringLiteral("ID%1").arg(i);
-}
-
-QStringList ids(int from, int to)
-{
-    QStringList out;
-    for (int i = from; i < to; ++i)
-        out.append(idAt(i));
-    return out;
-}
-
 // An icon of its own per identifier: glyph and colours differ, so a result applied to the wrong
 // record shows.
 QByteArray iconOf(int i)
@@ -218,6 +205,7 @@ private slots:
         verifyIcons(f, library, ids(0, storedCycles * LibrarySyncController::iconCycleSize));
         QVERIFY(q.controller->iconFetchBlocked());
         QVERIFY(q.controller->iconQueue().isEmpty());
+        QVERIFY(q.controller->phase().isIdle());
         QVERIFY(q.controller->priorityIdentifiers().isEmpty());
     }
 

@@ -1,6 +1,5 @@
 // The helper shortcut's imports, the icon queue, the database pass and the icon upgrades.
 #include "SyncTestSupport.h"
-#include "common/ScriptedHost.h"
 #include "common/TestImages.h"
 #include "model/Clock.h"
 #include "shortcuts/IconProcessing.h"
@@ -39,20 +38,23 @@ public:
     }
 };
 
-QStringList ids(int n)
-{
-    QStringList out;
-    for (int i = 0; i < n; ++i)
-        out.append(QStringLiteral("ID%1").arg(i));
-    return out;
-}
 } // namespace
 
 class TestSyncHelperIcons : public QObject {
     Q_OBJECT
+    QDateTime m_now;
 
 private slots:
-    void cleanup() { SimulatedHelperShortcut::setIntentSender({}); }
+    void init()
+    {
+        m_now = QDateTime(QDate(2024, 1, 1), QTime(8, 0), Qt::UTC);
+        Clock::setOverride([this] { return m_now; });
+    }
+    void cleanup()
+    {
+        Clock::setOverride({});
+        SimulatedHelperShortcut::setIntentSender({});
+    }
 
     // What an import turns into before it is merged.
     void importSnapshots()
@@ -109,21 +111,18 @@ private slots:
     {
         SyncFixture f;
         auto &c = *f.controller;
-        QDateTime now(QDate(2024, 1, 1), QTime(8, 0), Qt::UTC);
-        Clock::setOverride([&now] { return now; });
         c.enqueueImport(snapshot("A", "Alpha"));
         QVERIFY(c.isFlushScheduled());
         QTest::qWait(300);
         c.enqueueImport(snapshot("B", "Beta"));
         QCOMPARE(c.pendingImportCount(), 2);
         QVERIFY(f.context->shortcuts().isEmpty());
-        now = now.addSecs(1); // the merge's time, taken once for the batch
+        m_now = m_now.addSecs(1); // the merge's time, taken once for the batch
         QTRY_COMPARE_WITH_TIMEOUT(c.pendingImportCount(), 0, 2000);
         QCOMPARE(f.context->shortcuts().size(), 2);
-        QCOMPARE(f.item("A")->lastSeenAt(), now);
-        QCOMPARE(f.item("B")->lastSeenAt(), now);
+        QCOMPARE(f.item("A")->lastSeenAt(), m_now);
+        QCOMPARE(f.item("B")->lastSeenAt(), m_now);
         QVERIFY(!c.isFlushScheduled());
-        Clock::setOverride({});
     }
 
     // Begin, imports and Finish, including the odd orders a helper can produce.
@@ -131,18 +130,16 @@ private slots:
     {
         SyncFixture f;
         auto &c = *f.controller;
-        QDateTime now(QDate(2024, 1, 1), QTime(8, 0), Qt::UTC);
-        Clock::setOverride([&now] { return now; });
         c.merge({snapshot("A", "Alpha"), snapshot("B", "Beta"), snapshot("C", "Gamma")});
 
         // Finish without Begin: nothing missing, the total is every record.
         auto summary = c.finishIncrementalSync();
         QCOMPARE(*summary, (SyncSummary{0, 0, 0, 3}));
 
-        now = now.addSecs(10);
+        m_now = m_now.addSecs(10);
         c.beginIncrementalSync();
         QVERIFY(f.settings->contains(LibrarySyncController::incrementalSyncStartedAtKey));
-        now = now.addSecs(1);
+        m_now = m_now.addSecs(1);
         c.enqueueImport(snapshot("A", "Alpha"));
         c.enqueueImport(snapshot("", "Gamma"));
         // Finish right after the burst: the queued imports are merged first.
@@ -152,12 +149,11 @@ private slots:
         QVERIFY(f.item("B")->isMissing());
         QVERIFY(!f.item("A")->isMissing() && !f.item("C")->isMissing());
         QVERIFY(!f.settings->contains(LibrarySyncController::incrementalSyncStartedAtKey));
-        QCOMPARE(c.lastSyncDate(), now);
+        QCOMPARE(c.lastSyncDate(), m_now);
         QCOMPARE(c.pendingImportCount(), 0);
         // A second Finish uses the distant past and marks nothing more.
         summary = c.finishIncrementalSync();
         QCOMPARE(*summary, (SyncSummary{0, 0, 0, 3}));
-        Clock::setOverride({});
     }
 
     // The helper shortcut: install through the workspace, run through the intent sender.
@@ -257,7 +253,7 @@ private slots:
     {
         SyncFixture f;
         QList<ShortcutSnapshot> list;
-        for (const QString &id : ids(20)) {
+        for (const QString &id : ids(0, 20)) {
             f.add(id, id);
             list.append(snapshot(id, id));
         }
@@ -281,7 +277,7 @@ private slots:
                                            SyncPhase::icons(20, 20), SyncPhase::idle()}));
         QCOMPARE(c.iconsTotal(), 0);
         QCOMPARE(c.iconsCompleted(), 0);
-        for (const QString &id : ids(20))
+        for (const QString &id : ids(0, 20))
             QVERIFY2(f.item(id)->hasIconData(), qPrintable(id));
         QVERIFY(!f.item("name:Placeholder")->hasIconData());
 
@@ -296,7 +292,7 @@ private slots:
     void blockedIcons()
     {
         SyncFixture f;
-        for (const QString &id : ids(5))
+        for (const QString &id : ids(0, 5))
             f.add(id, id);
         f.library.switches.scriptedIconsAllowed = false;
         f.publish();
@@ -322,35 +318,6 @@ private slots:
         runToEnd(f.controller->iconFetchFinished());
         QVERIFY(f.item("ID4")->iconData() != QByteArray("old"));
         QCOMPARE(f.settings->value(LibrarySyncController::iconFetchBlockedKey).toBool(), false);
-    }
-
-    // A refusal in the middle of a cycle ends the worker there: nothing of that cycle is stored
-    // and the phase goes straight back to idle.
-    void refusalInTheMiddleOfACycle()
-    {
-        SyncFixture f;
-        auto host = std::make_shared<ScriptedHost>();
-        const QByteArray png = SimulatedIconRenderer::renderPNG(QStringLiteral("star"),
-                                                                QColor(Qt::red), QColor(Qt::blue));
-        host->answer = [png](const QString &script) {
-            if (script.endsWith(QLatin1String("\"B\"")))
-                return ScriptHostReply::failure(-10004, QStringLiteral("A privilege violation."));
-            return ScriptHostReply::success(AppleEventDescriptor::data(DescriptorType::png, png));
-        };
-        ShortcutsEventsBridge bridge(host);
-        LibrarySyncController c(*f.context, bridge, *f.settings);
-        c.merge({snapshot("A", "A"), snapshot("B", "B"), snapshot("C", "C")});
-        QList<SyncPhase> phases;
-        connect(&c, &LibrarySyncController::phaseChanged, this, [&] { phases.append(c.phase()); });
-        c.startIconFetch();
-        runToEnd(c.iconFetchFinished());
-        QVERIFY(c.iconFetchBlocked());
-        QVERIFY(!f.item("A")->hasIconData());
-        QCOMPARE(host->scripts().size(), 2); // C was never asked for
-        QVERIFY(c.iconQueue().isEmpty());
-        QVERIFY(c.phase().isIdle());
-        for (const SyncPhase &phase : phases)
-            QVERIFY(!phase.isIcons());
     }
 
     // Dates, last runs and app icons from the Shortcuts database.
