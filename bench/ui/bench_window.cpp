@@ -28,7 +28,10 @@ struct Figures {
     int shortcuts = 0;
     double baseline = 0;
     LatencySummary keystroke, toggle, section, select, scroll;
-    int unpainted = 0;
+    int unpainted = 0; // of the interaction being measured
+    // Per interaction that had any: how many samples ended without a paint, of how many.
+    QStringList unpaintedNotes;
+    bool somethingNeverPainted = false;
 };
 
 // Typed one character at a time; cleared (unmeasured) between queries.
@@ -97,6 +100,7 @@ Figures measure(const WindowLibrary::Shape &shape, const QString &dataDirectory,
     BenchWindow shown(*context, QSize(1400, 900));
     shown.syncer.setIconFetchBlocked(true); // nothing fetched behind the figures' back
     LibraryWindow &window = shown.window;
+    shown.navigation.setShowInspector(true); // a click is measured until the details show it
     window.show();
     settle();
     ShortcutCollectionView *collection = window.collection();
@@ -198,8 +202,17 @@ Figures measure(const WindowLibrary::Shape &shape, const QString &dataDirectory,
                      {"select", &f.select, selections},
                      {"scroll", &f.scroll, scrollSteps}};
     for (const auto &[name, summary, run] : interactions) {
-        if (options.only.isEmpty() || options.only == QLatin1String(name))
-            *summary = LatencySummary::of(run());
+        if (!options.only.isEmpty() && options.only != QLatin1String(name))
+            continue;
+        f.unpainted = 0;
+        const QList<double> samples = run();
+        *summary = LatencySummary::of(samples);
+        // A keystroke that leaves the results as they were has nothing to paint; an interaction
+        // that never paints measures nothing.
+        if (f.unpainted > 0)
+            f.unpaintedNotes
+                << QStringLiteral("%1 %2 of %3").arg(name).arg(f.unpainted).arg(samples.size());
+        f.somethingNeverPainted |= f.unpainted == samples.size();
     }
     return f;
 }
@@ -214,8 +227,9 @@ void printFigures(const Figures &f)
     f.section.print("section switch", f.baseline);
     f.select.print("tile clicked -> inspector filled", f.baseline);
     f.scroll.print("grid scroll, one wheel notch (icons)", f.baseline);
-    if (f.unpainted)
-        std::printf("samples that ended without a paint: %d\n", f.unpainted);
+    if (!f.unpaintedNotes.isEmpty())
+        std::printf("samples that ended without a paint: %s\n",
+                    qPrintable(f.unpaintedNotes.join(QStringLiteral(", "))));
 }
 
 void printGrowth(const Figures &standard, const Figures &large)
@@ -264,6 +278,13 @@ int main(int argc, char *argv[])
         std::printf("target: p99 <= %.1f ms each (one frame at 60 Hz): %s\n", frameBudget,
                     met ? "met" : "missed");
     }
+    const auto measuredNothing = [](const Figures &f) {
+        if (f.somethingNeverPainted)
+            std::fprintf(stderr, "an interaction never painted: its figures measure nothing\n");
+        return f.somethingNeverPainted;
+    };
+    if (measuredNothing(standard))
+        return 1;
     if (quick || size == "standard")
         return 0;
 
@@ -276,5 +297,5 @@ int main(int argc, char *argv[])
         printGrowth(standard, large);
     std::printf("target at %d: search keystroke p99 <= 50 ms: %s\n", large.shortcuts,
                 large.keystroke.p99 <= 50 ? "met" : "missed");
-    return 0;
+    return measuredNothing(large) ? 1 : 0;
 }

@@ -10,6 +10,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
+#include <QPixmapCache>
 #include <QToolButton>
 
 TagChip::TagChip(Tag *tag, QWidget *parent) : QWidget(parent), m_tag(tag)
@@ -36,20 +37,45 @@ TagChip::TagChip(Tag *tag, QWidget *parent) : QWidget(parent), m_tag(tag)
     connect(remove, &QToolButton::clicked, this, [this] { emit removeRequested(m_tag); });
 }
 
-void TagChip::paintEvent(QPaintEvent *)
+namespace {
+// Antialiased curves are costly to fill and a selection repaints every chip of the shortcut:
+// each colour and size is drawn once and kept.
+QPixmap chipBackground(const QColor &colour, const QSize &size, qreal dpr)
 {
-    QPainter painter(this);
+    const QSize pixels = (QSizeF(size) * dpr).toSize();
+    const QString key = QStringLiteral("tc-chip:%1:%2:%3:%4")
+                            .arg(colour.rgba())
+                            .arg(pixels.width())
+                            .arg(pixels.height())
+                            .arg(qRound(dpr * 100));
+    QPixmap pixmap;
+    if (QPixmapCache::find(key, &pixmap))
+        return pixmap;
+    pixmap = QPixmap(pixels);
+    pixmap.setDevicePixelRatio(dpr);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QColor colour =
-        ShortcutPainter::colorOrFallback(m_tag->colorHex(), ShortcutPainter::accentColor());
     QColor fill = colour;
     fill.setAlphaF(0.16f);
-    const QRectF bounds = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    const QRectF bounds = QRectF(QPointF(0, 0), QSizeF(size)).adjusted(0.5, 0.5, -0.5, -0.5);
     painter.setPen(Qt::NoPen);
     painter.setBrush(fill);
     painter.drawRoundedRect(bounds, bounds.height() / 2, bounds.height() / 2);
     painter.setBrush(colour);
-    painter.drawEllipse(QRectF(9, height() / 2.0 - 4, 8, 8));
+    painter.drawEllipse(QRectF(9, size.height() / 2.0 - 4, 8, 8));
+    painter.end();
+    QPixmapCache::insert(key, pixmap);
+    return pixmap;
+}
+} // namespace
+
+void TagChip::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    const QColor colour =
+        ShortcutPainter::colorOrFallback(m_tag->colorHex(), ShortcutPainter::accentColor());
+    painter.drawPixmap(0, 0, chipBackground(colour, size(), devicePixelRatioF()));
 }
 
 TagChipFlow::TagChipFlow(QWidget *parent) : QWidget(parent), m_layout(new FlowLayout(this, 6))

@@ -261,8 +261,15 @@ void TestDetail::organize()
     auto *a = m_context->insert(new LibraryFolder(QStringLiteral("Work")));
     auto *b = m_context->insert(new LibraryFolder(QStringLiteral("Clients"), a));
     auto *c = m_context->insert(new LibraryFolder(QStringLiteral("Acme"), b));
-    auto *red = m_context->insert(new Tag(QStringLiteral("Red"), QString()));
-    auto *blue = m_context->insert(new Tag(QStringLiteral("Blue"), QString()));
+    auto *red = m_context->insert(new Tag(QStringLiteral("Red"), QStringLiteral("#FF3B30")));
+    auto *blue = m_context->insert(new Tag(QStringLiteral("Blue"), QStringLiteral("#007AFF")));
+    // Each chip's dot is its tag's colour, also for chips of one size, which share drawings.
+    for (Tag *tag : {red, blue}) {
+        TagChip chip(tag);
+        chip.resize(80, 24);
+        const QImage drawn = chip.grab().toImage();
+        QCOMPARE(drawn.pixelColor(13, 12), QColor(tag->colorHex()));
+    }
     ShortcutItem *item = addShortcut(QStringLiteral("Invoice"));
     m_detail->setItem(item);
     QCOMPARE(m_detail->folderButton()->text(), QStringLiteral("None"));
