@@ -5,6 +5,7 @@
 #include "model/ShortcutItem.h"
 #include "model/Tag.h"
 #include "shortcuts/SymbolTable.h"
+#include "ui/KeptPixmap.h"
 #include "ui/RelativeDate.h"
 #include "ui/RunOutcomeMark.h"
 
@@ -51,37 +52,24 @@ void strokeInset(QPainter &painter, const QRectF &rect, qreal radius, const QCol
 QPixmap tileBackground(const Gradient &colours, const QSizeF &size, qreal radius, bool selected,
                        qreal dpr)
 {
-    const QSize pixels = (size * dpr).toSize();
-    const QString key = QStringLiteral("tc-tile-bg:%1:%2:%3:%4:%5:%6")
-                            .arg(colours.top.rgba())
-                            .arg(colours.bottom.rgba())
-                            .arg(pixels.width())
-                            .arg(pixels.height())
-                            .arg(qRound(dpr * 100))
-                            .arg(selected ? accentColor().rgba() : 0u);
-    QPixmap pixmap;
-    if (QPixmapCache::find(key, &pixmap))
-        return pixmap;
-    pixmap = QPixmap(pixels);
-    pixmap.setDevicePixelRatio(dpr);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF rect(QPointF(0, 0), size);
-    QLinearGradient fill(rect.topLeft(), rect.bottomLeft());
-    fill.setColorAt(0, colours.top);
-    fill.setColorAt(1, colours.bottom);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(fill);
-    painter.drawPath(roundedRect(rect, radius));
-    strokeInset(painter, rect, radius, QColor(255, 255, 255, qRound(255 * 0.08)), 0.5);
-    if (selected) {
-        strokeInset(painter, rect, radius, accentColor(), 2.5);
-        strokeInset(painter, rect, radius, QColor(255, 255, 255, qRound(255 * 0.35)), 1);
-    }
-    painter.end();
-    QPixmapCache::insert(key, pixmap);
-    return pixmap;
+    const QString name = QStringLiteral("tc-tile-bg:%1:%2:%3")
+                             .arg(colours.top.rgba())
+                             .arg(colours.bottom.rgba())
+                             .arg(selected ? accentColor().rgba() : 0u);
+    return keptPixmap(name, size, dpr, [&](QPainter &painter) {
+        const QRectF rect(QPointF(0, 0), size);
+        QLinearGradient fill(rect.topLeft(), rect.bottomLeft());
+        fill.setColorAt(0, colours.top);
+        fill.setColorAt(1, colours.bottom);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(fill);
+        painter.drawPath(roundedRect(rect, radius));
+        strokeInset(painter, rect, radius, QColor(255, 255, 255, qRound(255 * 0.08)), 0.5);
+        if (selected) {
+            strokeInset(painter, rect, radius, accentColor(), 2.5);
+            strokeInset(painter, rect, radius, QColor(255, 255, 255, qRound(255 * 0.35)), 1);
+        }
+    });
 }
 
 QFont systemFont(qreal pixelSize, QFont::Weight weight)

@@ -2,6 +2,7 @@
 
 #include "model/Tag.h"
 #include "ui/FlowLayout.h"
+#include "ui/KeptPixmap.h"
 #include "ui/PlainText.h"
 #include "ui/ShortcutPainter.h"
 #include "ui/SymbolIcon.h"
@@ -10,7 +11,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
-#include <QPixmapCache>
 #include <QToolButton>
 
 TagChip::TagChip(Tag *tag, QWidget *parent) : QWidget(parent), m_tag(tag)
@@ -42,31 +42,17 @@ namespace {
 // each colour and size is drawn once and kept.
 QPixmap chipBackground(const QColor &colour, const QSize &size, qreal dpr)
 {
-    const QSize pixels = (QSizeF(size) * dpr).toSize();
-    const QString key = QStringLiteral("tc-chip:%1:%2:%3:%4")
-                            .arg(colour.rgba())
-                            .arg(pixels.width())
-                            .arg(pixels.height())
-                            .arg(qRound(dpr * 100));
-    QPixmap pixmap;
-    if (QPixmapCache::find(key, &pixmap))
-        return pixmap;
-    pixmap = QPixmap(pixels);
-    pixmap.setDevicePixelRatio(dpr);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QColor fill = colour;
-    fill.setAlphaF(0.16f);
-    const QRectF bounds = QRectF(QPointF(0, 0), QSizeF(size)).adjusted(0.5, 0.5, -0.5, -0.5);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(fill);
-    painter.drawRoundedRect(bounds, bounds.height() / 2, bounds.height() / 2);
-    painter.setBrush(colour);
-    painter.drawEllipse(QRectF(9, size.height() / 2.0 - 4, 8, 8));
-    painter.end();
-    QPixmapCache::insert(key, pixmap);
-    return pixmap;
+    const QString name = QStringLiteral("tc-chip:%1").arg(colour.rgba());
+    return keptPixmap(name, size, dpr, [&](QPainter &painter) {
+        QColor fill = colour;
+        fill.setAlphaF(0.16f);
+        const QRectF bounds = QRectF(QPointF(0, 0), QSizeF(size)).adjusted(0.5, 0.5, -0.5, -0.5);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(fill);
+        painter.drawRoundedRect(bounds, bounds.height() / 2, bounds.height() / 2);
+        painter.setBrush(colour);
+        painter.drawEllipse(QRectF(9, size.height() / 2.0 - 4, 8, 8));
+    });
 }
 } // namespace
 
