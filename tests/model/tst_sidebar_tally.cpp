@@ -89,6 +89,21 @@ private slots:
         }
     }
 
+    // A shortcut tagged with a tag and its parent counts once in the parent, and leaves it once.
+    void nestedTagsCountOnce()
+    {
+        ShortcutItem *item = ctx->shortcuts().first();
+        item->setIsMissing(false);
+        item->setTags({edits->tags[1], edits->tags[0]});
+        check();
+        for (const bool missing : {true, false}) {
+            item->setIsMissing(missing);
+            check();
+        }
+        ctx->deleteRecord(item);
+        check();
+    }
+
     // A change to every shortcut at once, as a sync makes.
     void manyChangesAtOnce()
     {
