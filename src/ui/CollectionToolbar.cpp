@@ -42,7 +42,9 @@ QString sortLabel(ShortcutSort key)
 
 CollectionToolbar::CollectionToolbar(ModelContext &context, LibraryNavigation &navigation,
                                      LibrarySyncController &syncer, QWidget *parent)
-    : QToolBar(parent), m_context(context), m_navigation(navigation), m_syncer(syncer)
+    : QToolBar(parent), m_context(context), m_navigation(navigation), m_syncer(syncer),
+      m_star(SymbolIcon::icon(QStringLiteral("star"))),
+      m_starFilled(SymbolIcon::icon(QStringLiteral("star.fill")))
 {
     setObjectName(QStringLiteral("collectionToolbar"));
     setIconSize(QSize(18, 18));
@@ -70,8 +72,7 @@ CollectionToolbar::CollectionToolbar(ModelContext &context, LibraryNavigation &n
     connect(details, &QAction::triggered, this, [this] { m_navigation.toggleInspector(); });
     connect(&navigation, &LibraryNavigation::showInspectorChanged, details, &QAction::setChecked);
 
-    m_favoriteAction =
-        addAction(SymbolIcon::icon(QStringLiteral("star")), QStringLiteral("Favorite"));
+    m_favoriteAction = addAction(m_star, QStringLiteral("Favorite"));
     m_favoriteAction->setObjectName(QStringLiteral("favoriteAction"));
     connect(m_favoriteAction, &QAction::triggered, this, [this] {
         ShortcutItem *item = m_navigation.selectedShortcut();
@@ -213,8 +214,7 @@ void CollectionToolbar::updateSelectionActions()
     ShortcutItem *item = m_navigation.selectedShortcut();
     const bool favorite = item && item->isFavorite();
     m_favoriteAction->setEnabled(item != nullptr);
-    m_favoriteAction->setIcon(
-        SymbolIcon::icon(favorite ? QStringLiteral("star.fill") : QStringLiteral("star")));
+    m_favoriteAction->setIcon(favorite ? m_starFilled : m_star);
     m_favoriteAction->setToolTip(favorite ? QStringLiteral("Remove from Favorites")
                                           : QStringLiteral("Add to Favorites"));
     m_moreAction->setEnabled(item != nullptr);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QIcon>
 #include <QToolBar>
 #include <functional>
 
@@ -36,6 +37,9 @@ private:
     LibraryNavigation &m_navigation;
     LibrarySyncController &m_syncer;
     MenuBuilder m_moreMenuBuilder;
+    // Drawn once: the star follows the selection through every change of the records.
+    QIcon m_star;
+    QIcon m_starFilled;
     QAction *m_gridAction = nullptr;
     QAction *m_listAction = nullptr;
     QAction *m_favoriteAction = nullptr;
