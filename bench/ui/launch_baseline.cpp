@@ -1,5 +1,6 @@
 // The bare program a launch is measured against: opens a store file with SQLite, reads every
-// shortcut's name and shows them in a QListView. Prints "painted" once the list has painted.
+// shortcut's name and shows them in a QListView. Prints "painted N" once the list of N names has
+// painted.
 #include <QApplication>
 #include <QListView>
 #include <QStringListModel>
@@ -9,12 +10,14 @@
 #include <sqlite3.h>
 
 namespace {
+int shownNames = 0;
+
 struct FirstPaint : QObject {
     bool eventFilter(QObject *, QEvent *event) override
     {
         if (event->type() == QEvent::Paint)
             QTimer::singleShot(0, [] {
-                std::puts("painted");
+                std::printf("painted %d\n", shownNames);
                 std::fflush(stdout);
                 std::_Exit(0);
             });
@@ -27,7 +30,7 @@ int main(int argc, char *argv[])
 {
     QApplication app(argc, argv);
     if (argc < 2) {
-        std::fprintf(stderr, "usage: launch_baseline STORE\n");
+        std::fprintf(stderr, "usage: launch_baseline STORE [--uniform]\n");
         return 2;
     }
     sqlite3 *db = nullptr;
@@ -37,16 +40,22 @@ int main(int argc, char *argv[])
     }
     QStringList names;
     sqlite3_stmt *st = nullptr;
-    sqlite3_prepare_v2(db, "SELECT name FROM shortcut_items ORDER BY library_order", -1, &st,
-                       nullptr);
+    // A query that cannot be prepared would leave the list empty and the baseline meaningless.
+    if (sqlite3_prepare_v2(db, "SELECT name FROM shortcut_items", -1, &st, nullptr) != SQLITE_OK) {
+        std::fprintf(stderr, "cannot read the names: %s\n", sqlite3_errmsg(db));
+        return 1;
+    }
     while (sqlite3_step(st) == SQLITE_ROW)
         names.append(QString::fromUtf8(reinterpret_cast<const char *>(sqlite3_column_text(st, 0)),
                                        sqlite3_column_bytes(st, 0)));
     sqlite3_finalize(st);
     sqlite3_close(db);
 
+    shownNames = int(names.size());
     QStringListModel model(names);
     QListView view;
+    // --uniform: every row as high as the first, so the view does not measure each name first.
+    view.setUniformItemSizes(argc > 2 && QByteArray(argv[2]) == "--uniform");
     view.setModel(&model);
     FirstPaint watcher;
     view.viewport()->installEventFilter(&watcher);
