@@ -5,29 +5,55 @@
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QString>
+#include <cstdio>
+#include <cstdlib>
 #include <sqlite3.h>
 
 namespace RawSqliteBaseline {
 
+// A baseline whose statements fail does less work than it claims, so any failure ends the run.
+inline int checked(sqlite3 *db, int code)
+{
+    if (code != SQLITE_OK && code != SQLITE_DONE && code != SQLITE_ROW) {
+        std::fprintf(stderr, "baseline SQLite call failed: %s\n", sqlite3_errmsg(db));
+        std::exit(1);
+    }
+    return code;
+}
+
+inline void exec(sqlite3 *db, const char *sql)
+{
+    checked(db, sqlite3_exec(db, sql, nullptr, nullptr, nullptr));
+}
+
+inline sqlite3_stmt *prepare(sqlite3 *db, const char *sql)
+{
+    sqlite3_stmt *statement = nullptr;
+    checked(db, sqlite3_prepare_v2(db, sql, -1, &statement, nullptr));
+    return statement;
+}
+
+// Runs a bound write and makes it ready for the next row.
+inline void step(sqlite3_stmt *statement)
+{
+    checked(sqlite3_db_handle(statement), sqlite3_step(statement));
+    sqlite3_reset(statement);
+}
+
 inline void createItemsTable(sqlite3 *db)
 {
-    sqlite3_exec(db,
-                 "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;"
-                 "CREATE TABLE items (id INTEGER PRIMARY KEY, identifier TEXT, name TEXT, "
-                 "subtitle TEXT, native_folder_name TEXT, color_hex TEXT, top TEXT, bottom TEXT,"
-                 "library_order INTEGER, action_count INTEGER, notes TEXT, folder_id INTEGER,"
-                 "created REAL, changed REAL, seen REAL, run_count INTEGER, a INTEGER, b INTEGER,"
-                 "c INTEGER, d TEXT, e TEXT, f REAL, g REAL, h REAL, has_icon INTEGER);",
-                 nullptr, nullptr, nullptr);
+    exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;"
+             "CREATE TABLE items (id INTEGER PRIMARY KEY, identifier TEXT, name TEXT, "
+             "subtitle TEXT, native_folder_name TEXT, color_hex TEXT, top TEXT, bottom TEXT,"
+             "library_order INTEGER, action_count INTEGER, notes TEXT, folder_id INTEGER,"
+             "created REAL, changed REAL, seen REAL, run_count INTEGER, a INTEGER, b INTEGER,"
+             "c INTEGER, d TEXT, e TEXT, f REAL, g REAL, h REAL, has_icon INTEGER);");
 }
 
 inline sqlite3_stmt *prepareItemInsert(sqlite3 *db)
 {
-    sqlite3_stmt *statement = nullptr;
-    sqlite3_prepare_v2(
-        db, "INSERT INTO items VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)", -1,
-        &statement, nullptr);
-    return statement;
+    return prepare(db,
+                   "INSERT INTO items VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
 }
 
 // Binds and writes row i (ids start at 1).
@@ -44,23 +70,18 @@ inline void insertItem(sqlite3_stmt *statement, int i)
         sqlite3_bind_text(statement, c, "#FF9500", -1, SQLITE_STATIC);
     for (int c = 9; c <= 25; ++c)
         sqlite3_bind_int64(statement, c, i);
-    sqlite3_step(statement);
-    sqlite3_reset(statement);
+    step(statement);
 }
 
 inline void createItemTagsTable(sqlite3 *db)
 {
-    sqlite3_exec(db,
-                 "CREATE TABLE item_tags (item INTEGER, tag INTEGER, PRIMARY KEY(item, tag)) "
-                 "WITHOUT ROWID;",
-                 nullptr, nullptr, nullptr);
+    exec(db, "CREATE TABLE item_tags (item INTEGER, tag INTEGER, PRIMARY KEY(item, tag)) "
+             "WITHOUT ROWID;");
 }
 
 inline sqlite3_stmt *prepareItemTagInsert(sqlite3 *db)
 {
-    sqlite3_stmt *statement = nullptr;
-    sqlite3_prepare_v2(db, "INSERT OR IGNORE INTO item_tags VALUES (?,?)", -1, &statement, nullptr);
-    return statement;
+    return prepare(db, "INSERT OR IGNORE INTO item_tags VALUES (?,?)");
 }
 
 // The tags of row i: one for even rows, two for odd ones, as in the sample library.
@@ -69,8 +90,7 @@ inline void insertItemTags(sqlite3_stmt *statement, int i, int tagCount)
     for (int k = 0; k < (i % 2 ? 2 : 1); ++k) {
         sqlite3_bind_int64(statement, 1, i + 1);
         sqlite3_bind_int64(statement, 2, (i * 7 + k) % tagCount);
-        sqlite3_step(statement);
-        sqlite3_reset(statement);
+        step(statement);
     }
 }
 
@@ -94,15 +114,15 @@ template<typename F> void insertItemsWithTags(sqlite3 *db, int count, int tagCou
 template<typename F> double timedTransaction(const QString &path, const char *schema, F body)
 {
     sqlite3 *db = nullptr;
-    sqlite3_open(path.toUtf8().constData(), &db);
+    checked(db, sqlite3_open(path.toUtf8().constData(), &db));
     createItemsTable(db);
     createItemTagsTable(db);
-    sqlite3_exec(db, schema, nullptr, nullptr, nullptr);
+    exec(db, schema);
     QElapsedTimer t;
     t.start();
-    sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+    exec(db, "BEGIN");
     body(db);
-    sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    exec(db, "COMMIT");
     const double elapsed = t.nsecsElapsed() / 1e6;
     sqlite3_close(db);
     return elapsed;

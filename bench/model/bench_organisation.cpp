@@ -37,8 +37,7 @@ void populate(ModelContext &ctx)
 
 void insertNamedRows(sqlite3 *db, const char *sql, int count)
 {
-    sqlite3_stmt *s = nullptr;
-    sqlite3_prepare_v2(db, sql, -1, &s, nullptr);
+    sqlite3_stmt *s = RawSqliteBaseline::prepare(db, sql);
     for (int i = 0; i < count; ++i) {
         const QByteArray uuid = QByteArray::number(i).rightJustified(36, '0');
         const QByteArray name = "Record " + QByteArray::number(i);
@@ -46,8 +45,7 @@ void insertNamedRows(sqlite3 *db, const char *sql, int count)
         sqlite3_bind_text(s, 2, uuid.constData(), -1, SQLITE_TRANSIENT);
         sqlite3_bind_text(s, 3, name.constData(), -1, SQLITE_TRANSIENT);
         sqlite3_bind_int64(s, 4, i / 2);
-        sqlite3_step(s);
-        sqlite3_reset(s);
+        RawSqliteBaseline::step(s);
     }
     sqlite3_finalize(s);
 }

@@ -46,14 +46,12 @@ double rawInsert(const QString &path, const Shape &shape)
 {
     return RawSqliteBaseline::timedTransaction(
         path, "CREATE TABLE icons (id INTEGER PRIMARY KEY, data BLOB);", [&](sqlite3 *db) {
-            sqlite3_stmt *icon = nullptr;
-            sqlite3_prepare_v2(db, "INSERT INTO icons VALUES (?,?)", -1, &icon, nullptr);
+            sqlite3_stmt *icon = RawSqliteBaseline::prepare(db, "INSERT INTO icons VALUES (?,?)");
             const QByteArray blob(2048, 'i');
             RawSqliteBaseline::insertItemsWithTags(db, shape.items, shape.tags, [&](int i) {
                 sqlite3_bind_int64(icon, 1, i + 1);
                 sqlite3_bind_blob(icon, 2, blob.constData(), int(blob.size()), SQLITE_STATIC);
-                sqlite3_step(icon);
-                sqlite3_reset(icon);
+                RawSqliteBaseline::step(icon);
             });
             sqlite3_finalize(icon);
         });

@@ -38,15 +38,15 @@ using SampleLibrary::ms;
 double rawInsert(const QString &path, int shortcutCount)
 {
     sqlite3 *db = nullptr;
-    sqlite3_open(path.toUtf8().constData(), &db);
+    RawSqliteBaseline::checked(db, sqlite3_open(path.toUtf8().constData(), &db));
     RawSqliteBaseline::createItemsTable(db);
     QElapsedTimer t;
     t.start();
-    sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
+    RawSqliteBaseline::exec(db, "BEGIN");
     sqlite3_stmt *item = RawSqliteBaseline::prepareItemInsert(db);
     for (int i = 0; i < shortcutCount; ++i)
         RawSqliteBaseline::insertItem(item, i);
-    sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
+    RawSqliteBaseline::exec(db, "COMMIT");
     const double elapsed = ms(t);
     sqlite3_finalize(item);
     sqlite3_close(db);
