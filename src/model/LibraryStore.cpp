@@ -4,6 +4,7 @@
 
 #include "model/LibraryStoreSchema.h"
 #include "model/ModelContext.h"
+#include "model/RepeatedTexts.h"
 #include "model/StoredDate.h"
 
 #include <QHash>
@@ -200,15 +201,16 @@ bool LibraryStore::load(ModelContext &ctx, QString *error)
                 .arg(LibraryStoreSchema::itemColumns));
         if (!st.isValid())
             return fail();
+        RepeatedTexts repeated;
         while ((step = st.step()) == SqliteStatement::Step::row) {
             auto *i = new ShortcutItem(st.text(0), st.text(1));
-            i->m_subtitle = st.text(2);
-            i->m_nativeFolderName = st.text(3);
-            i->m_colorHex = st.text(4);
-            i->m_iconTopHex = st.text(5);
-            i->m_iconBottomHex = st.text(6);
-            i->m_appBundleID = st.text(7);
-            i->m_iconAppBundleID = st.text(8);
+            i->m_subtitle = st.text(2, repeated);
+            i->m_nativeFolderName = st.text(3, repeated);
+            i->m_colorHex = st.text(4, repeated);
+            i->m_iconTopHex = st.text(5, repeated);
+            i->m_iconBottomHex = st.text(6, repeated);
+            i->m_appBundleID = st.text(7, repeated);
+            i->m_iconAppBundleID = st.text(8, repeated);
             i->m_acceptsInput = st.int64(9) != 0;
             i->m_actionCount = st.int64(10);
             i->m_nativeCreatedAt = optionalDate(st, 11);

@@ -1,5 +1,7 @@
 #include "model/SqliteDatabase.h"
 
+#include "model/RepeatedTexts.h"
+
 #include <QUrl>
 #include <sqlite3.h>
 
@@ -125,6 +127,13 @@ QString SqliteStatement::text(int column) const
     const auto *p = reinterpret_cast<const char *>(sqlite3_column_text(m_stmt, column));
     const int n = sqlite3_column_bytes(m_stmt, column);
     return p ? QString::fromUtf8(p, n) : QString();
+}
+
+QString SqliteStatement::text(int column, RepeatedTexts &repeated) const
+{
+    const auto *p = reinterpret_cast<const char *>(sqlite3_column_text(m_stmt, column));
+    const int n = sqlite3_column_bytes(m_stmt, column);
+    return p ? repeated.text(QByteArrayView(p, n)) : QString();
 }
 
 QByteArray SqliteStatement::blob(int column) const

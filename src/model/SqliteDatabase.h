@@ -11,6 +11,8 @@ struct sqlite3;
 struct sqlite3_stmt;
 
 // A prepared statement; finalized when it goes out of scope.
+class RepeatedTexts;
+
 class SqliteStatement {
 public:
     enum class Step { row, done, error };
@@ -41,6 +43,8 @@ public:
     qint64 int64(int column) const;
     double real(int column) const;
     QString text(int column) const;
+    // The same text, shared with earlier rows that held the same bytes.
+    QString text(int column, RepeatedTexts &repeated) const;
     QByteArray blob(int column) const;
 
 private:

@@ -3,6 +3,7 @@
 #include "model/LibraryStoreContainer.h"
 #include "model/ModelContext.h"
 #include "model/OrganisationDocument.h"
+#include "model/RepeatedTexts.h"
 #include "model/ShortcutItemJson.h"
 #include "model/SmartRuleSet.h"
 
@@ -20,6 +21,7 @@ private slots:
     void newerSchemaIsRefusedUntouched();
     void firstSchemaIsMigrated();
     void itemWithoutSyncRowReadsAndHeals();
+    void repeatedTextsAreHeldOnce();
 
 private:
     static std::unique_ptr<ModelContext> open(const QTemporaryDir &dir)
@@ -353,3 +355,38 @@ void StoreTest::itemWithoutSyncRowReadsAndHeals()
 
 QTEST_GUILESS_MAIN(StoreTest)
 #include "tst_store.moc"
+
+void StoreTest::repeatedTextsAreHeldOnce()
+{
+    QTemporaryDir dir;
+    {
+        auto ctx = open(dir);
+        for (int i = 0; i < 3; ++i) {
+            auto *item = ctx->insert(new ShortcutItem(QString::number(i), QString::number(i)));
+            item->setColorHex(i < 2 ? "#FF9500" : "#34C759");
+            item->setNativeFolderName("Été ☀️");
+        }
+        QVERIFY(ctx->save());
+    }
+    auto ctx = open(dir);
+    const QList<ShortcutItem *> items = ctx->shortcuts();
+    QCOMPARE(items.at(0)->colorHex(), "#FF9500");
+    QCOMPARE(items.at(2)->colorHex(), "#34C759");
+    QCOMPARE(items.at(2)->nativeFolderName(), "Été ☀️");
+    // One copy in memory for every row that holds the text.
+    QCOMPARE(items.at(0)->colorHex().constData(), items.at(1)->colorHex().constData());
+    QCOMPARE(items.at(0)->nativeFolderName().constData(),
+             items.at(2)->nativeFolderName().constData());
+    // A change to one row's copy leaves the others as they were.
+    items.at(0)->setColorHex("#000000");
+    QCOMPARE(items.at(1)->colorHex(), "#FF9500");
+
+    // Past its bound the table stops growing, and texts still convert exactly, bad bytes too.
+    RepeatedTexts repeated(2);
+    for (const QByteArray &bytes : {QByteArray("a"), QByteArray("b"), QByteArray("c"),
+                                    QByteArray("\xff\xfe x"), QByteArray("a\0b", 3)}) {
+        QCOMPARE(repeated.text(bytes), QString::fromUtf8(bytes));
+        QCOMPARE(repeated.text(bytes), QString::fromUtf8(bytes));
+    }
+    QCOMPARE(repeated.size(), size_t(2));
+}
