@@ -28,6 +28,7 @@
 #include <QLocale>
 #include <QMenu>
 #include <QPushButton>
+#include <QScopedValueRollback>
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -198,6 +199,8 @@ void ShortcutCollectionView::sectionChanged()
         return;
     m_shownSection = now;
     if (m_adoption.sectionShown(now)) {
+        // Evaluating a large smart list once is slow enough; the reload must not do it again.
+        const QScopedValueRollback adopting(m_adoptingSort, true);
         WindowSettings::shared().reload();
         m_toolbar->showSettings();
     }
@@ -228,6 +231,8 @@ void ShortcutCollectionView::settingChanged(const QString &key)
     m_narrowing.valid = false;
     if (key.isEmpty() || key == QLatin1String("viewMode"))
         applyViewMode();
+    if (m_adoptingSort)
+        return;
     if (key.isEmpty() || key == QLatin1String("sortKey") || key == QLatin1String("sortAscending") ||
         key == QLatin1String("includeSubfolders"))
         refresh(false);

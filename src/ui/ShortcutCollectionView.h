@@ -113,6 +113,8 @@ private:
     QPointer<QDialog> m_inputAlert;
     SmartListSortAdoption m_adoption;
     std::optional<LibrarySection> m_shownSection;
+    // While a smart list's sort is adopted: the section's own refresh follows.
+    bool m_adoptingSort = false;
     QTimer m_refreshTimer;
     // What the last refresh showed and for which search; emptied by any change of the records
     // or the settings, which only a full refresh may follow.
