@@ -216,7 +216,7 @@ struct Pass {
 };
 
 // Below this, starting threads costs more than it saves.
-constexpr int itemsPerThread = 20'000;
+constexpr int itemsPerThread = 5'000;
 } // namespace
 
 SidebarCounts SidebarCounts::of(const ModelContext &context, const Lists &lists,
