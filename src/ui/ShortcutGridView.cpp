@@ -360,11 +360,8 @@ void ShortcutGridView::setHovered(const QModelIndex &index)
 
 void ShortcutGridView::updateSpinner()
 {
-    bool anyRunning = false;
-    if (m_model) {
-        for (int row = 0; row < m_model->rowCount() && !anyRunning; ++row)
-            anyRunning = m_model->index(row).data(ShortcutRoles::isRunning).toBool();
-    }
+    // Runs on every change of a row, so it must not visit every row.
+    const bool anyRunning = m_model && m_model->listsRunning();
     if (anyRunning && !m_spinTimer.isActive()) {
         m_spinClock.start();
         m_spinTimer.start();

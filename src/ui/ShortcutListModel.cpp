@@ -222,6 +222,15 @@ void ShortcutListModel::recordsChanged(const QSet<ShortcutItem *> &changed)
     emitRowsChanged(std::move(rows));
 }
 
+bool ShortcutListModel::listsRunning() const
+{
+    if (m_running.isEmpty())
+        return false;
+    return std::any_of(m_items.cbegin(), m_items.cend(), [this](const ShortcutItem *item) {
+        return m_running.contains(item->identifier());
+    });
+}
+
 void ShortcutListModel::setRunningIdentifiers(const QSet<QString> &identifiers)
 {
     if (identifiers == m_running)

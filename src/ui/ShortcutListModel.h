@@ -39,6 +39,8 @@ public:
     void recordsChanged(const QSet<ShortcutItem *> &changed);
 
     void setRunningIdentifiers(const QSet<QString> &identifiers);
+    // Whether a listed shortcut is running; only looks at the rows while something runs.
+    bool listsRunning() const;
     quint64 revision(const ShortcutItem *item) const { return m_revision.value(item, 0); }
 
 private:

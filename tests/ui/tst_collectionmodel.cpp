@@ -90,10 +90,15 @@ void CollectionModelTest::recordChangesAreTargeted()
     QCOMPARE(changed.at(1).at(0).toModelIndex().row(), 8);
     QVERIFY(model.revision(items.at(3)) != before);
     changed.clear();
+    QVERIFY(!model.listsRunning());
     model.setRunningIdentifiers({QStringLiteral("5")});
     QCOMPARE(changed.count(), 1);
     QCOMPARE(changed.at(0).at(0).toModelIndex().row(), 5);
     QVERIFY(model.index(5).data(ShortcutRoles::isRunning).toBool());
+    QVERIFY(model.listsRunning());
+    // A shortcut running outside the listed ones keeps no spinner turning here.
+    model.setRunningIdentifiers({QStringLiteral("elsewhere")});
+    QVERIFY(!model.listsRunning());
 }
 
 void CollectionModelTest::gradientRules()
