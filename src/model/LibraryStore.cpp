@@ -1,13 +1,11 @@
-// Reading the records of a library file into a context and writing back what changed.
+// Writing back what changed in a context, and reading icons and run history on demand.
 
 #include "model/LibraryStore.h"
 
 #include "model/LibraryStoreSchema.h"
 #include "model/ModelContext.h"
-#include "model/RepeatedTexts.h"
 #include "model/StoredDate.h"
 
-#include <QHash>
 #include <sqlite3.h>
 
 namespace {
@@ -18,13 +16,6 @@ void bindDate(SqliteStatement &st, int i, const std::optional<QDateTime> &d)
         st.bind(i, toSeconds(*d));
     else
         st.bindNull(i);
-}
-
-std::optional<QDateTime> optionalDate(const SqliteStatement &st, int i)
-{
-    if (st.isNull(i))
-        return std::nullopt;
-    return fromSeconds(st.real(i));
 }
 
 void bindParent(SqliteStatement &st, int i, const Record *parent)
@@ -100,163 +91,6 @@ bool LibraryStore::prepareStatements(QString *error)
         }
     }
     m_statements = std::move(q);
-    return true;
-}
-
-bool LibraryStore::load(ModelContext &ctx, QString *error)
-{
-    auto fail = [&]() {
-        if (error)
-            *error = QString::fromUtf8(sqlite3_errmsg(m_db.handle()));
-        return false;
-    };
-    // A damaged page ends a scan with an error, which must not pass for the end of the table.
-    SqliteStatement::Step step = SqliteStatement::Step::done;
-    QHash<qint64, LibraryFolder *> folders;
-    QList<std::pair<qint64, qint64>> folderParents;
-    {
-        SqliteStatement st = m_db.prepare(QStringLiteral(
-            "SELECT id, uuid, name, symbol_name, color_hex, sort_order, created_at, parent_id "
-            "FROM library_folders ORDER BY id"));
-        if (!st.isValid())
-            return fail();
-        while ((step = st.step()) == SqliteStatement::Step::row) {
-            auto *f = new LibraryFolder(st.text(2));
-            f->m_uuid = st.text(1);
-            f->m_symbolName = st.text(3);
-            f->m_colorHex = st.text(4);
-            f->m_sortOrder = st.int64(5);
-            f->m_createdAt = fromSeconds(st.real(6));
-            f->m_id = st.int64(0);
-            folders.insert(f->m_id, f);
-            if (!st.isNull(7))
-                folderParents.append({f->m_id, st.int64(7)});
-            ctx.adopt(f, true);
-        }
-        if (step != SqliteStatement::Step::done)
-            return fail();
-    }
-    // Relationships are wired directly: loading must not mark records as changed.
-    for (const auto &[childId, parentId] : folderParents)
-        if (LibraryFolder *parent = folders.value(parentId))
-            folders.value(childId)->attachLoaded(parent);
-
-    QHash<qint64, Tag *> tags;
-    QList<std::pair<qint64, qint64>> tagParents;
-    {
-        SqliteStatement st =
-            m_db.prepare(QStringLiteral("SELECT id, uuid, name, color_hex, sort_order, created_at, "
-                                        "parent_id FROM tags ORDER BY id"));
-        if (!st.isValid())
-            return fail();
-        while ((step = st.step()) == SqliteStatement::Step::row) {
-            auto *t = new Tag(st.text(2), st.text(3));
-            t->m_uuid = st.text(1);
-            t->m_sortOrder = st.int64(4);
-            t->m_createdAt = fromSeconds(st.real(5));
-            t->m_id = st.int64(0);
-            tags.insert(t->m_id, t);
-            if (!st.isNull(6))
-                tagParents.append({t->m_id, st.int64(6)});
-            ctx.adopt(t, true);
-        }
-        if (step != SqliteStatement::Step::done)
-            return fail();
-    }
-    for (const auto &[childId, parentId] : tagParents)
-        if (Tag *parent = tags.value(parentId))
-            tags.value(childId)->attachLoaded(parent);
-
-    {
-        SqliteStatement st = m_db.prepare(QStringLiteral(
-            "SELECT id, uuid, name, symbol_name, color_hex, sort_order, created_at, rules_data "
-            "FROM smart_lists ORDER BY id"));
-        if (!st.isValid())
-            return fail();
-        while ((step = st.step()) == SqliteStatement::Step::row) {
-            auto *s = new SmartList;
-            s->m_id = st.int64(0);
-            s->m_uuid = st.text(1);
-            s->m_name = st.text(2);
-            s->m_symbolName = st.text(3);
-            s->m_colorHex = st.text(4);
-            s->m_sortOrder = st.int64(5);
-            s->m_createdAt = fromSeconds(st.real(6));
-            s->m_rulesData = st.blob(7);
-            ctx.adopt(s, true);
-        }
-        if (step != SqliteStatement::Step::done)
-            return fail();
-    }
-
-    QHash<qint64, ShortcutItem *> items;
-    items.reserve(16384);
-    {
-        // An item without its sync row (a file edited by hand) reads as never stamped since
-        // it was first seen.
-        SqliteStatement st = m_db.prepare(
-            QStringLiteral("SELECT %1, s.library_order, s.last_seen_at, s.is_missing, "
-                           "s.item_id IS NULL FROM shortcut_items "
-                           "LEFT JOIN shortcut_sync_state AS s ON s.item_id = id ORDER BY id")
-                .arg(LibraryStoreSchema::itemColumns));
-        if (!st.isValid())
-            return fail();
-        RepeatedTexts repeated;
-        while ((step = st.step()) == SqliteStatement::Step::row) {
-            auto *i = new ShortcutItem(st.text(0), st.text(1));
-            i->m_subtitle = st.text(2, repeated);
-            i->m_nativeFolderName = st.text(3, repeated);
-            i->m_colorHex = st.text(4, repeated);
-            i->m_iconTopHex = st.text(5, repeated);
-            i->m_iconBottomHex = st.text(6, repeated);
-            i->m_appBundleID = st.text(7, repeated);
-            i->m_iconAppBundleID = st.text(8, repeated);
-            i->m_acceptsInput = st.int64(9) != 0;
-            i->m_actionCount = st.int64(10);
-            i->m_nativeCreatedAt = optionalDate(st, 11);
-            i->m_nativeModifiedAt = optionalDate(st, 12);
-            i->m_firstSeenAt = fromSeconds(st.real(13));
-            i->m_lastChangedAt = fromSeconds(st.real(14));
-            i->m_isFavorite = st.int64(15) != 0;
-            i->m_lastRunAt = optionalDate(st, 16);
-            i->m_runCount = st.int64(17);
-            i->m_notes = st.text(18);
-            i->m_hasIcon = st.int64(20) != 0;
-            i->m_iconLoaded = !i->m_hasIcon;
-            i->m_id = st.int64(21);
-            i->m_lastRunOutcome = runOutcomeFromStored(st.int64(22));
-            const bool stamped = st.int64(26) == 0;
-            i->m_libraryOrder = st.int64(23);
-            i->m_lastSeenAt = stamped ? fromSeconds(st.real(24)) : i->m_firstSeenAt;
-            i->m_isMissing = st.int64(25) != 0;
-            i->m_syncRowMissing = !stamped;
-            items.insert(i->m_id, i);
-            ctx.adopt(i, true);
-            if (!st.isNull(19))
-                if (LibraryFolder *f = folders.value(st.int64(19))) {
-                    i->m_folder = f;
-                    f->m_shortcuts.append(i); // rows come in id order
-                }
-        }
-        if (step != SqliteStatement::Step::done)
-            return fail();
-    }
-    {
-        SqliteStatement st = m_db.prepare(
-            QStringLiteral("SELECT item_id, tag_id FROM shortcut_tags ORDER BY item_id, tag_id"));
-        if (!st.isValid())
-            return fail();
-        while ((step = st.step()) == SqliteStatement::Step::row) {
-            ShortcutItem *i = items.value(st.int64(0));
-            Tag *t = tags.value(st.int64(1));
-            if (i && t) {
-                i->m_tags.append(t);
-                t->m_shortcuts.append(i);
-            }
-        }
-        if (step != SqliteStatement::Step::done)
-            return fail();
-    }
     return true;
 }
 

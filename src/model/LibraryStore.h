@@ -6,6 +6,7 @@
 #include <QString>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class ModelContext;
 class Record;
@@ -55,15 +56,24 @@ public:
 
 private:
     struct Statements;
+    struct LoadedItem;
     LibraryStore();
     bool migrate(int fromVersion, QString *error);
     // The schema version of a file that is a usable library of a known version (0: empty).
     std::optional<int> checkedSchemaVersion(QString *error);
     bool prepareStatements(QString *error);
+    // The shortcuts in id order: all, or those up to or above the middle id.
+    enum class Half { whole, lower, upper };
+    static bool readItems(SqliteDatabase &db, Half half, qint64 middle,
+                          std::vector<LoadedItem> &into);
+    bool readAllItems(std::vector<LoadedItem> &items, QString *error);
     bool writeRunHistory(const RunHistoryChanges &runs, QString *error);
 
     QString m_path;
     SqliteDatabase m_db;
+    // How a second connection opens the same file to read alongside m_db; none when m_db is not
+    // the file (an older library upgraded in memory).
+    std::optional<SqliteDatabase::Mode> m_sideReadMode;
     bool m_switchToWal = false;
     bool m_readOnly = false;
     // Prepared at the first write and kept; declared after m_db so they are finalized first.

@@ -168,6 +168,7 @@ std::unique_ptr<LibraryStore> LibraryStore::open(const QString &path, QString *e
     sqlite3_busy_timeout(store->m_db.handle(), 2000);
     if (*current < schemaVersion && !store->migrate(*current, error))
         return nullptr;
+    store->m_sideReadMode = SqliteDatabase::Mode::readOnly;
     return store;
 }
 
@@ -190,8 +191,9 @@ std::unique_ptr<LibraryStore> LibraryStore::openReadOnly(const QString &path, QS
     const bool settled = writers == Writers::excluded &&
                          !QFileInfo::exists(path + QStringLiteral("-wal")) &&
                          !QFileInfo::exists(path + QStringLiteral("-journal"));
-    if (!store->m_db.open(path, settled ? SqliteDatabase::Mode::immutable
-                                        : SqliteDatabase::Mode::readOnly))
+    store->m_sideReadMode =
+        settled ? SqliteDatabase::Mode::immutable : SqliteDatabase::Mode::readOnly;
+    if (!store->m_db.open(path, *store->m_sideReadMode))
         return fail(store->m_db.lastError());
     sqlite3_busy_timeout(store->m_db.handle(), 2000);
     QString firstError;
@@ -200,7 +202,8 @@ std::unique_ptr<LibraryStore> LibraryStore::openReadOnly(const QString &path, QS
     // with no log there, nothing but the file itself holds the library.
     if (!current && store->m_db.lastErrorCode() != SQLITE_OK &&
         !QFileInfo::exists(path + QStringLiteral("-wal"))) {
-        if (!store->m_db.open(path, SqliteDatabase::Mode::immutable))
+        store->m_sideReadMode = SqliteDatabase::Mode::immutable;
+        if (!store->m_db.open(path, *store->m_sideReadMode))
             return fail(firstError);
         current = store->checkedSchemaVersion(&firstError);
     }
@@ -214,6 +217,7 @@ std::unique_ptr<LibraryStore> LibraryStore::openReadOnly(const QString &path, QS
             return fail(store->m_db.lastError());
         store->m_db.close();
         store->m_db.adopt(copy);
+        store->m_sideReadMode.reset();
         if (!store->migrate(*current, error))
             return nullptr;
     }
