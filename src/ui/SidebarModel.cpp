@@ -218,7 +218,51 @@ void SidebarModel::contextChanged(const ModelChanges &changes)
     if (changes.isEmpty())
         return;
     m_tally.apply(changes);
-    refresh();
+    // Which rows there are follows from folders, tags and lists, and from the few rows that
+    // come and go with a count; a change of shortcuts alone mostly moves counts.
+    const bool rowsMayChange = changes.touches(Record::Kind::libraryFolder) ||
+                               changes.touches(Record::Kind::tag) ||
+                               changes.touches(Record::Kind::smartList);
+    if (rowsMayChange || !updateCounts())
+        refresh();
+}
+
+bool SidebarModel::updateCounts()
+{
+    const SidebarCounts &counts = m_tally.counts();
+    const qsizetype problems = m_health.health().problemCount();
+    if ((counts.missing > 0) != indexOf(LibrarySection::missing()).isValid() ||
+        (problems > 0) != indexOf(LibrarySection::health()).isValid())
+        return false;
+    const Node *natives = nodeAt(headerIndex(Header::nativeFolders));
+    if (!natives != counts.nativeFolders.isEmpty())
+        return false;
+    if (natives) {
+        if (natives->children.size() != size_t(counts.nativeFolders.size()))
+            return false;
+        for (size_t i = 0; i < natives->children.size(); ++i)
+            if (natives->children[i]->data.section !=
+                LibrarySection::nativeFolder(counts.nativeFolders[qsizetype(i)].first))
+                return false;
+    }
+    const std::function<void(Node *)> update = [&](Node *node) {
+        for (const std::unique_ptr<Node> &child : node->children) {
+            Blueprint &data = child->data;
+            if (data.kind == RowKind::entry && data.section && data.count >= 0) {
+                const int count = data.section->kind == LibrarySection::Case::health
+                                      ? int(problems)
+                                      : int(counts.count(*data.section));
+                if (data.count != count) {
+                    data.count = count;
+                    const QModelIndex index = indexOfNode(child.get());
+                    emit dataChanged(index, index);
+                }
+            }
+            update(child.get());
+        }
+    };
+    update(m_root.get());
+    return true;
 }
 
 void SidebarModel::refresh()

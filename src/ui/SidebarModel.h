@@ -78,6 +78,8 @@ private:
     Node *nodeAt(const QModelIndex &index) const;
     const Node *find(const std::function<bool(const Node &)> &test) const;
     void contextChanged(const ModelChanges &changes);
+    // Sets the counts of the rows shown when no row would come or go; false when one would.
+    bool updateCounts();
 
     ModelContext &m_context;
     LibraryHealthMonitor &m_health;

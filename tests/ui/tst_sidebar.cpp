@@ -1,4 +1,5 @@
 #include "PaneTestSupport.h"
+#include "common/RandomEdits.h"
 #include "model/Clock.h"
 #include "model/SmartRuleSet.h"
 #include "ui/ColorSwatchPicker.h"
@@ -40,6 +41,7 @@ private slots:
     void cleanup();
     void sectionsRowsAndCounts();
     void missingAndHealthRowsFollowTheLibrary();
+    void rowsAfterEditsEqualAFreshModel();
     void foldersThroughMenusAndSheets();
     void moveToGuardsAndMoveOut();
     void deleteFolderMovesContentsUp();
@@ -220,6 +222,58 @@ void TestSidebar::missingAndHealthRowsFollowTheLibrary()
     LibraryHealthMonitor::of(*m_context).recheck();
     Clock::setOverride({});
     QCOMPARE(count(health()), 2);
+}
+
+// A change of shortcuts alone moves counts in place; rows that come and go with a count (Missing,
+// Library Health, the Shortcuts app's folders) and changes of folders, tags and lists rebuild.
+// Either way the rows are those of a model built afresh.
+void TestSidebar::rowsAfterEditsEqualAFreshModel()
+{
+    RandomEdits edits(*m_context, 3);
+    edits.addFoldersAndTags(6);
+    SmartRuleSet mail;
+    mail.rules[0].field = SmartRule::Field::name;
+    mail.rules[0].text = QStringLiteral("mail 1");
+    m_context->insert(new SmartList(QStringLiteral("Mail"), mail));
+    edits.addShortcuts(60, Clock::now());
+    PaneTest::settle();
+    const auto rows = [](const QAbstractItemModel &model) {
+        QStringList rows;
+        const std::function<void(const QModelIndex &, int)> walk = [&](const QModelIndex &parent,
+                                                                       int depth) {
+            for (int r = 0; r < model.rowCount(parent); ++r) {
+                const QModelIndex index = model.index(r, 0, parent);
+                rows.append(QStringLiteral("%1%2 %3").arg(
+                    QString(depth, QLatin1Char(' ')), index.data().toString(),
+                    index.data(SidebarRoles::count).toString()));
+                walk(index, depth + 1);
+            }
+        };
+        walk({}, 0);
+        return rows;
+    };
+    // The Shortcuts app's folders go, then the first one comes back.
+    const std::function<void()> noNatives = [&] {
+        for (ShortcutItem *item : m_context->shortcuts())
+            item->setNativeFolderName(QString());
+    };
+    const std::function<void()> oneNative = [&] {
+        m_context->shortcuts().first()->setNativeFolderName(QStringLiteral("Work"));
+    };
+    for (const std::function<void()> &change : {noNatives, oneNative}) {
+        change();
+        PaneTest::settle();
+        const SidebarModel fresh(*m_context);
+        QCOMPARE(rows(*m_sidebar->model()), rows(fresh));
+    }
+    for (int round = 0; round < 150; ++round) {
+        edits.round(round, Clock::now());
+        PaneTest::settle();
+        const SidebarModel fresh(*m_context);
+        QCOMPARE(rows(*m_sidebar->model()), rows(fresh));
+        if (QTest::currentTestFailed())
+            QFAIL(qPrintable(QStringLiteral("round %1").arg(round)));
+    }
 }
 
 void TestSidebar::foldersThroughMenusAndSheets()
