@@ -252,27 +252,18 @@ void TestHostileStore::readsOddButReadableStores_data()
                           "UPDATE shortcut_items SET has_icon = 1;")
         << 40;
     // Same columns, no types and no constraints: every field may be NULL.
+    const QString untyped = QStringLiteral(
+        "DROP TABLE shortcut_items;"
+        "CREATE TABLE shortcut_items (id, identifier, name, subtitle, native_folder_name, "
+        "color_hex, icon_top_hex, icon_bottom_hex, app_bundle_id, "
+        "icon_app_bundle_id, accepts_input, action_count, native_created_at, "
+        "native_modified_at, first_seen_at, last_changed_at, is_favorite, "
+        "last_run_at, run_count, notes, folder_id, has_icon, last_run_outcome);");
     QTest::newRow("untyped table")
-        << QStringLiteral(
-               "DROP TABLE shortcut_items;"
-               "CREATE TABLE shortcut_items (id, identifier, name, subtitle, native_folder_name, "
-               "color_hex, icon_top_hex, icon_bottom_hex, app_bundle_id, "
-               "icon_app_bundle_id, accepts_input, action_count, native_created_at, "
-               "native_modified_at, first_seen_at, last_changed_at, is_favorite, "
-               "last_run_at, run_count, notes, folder_id, has_icon, last_run_outcome);"
-               "INSERT INTO shortcut_items (id) VALUES (1), (1), (NULL), ('x'), (2.5);")
-        << 5;
-    // The same with ids far apart: read in one pass, since halves by id would miss the NULL.
+        << untyped + "INSERT INTO shortcut_items (id) VALUES (1), (1), (NULL), ('x'), (2.5);" << 5;
+    // Ids far apart are read in one pass too, since halves by id would miss the NULL.
     QTest::newRow("untyped table, ids far apart")
-        << QStringLiteral(
-               "DROP TABLE shortcut_items;"
-               "CREATE TABLE shortcut_items (id, identifier, name, subtitle, native_folder_name, "
-               "color_hex, icon_top_hex, icon_bottom_hex, app_bundle_id, "
-               "icon_app_bundle_id, accepts_input, action_count, native_created_at, "
-               "native_modified_at, first_seen_at, last_changed_at, is_favorite, "
-               "last_run_at, run_count, notes, folder_id, has_icon, last_run_outcome);"
-               "INSERT INTO shortcut_items (id) VALUES (1), (NULL), (2.5), (100000);")
-        << 4;
+        << untyped + "INSERT INTO shortcut_items (id) VALUES (1), (NULL), (2.5), (100000);" << 4;
     // What a kill leaves right after SQLite created the file: an empty library.
     QTest::newRow("zero-byte file") << QString() << 0;
 }
