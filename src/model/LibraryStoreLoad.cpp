@@ -113,13 +113,17 @@ bool LibraryStore::readAllItems(std::vector<LoadedItem> &items, QString *error)
             *error = errorOf(db);
         return false;
     };
-    SqliteStatement bounds =
+    qint64 low = 0, high = 0;
+    {
         // Apart, each is one seek; together in one SELECT they would scan the whole table.
-        m_db.prepare(QStringLiteral("SELECT (SELECT min(id) FROM shortcut_items), "
-                                    "(SELECT max(id) FROM shortcut_items)"));
-    if (!bounds.isValid() || bounds.step() != SqliteStatement::Step::row)
-        return fail(m_db);
-    const qint64 low = bounds.int64(0), high = bounds.int64(1);
+        SqliteStatement bounds =
+            m_db.prepare(QStringLiteral("SELECT (SELECT min(id) FROM shortcut_items), "
+                                        "(SELECT max(id) FROM shortcut_items)"));
+        if (!bounds.isValid() || bounds.step() != SqliteStatement::Step::row)
+            return fail(m_db);
+        low = bounds.int64(0);
+        high = bounds.int64(1);
+    }
     if (!m_sideReadMode || double(high) - double(low) < idsForTwoReaders || !idsAreRowNumbers(m_db))
         return readItems(m_db, Half::whole, 0, items) || fail(m_db);
 
@@ -133,7 +137,7 @@ bool LibraryStore::readAllItems(std::vector<LoadedItem> &items, QString *error)
         std::jthread side([&] {
             SqliteDatabase db;
             if (!db.open(m_path, *m_sideReadMode))
-                return; // this thread reads them after all
+                return; // the caller reads them after all
             sideOpened = true;
             sqlite3_busy_timeout(db.handle(), 2000);
             upperRead = readItems(db, Half::upper, middle, upper);
